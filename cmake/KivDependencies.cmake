@@ -1,0 +1,21 @@
+# What the tree takes from the system. scripts/install-deps.sh installs the same list.
+
+find_package(Threads REQUIRED)
+find_package(Qt5 5.15 REQUIRED COMPONENTS Core)
+find_package(SQLite3 REQUIRED)
+find_package(nlohmann_json 3.11 REQUIRED)
+
+find_path(KIV_ASIO_INCLUDE_DIR asio.hpp REQUIRED)
+add_library(kiv_asio INTERFACE)
+target_include_directories(kiv_asio SYSTEM INTERFACE ${KIV_ASIO_INCLUDE_DIR})
+target_compile_definitions(kiv_asio INTERFACE ASIO_STANDALONE)
+target_link_libraries(kiv_asio INTERFACE Threads::Threads)
+
+find_path(KIV_DEFLATE_INCLUDE_DIR libdeflate.h REQUIRED)
+find_library(KIV_DEFLATE_LIBRARY deflate REQUIRED)
+add_library(kiv_deflate INTERFACE)
+target_include_directories(kiv_deflate SYSTEM INTERFACE ${KIV_DEFLATE_INCLUDE_DIR})
+target_link_libraries(kiv_deflate INTERFACE ${KIV_DEFLATE_LIBRARY})
+
+# Tests run with the system's interpreter: Debian's own Python packages are only there.
+set(KIV_PYTHON /usr/bin/python3)

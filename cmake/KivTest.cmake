@@ -1,0 +1,62 @@
+# How a folder of tests becomes programs and ctest entries. Authors only drop files in.
+
+find_package(GTest REQUIRED)
+include(GoogleTest)
+
+# Where sources and built things stand, for tests that run programs or read files of the tree.
+configure_file(${CMAKE_SOURCE_DIR}/cmake/tree_paths.cpp.in ${CMAKE_BINARY_DIR}/tests/tree_paths.cpp)
+add_library(kiv_tree_paths STATIC ${CMAKE_BINARY_DIR}/tests/tree_paths.cpp)
+target_include_directories(kiv_tree_paths PUBLIC ${CMAKE_SOURCE_DIR})
+
+# One program NAME_test from all sources of the calling folder, each of its cases a ctest entry
+# "NAME.Suite.Case". Nothing happens in a folder without *_test.cpp.
+#   LIBS     what it links beside GoogleTest
+#   TIMEOUT  seconds for one case, 60 when left out
+#   AUTOMOC  when a test declares Qt objects
+#   OWN_MAIN when a source of the folder defines main
+function(kiv_test_folder name)
+  cmake_parse_arguments(ARG "AUTOMOC;OWN_MAIN" "TIMEOUT" "LIBS" ${ARGN})
+  file(GLOB files CONFIGURE_DEPENDS *.cpp *.c *.h)
+  set(tests ${files})
+  list(FILTER tests INCLUDE REGEX "_test\\.cpp$")
+  if(NOT tests)
+    return()
+  endif()
+  if(NOT ARG_TIMEOUT)
+    set(ARG_TIMEOUT 60)
+  endif()
+  set(target ${name}_test)
+  add_executable(${target} ${files})
+  set_target_properties(${target} PROPERTIES AUTOMOC ${ARG_AUTOMOC}
+                        RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests/bin)
+  target_include_directories(${target} PRIVATE ${CMAKE_SOURCE_DIR} ${CMAKE_SOURCE_DIR}/include
+                                               ${KIV_GENERATED_DIR})
+  set(gtest GTest::gmock GTest::gmock_main)
+  if(ARG_OWN_MAIN)
+    set(gtest GTest::gmock GTest::gtest)
+  endif()
+  target_link_libraries(${target} PRIVATE ${ARG_LIBS} kiv_tree_paths ${gtest} Threads::Threads)
+  if(TARGET board_header)
+    add_dependencies(${target} board_header)
+  endif()
+  # Asked before a test run, not after the link: a slow or sanitized program cannot break a build.
+  gtest_discover_tests(${target} TEST_PREFIX ${name}. DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 120
+                       PROPERTIES TIMEOUT ${ARG_TIMEOUT} LABELS ${name})
+endfunction()
+
+# One ctest entry "NAME.file" for each *_test.py of the calling folder.
+function(kiv_python_tests name)
+  cmake_parse_arguments(ARG "" "TIMEOUT" "" ${ARGN})
+  if(NOT ARG_TIMEOUT)
+    set(ARG_TIMEOUT 120)
+  endif()
+  file(GLOB files CONFIGURE_DEPENDS *_test.py)
+  foreach(file IN LISTS files)
+    cmake_path(GET file STEM stem)
+    add_test(NAME ${name}.${stem}
+             COMMAND ${KIV_PYTHON} -B ${CMAKE_SOURCE_DIR}/tests/support/run_unittest.py ${file})
+    set_tests_properties(${name}.${stem} PROPERTIES
+      TIMEOUT ${ARG_TIMEOUT} LABELS ${name}
+      ENVIRONMENT "KIV_SOURCE_DIR=${CMAKE_SOURCE_DIR};KIV_BUILD_DIR=${CMAKE_BINARY_DIR}")
+  endforeach()
+endfunction()
