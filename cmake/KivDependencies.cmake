@@ -1,7 +1,7 @@
 # What the tree takes from the system. scripts/install-deps.sh installs the same list.
 
 find_package(Threads REQUIRED)
-find_package(Qt5 5.15 REQUIRED COMPONENTS Core)
+find_package(Qt5 5.15 REQUIRED COMPONENTS Core OPTIONAL_COMPONENTS Test)
 find_package(SQLite3 REQUIRED)
 find_package(nlohmann_json 3.11 REQUIRED)
 

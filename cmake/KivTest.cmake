@@ -12,10 +12,10 @@ target_include_directories(kiv_tree_paths PUBLIC ${CMAKE_SOURCE_DIR})
 # "NAME.Suite.Case". Nothing happens in a folder without *_test.cpp.
 #   LIBS     what it links beside GoogleTest
 #   TIMEOUT  seconds for one case, 60 when left out
-#   AUTOMOC  when a test declares Qt objects
+#   QT       when it tests Qt objects: QtTest is linked, moc is run over the folder
 #   OWN_MAIN when a source of the folder defines main
 function(kiv_test_folder name)
-  cmake_parse_arguments(ARG "AUTOMOC;OWN_MAIN" "TIMEOUT" "LIBS" ${ARGN})
+  cmake_parse_arguments(ARG "QT;OWN_MAIN" "TIMEOUT" "LIBS" ${ARGN})
   file(GLOB files CONFIGURE_DEPENDS *.cpp *.c *.h)
   set(tests ${files})
   list(FILTER tests INCLUDE REGEX "_test\\.cpp$")
@@ -27,7 +27,7 @@ function(kiv_test_folder name)
   endif()
   set(target ${name}_test)
   add_executable(${target} ${files})
-  set_target_properties(${target} PROPERTIES AUTOMOC ${ARG_AUTOMOC}
+  set_target_properties(${target} PROPERTIES AUTOMOC ${ARG_QT}
                         RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests/bin)
   target_include_directories(${target} PRIVATE ${CMAKE_SOURCE_DIR} ${CMAKE_SOURCE_DIR}/include
                                                ${KIV_GENERATED_DIR})
@@ -36,6 +36,9 @@ function(kiv_test_folder name)
     set(gtest GTest::gmock GTest::gtest)
   endif()
   target_link_libraries(${target} PRIVATE ${ARG_LIBS} kiv_tree_paths ${gtest} Threads::Threads)
+  if(ARG_QT)
+    target_link_libraries(${target} PRIVATE Qt5::Core Qt5::Test)
+  endif()
   if(TARGET board_header)
     add_dependencies(${target} board_header)
   endif()
