@@ -1,0 +1,80 @@
+// From a diagnostic command's parameter text to the packet that is posted: MAC-path options, default tree,
+// parse and fill, input display, encoding, and the form of the post. Pure: no link, no settings, no
+// application object, so tools and hosts show exactly what the module would send.
+//
+// Threads: any; one DiagPacket for one thread. Owns the encoded body.
+#pragma once
+
+#include <cstdint>
+
+#include "command/packet/mac_tools.h"
+#include "link/render/render.h"
+#include "platform/catalogue/param_codec.h"
+#include "platform/catalogue/param_node.h"
+#include "platform/text/qc_string.h"
+
+namespace SvcKivClass {
+
+// The parameter rest with its routing option taken off.
+struct MacSplit {
+  QCString rest;     // what stands before the last option, trimmed
+  QCString macPath;  // empty: none
+};
+MacSplit SplitMacPath(const QCString& parameterRest);
+
+enum class PostForm { kPlain, kDirect, kRouted };
+
+// How a MAC path is posted. `status` is non-zero for a path that cannot be converted.
+struct PostRoute {
+  PostForm form = PostForm::kPlain;
+  std::uint32_t directNumber = 0;  // kDirect: last argument of PostCmd
+  RoutingHeader header{};          // kRouted
+  std::uint32_t status = 0;
+};
+PostRoute RouteOf(const QCString& macPath);
+
+// One command on its way to a packet. The steps are called in this order; each answers 0 or the status that
+// ended it, and appends its failure text to Reply().
+class DiagPacket {
+ public:
+  // `cataloguePath` empty: the catalogue that the process works with.
+  DiagPacket(std::uint32_t cmdId, const QCString& cataloguePath);
+  ~DiagPacket();
+  DiagPacket(const DiagPacket&) = delete;
+  DiagPacket& operator=(const DiagPacket&) = delete;
+
+  std::uint32_t QueryDefaults();
+  // Splits the rest and keeps path and remaining rest.
+  void SplitRest(const QCString& parameterRest);
+  // Parses and fills; a string-typed command's tree is left alone.
+  std::uint32_t FillParameters();
+  // Appends the input-parameter display to Reply() and answers what was appended.
+  QCString DisplayInputParams(const RenderFlags& flags);
+  // The body; the pool block stays this object's.
+  std::uint32_t Encode();
+
+  bool IsStringTyped() const noexcept { return stringTyped_; }
+  const QCString& Rest() const noexcept { return split_.rest; }
+  const QCString& MacPath() const noexcept { return split_.macPath; }
+  const std::uint8_t* Body() const noexcept { return body_; }
+  std::uint32_t BodyLengthBytes() const noexcept { return bodyLengthBytes_; }
+  const QCString& Reply() const noexcept { return reply_; }
+  CParamNode& Tree() noexcept { return tree_; }
+
+ private:
+  std::uint32_t EncodeString();
+
+  std::uint32_t cmdId_;
+  CParamCodec codec_;
+  CParamNode tree_;
+  MacSplit split_;
+  bool stringTyped_ = false;
+  std::uint8_t* body_ = nullptr;
+  std::uint32_t bodyLengthBytes_ = 0;
+  QCString reply_;
+};
+
+// The reply text of a post's result; empty for 0.
+QCString PostFailureText(std::uint32_t result);
+
+}  // namespace SvcKivClass

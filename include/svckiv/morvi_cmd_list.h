@@ -1,0 +1,62 @@
+// MorviCmdList: the diagnostic command list that the facade hands out.
+//
+// Always begins with the two help entries, then the catalogue's commands in ascending order of id. Two
+// commands of one name both stand in the list; a look-up by name finds the first.
+//
+// Threads: the facade's; the list does not change after it was filled.
+// Owned by the module: the pointer stays valid until SvcKiv::Stop(), also after ReloadDb().
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cwchar>
+#include <string_view>
+#include <unordered_map>
+
+#include "platform/catalogue/cmd_info.h"
+#include "platform/text/qc_list.h"
+#include "platform/text/qc_string.h"
+
+namespace SvcKivSpace {
+
+class MorviCmdList {
+ public:
+  struct HelpEntry {
+    QCString name;
+    QCString description;
+  };
+
+  void Clear() {
+    help_.RemoveAll();
+    commands_.RemoveAll();
+    byName_.clear();
+  }
+  void AddHelp(QCString name, QCString description) {
+    help_.AddTail({std::move(name), std::move(description)});
+  }
+  void AddCommand(CmdInfo command) {
+    byName_.try_emplace(command.GetName(), static_cast<std::uint32_t>(commands_.GetCount()));
+    commands_.AddTail(std::move(command));
+  }
+  void ReserveCommands(std::size_t count) {
+    commands_.Reserve(count);
+    byName_.reserve(count);
+  }
+
+  const QCList<HelpEntry>& Help() const noexcept { return help_; }
+  const QCList<CmdInfo>& Commands() const noexcept { return commands_; }
+  // Help entries included.
+  std::size_t GetCount() const noexcept { return help_.GetCount() + commands_.GetCount(); }
+  // Exact and case-sensitive; null when there is none. Help entries are no commands.
+  const CmdInfo* Find(std::wstring_view name) const {
+    const auto found = byName_.find(name);
+    return found == byName_.end() ? nullptr : &commands_[found->second];
+  }
+
+ private:
+  QCList<HelpEntry> help_;
+  QCList<CmdInfo> commands_;
+  std::unordered_map<std::wstring_view, std::uint32_t> byName_;  // keys live in the commands' store
+};
+
+}  // namespace SvcKivSpace

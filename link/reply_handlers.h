@@ -1,0 +1,25 @@
+// What the link client needs of the command controller, handed in from above: the chain of reply handlers
+// and the text hook.
+//
+// Threads: called on the link's receive thread.
+#pragma once
+
+#include <cstdint>
+
+#include "link/render/render.h"
+#include "platform/text/qc_string.h"
+
+namespace SvcKivClass {
+
+class ReplyHandlers {
+ public:
+  virtual ~ReplyHandlers() = default;
+  // 0 when a handler took the packet: it is not shown. The id is the one before unwrapping.
+  virtual std::int32_t OfferReply(std::uint32_t cmdId, std::uint32_t resultCode,
+                                  const std::uint8_t* body, std::uint32_t bodyLengthBytes,
+                                  const ReplyDescriptor& reply) = 0;
+  // May rewrite or clear the text; `kind` is 0 for an indication, 1 for a confirmation.
+  virtual void HookText(std::uint32_t kind, QCString& text, std::uint32_t cmdId) = 0;
+};
+
+}  // namespace SvcKivClass

@@ -1,0 +1,33 @@
+// Result codes: one table serves the link's result-code texts and docs/result-codes.md.
+//
+// Threads: any.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "platform/platform_export.h"
+#include "platform/text/qc_string.h"
+
+namespace result {
+inline constexpr std::uint32_t kOk = 0;
+inline constexpr std::uint32_t kNotSupported = 1;
+inline constexpr std::uint32_t kNoFile = 51;
+inline constexpr std::uint32_t kPacketTooLong = 22;
+inline constexpr std::uint32_t kBadAddress = 23;
+inline constexpr std::uint32_t kNoMemory = 500;
+inline constexpr std::uint32_t kNotConnected = 502;
+inline constexpr std::uint32_t kLinkDown = 3207;
+inline constexpr std::uint32_t kFailure = 0xFFFFFFFFu;
+
+struct Entry {
+  std::uint32_t code;
+  const char* name;  // short, upper case, for documents and machine output
+  const wchar_t* text;
+};
+
+// The whole table, in ascending order of code.
+KIVPLATFORM_API const Entry* Table(std::size_t* count);
+// The English text of a code; "result %u" for one that is not in the table, never empty.
+KIVPLATFORM_API QCString Text(std::uint32_t code);
+}  // namespace result

@@ -1,0 +1,70 @@
+// CParamNode: a node of a command's value tree.
+//
+// A tree is one block: a view over the packed body, described by an immutable layout that all trees of a
+// command share. SetValue is a store into the body; no node is a heap object of its own. The root is the
+// object that the caller constructs and the codec (or ParamTreeBuilder) fills; every other node lives in
+// the root's block.
+//
+// Node kinds: 0 single value, 1 array, 17 array of structures, 24 structure are what catalogues give; 8
+// and 16 (single), 9 (array), 25, 32, 33 (structure) are taken the same way.
+//
+// Threads: one tree for one thread at a time.
+// Owns: the root owns the whole tree; node pointers live until the root is destroyed or filled again.
+// Errors: statuses, 0 on success.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+
+#include "platform/platform_export.h"
+
+class CParamNode;
+struct ParamTreeBlock;
+struct FieldLayout;
+
+// `depth` of the root is the starting depth. A non-zero answer stops the walk.
+using ParseNodesCallback = std::uint32_t (*)(CParamNode* node, void* user, std::uint32_t depth);
+
+class KIVPLATFORM_API CParamNode {
+ public:
+  // An empty root: kind 24, no names, no children.
+  CParamNode();
+  ~CParamNode();
+  CParamNode(const CParamNode&) = delete;
+  CParamNode& operator=(const CParamNode&) = delete;
+
+  // Document order: a node, its children, its next neighbour. Answers the first non-zero callback result,
+  // else 0. Nesting depth is bounded by the layout, the walk does not recurse.
+  std::uint32_t ParseNodes(ParseNodesCallback callback, void* user, std::uint32_t startDepth);
+
+  std::int32_t GetNodeType() const noexcept;
+  // Both live as long as the tree; never null.
+  const wchar_t* GetVariableName() const noexcept;
+  const wchar_t* GetTypeName() const noexcept;
+  std::uint32_t GetSizeOfDataType() const noexcept;  // bytes of one element, 0 for none
+  std::uint32_t GetSizeInStruct() const noexcept;    // bytes of the whole field
+
+  std::uint32_t IsSignedValue(std::int32_t* isSigned) const noexcept;
+  std::uint32_t IsCharValue(std::int32_t* isChar) const noexcept;
+  // Single values only. The value is zero-extended from the node's width (callers that print sign-extend).
+  std::uint32_t GetValue(std::uint64_t* value) const noexcept;
+  // Keeps the low bytes that the node is wide.
+  std::uint32_t SetValue(std::uint64_t value) noexcept;
+  // 0 when the node has a buffer of its own, which may be written in place.
+  std::uint32_t GetValueBuf(std::uint8_t** buffer, std::uint64_t* lengthBytes) noexcept;
+  // Copies into the node's bytes; a length other than the field's size gives a status and changes nothing.
+  std::uint32_t SetValueBuf(const std::uint8_t* bytes, std::uint64_t lengthBytes) noexcept;
+
+  CParamNode* GetFirstChild() noexcept;
+  CParamNode* GetNextNeighbor() noexcept;
+  CParamNode* GetParent() noexcept;
+  const CParamNode* GetFirstChild() const noexcept;
+  const CParamNode* GetNextNeighbor() const noexcept;
+  const CParamNode* GetParent() const noexcept;
+
+ private:
+  friend struct ParamTreeBlock;
+  const FieldLayout* field_;
+  std::uint8_t* body_;     // start of the packed body; the field's bytes are at its offset
+  ParamTreeBlock* block_;  // the block that holds this tree; owned by the root
+};

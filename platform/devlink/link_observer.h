@@ -1,0 +1,84 @@
+// What a host sees of the device link beside the module: its state, its frames, its counters.
+//
+// Threads: OnState, OnNotice, received messages and OnHandedOver come on the link's thread; posted messages
+// come on the posting thread, before their bytes are written, so a confirmation is never seen before its
+// post. A call-back must not wait for the thread that calls StopConnect or Shutdown.
+// Owns: pointers live for the duration of the call. One observer at a time, set before StartConnect and
+// cleared after Shutdown; null switches off.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
+#include "platform/platform_export.h"
+#include "platform/devlink/link_client.h"
+
+namespace devlink {
+
+enum class LinkState { kDisconnected, kConnecting, kConnected };
+
+// The device's greeting, as far as it was read.
+struct PeerInfo {
+  std::string agentName;
+  std::uint32_t protocolVersion = 0;
+  std::uint32_t variant = 0;
+  std::uint32_t product = 0;
+  std::uint64_t catalogueFingerprint = 0;
+  std::uint32_t abilities = 0;
+  bool fingerprintDiffers = false;  // from the catalogue this process works with
+};
+
+struct StateChange {
+  LinkState state;
+  const PeerInfo* peer;  // with kConnected, else null
+  const char* reason;    // why not connected, one line in UTF-8; empty when there is nothing to say
+};
+
+enum class Direction { kToDevice, kFromDevice };
+
+// One whole message (fragments joined) with its head.
+struct TapMessage {
+  Direction direction;
+  std::uint8_t kind;  // the wire's message kind
+  std::uint32_t cmdId;
+  std::uint16_t tag;
+  std::uint16_t word16;
+  std::uint32_t word;
+  std::uint32_t resultCode;
+  std::uint32_t sequence;
+  const std::uint8_t* body;
+  std::size_t bodyLengthBytes;
+  std::uint64_t timeNs;  // CLOCK_REALTIME
+};
+
+class LinkObserver {
+ public:
+  virtual ~LinkObserver() = default;
+  virtual void OnState(const StateChange& change) = 0;
+  // A line that the child process wrote to its standard error, or a notice of the link itself (a gap in
+  // the sequence, a dropped frame burst), UTF-8 without line end, control characters as they came.
+  virtual void OnNotice(const char* line, std::size_t lengthBytes) = 0;
+  virtual void OnMessage(const TapMessage& message) = 0;
+  // A post that OnMessage announced could not be written; `status` is what the caller of the post gets.
+  virtual void OnPostFailed(std::uint16_t tag, std::uint32_t cmdId, std::uint32_t status) = 0;
+  // ReceiveCmd returned for this batch: whatever it had to show has been shown.
+  virtual void OnHandedOver(const ReceivedPacket* records, std::uint32_t count) = 0;
+};
+
+KIVPLATFORM_API void SetLinkObserver(LinkObserver* observer);
+
+struct LinkCounters {
+  std::uint64_t framesIn, framesOut, bytesIn, bytesOut;
+  std::uint64_t messagesIn, messagesOut;
+  std::uint64_t badFrames;      // wrong FCS, too short, too long, bad escape
+  std::uint64_t badMessages;    // sound frames whose content is not a message
+  std::uint64_t sequenceGaps;   // messages missing by their sequence numbers
+  std::uint64_t deviceDropped;  // indications that the device says it dropped
+  std::uint64_t connects, disconnects;
+};
+
+// Of the client installed last, since the process started.
+KIVPLATFORM_API LinkCounters GetLinkCounters();
+
+}  // namespace devlink

@@ -1,0 +1,24 @@
+// SafeFile: replaces a file as one, so that after a power cut, a full disk or kill -9 at any moment the
+// old content or the new one is there, whole.
+//
+// Writes a temporary beside the file in one checked loop, fsyncs it, renames it over the file and fsyncs
+// the directory. Mode and owner of an existing file are kept as far as the system allows; a symbolic link
+// is followed, its target replaced.
+//
+// Threads: any. Errors: 0, or the system's error number; the old file is then as it was and no temporary
+// is left.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "platform/platform_export.h"
+
+namespace os {
+KIVPLATFORM_API int WriteFileSafely(const std::string& mappedPath, std::string_view content);
+// Reads a whole file of at most `limitBytes`; 0, or an error number (EFBIG beyond the limit, EISDIR).
+KIVPLATFORM_API int ReadWholeFile(const std::string& mappedPath, std::size_t limitBytes,
+                                  std::string& content);
+// Creates a directory and its missing parents, mode 0700; 0 or an error number.
+KIVPLATFORM_API int MakeDirectories(const std::string& mappedPath);
+}  // namespace os

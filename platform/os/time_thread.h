@@ -1,0 +1,22 @@
+// The named time and thread services.
+//
+// Threads: any.
+#pragma once
+
+#if defined(_WIN32)
+#include <windows.h>
+#else
+#include <cstdint>
+
+#include "platform/platform_export.h"
+#include "platform/os/files.h"
+
+struct SYSTEMTIME {
+  std::uint16_t wYear, wMonth, wDayOfWeek, wDay, wHour, wMinute, wSecond, wMilliseconds;
+};
+
+KIVPLATFORM_API void Sleep(DWORD delayMs);
+// UTC.
+KIVPLATFORM_API void GetSystemTime(SYSTEMTIME* time);
+KIVPLATFORM_API DWORD GetCurrentThreadId();
+#endif
