@@ -8,6 +8,19 @@ configure_file(${CMAKE_SOURCE_DIR}/cmake/tree_paths.cpp.in ${CMAKE_BINARY_DIR}/t
 add_library(kiv_tree_paths STATIC ${CMAKE_BINARY_DIR}/tests/tree_paths.cpp)
 target_include_directories(kiv_tree_paths PUBLIC ${CMAKE_SOURCE_DIR})
 
+# Time-out of a test in seconds: `value` or else `default`, stretched where the build is slow.
+function(kiv_timeout out value default)
+  set(seconds ${default})
+  if(value)
+    set(seconds ${value})
+  endif()
+  if(KIV_SANITIZE)
+    math(EXPR seconds "${seconds} * 4")
+  endif()
+  math(EXPR seconds "${seconds} * ${KIV_TIMEOUT_SCALE}")
+  set(${out} ${seconds} PARENT_SCOPE)
+endfunction()
+
 # One program NAME_test from all sources of the calling folder, each of its cases a ctest entry
 # "NAME.Suite.Case". Nothing happens in a folder without *_test.cpp.
 #   LIBS     what it links beside GoogleTest
@@ -22,9 +35,7 @@ function(kiv_test_folder name)
   if(NOT tests)
     return()
   endif()
-  if(NOT ARG_TIMEOUT)
-    set(ARG_TIMEOUT 60)
-  endif()
+  kiv_timeout(timeout "${ARG_TIMEOUT}" 60)
   set(target ${name}_test)
   add_executable(${target} ${files})
   set_target_properties(${target} PROPERTIES AUTOMOC ${ARG_QT}
@@ -44,22 +55,20 @@ function(kiv_test_folder name)
   endif()
   # Asked before a test run, not after the link: a slow or sanitized program cannot break a build.
   gtest_discover_tests(${target} TEST_PREFIX ${name}. DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 120
-                       PROPERTIES TIMEOUT ${ARG_TIMEOUT} LABELS ${name})
+                       PROPERTIES TIMEOUT ${timeout} LABELS ${name})
 endfunction()
 
 # One ctest entry "NAME.file" for each *_test.py of the calling folder.
 function(kiv_python_tests name)
   cmake_parse_arguments(ARG "" "TIMEOUT" "" ${ARGN})
-  if(NOT ARG_TIMEOUT)
-    set(ARG_TIMEOUT 120)
-  endif()
+  kiv_timeout(timeout "${ARG_TIMEOUT}" 120)
   file(GLOB files CONFIGURE_DEPENDS *_test.py)
   foreach(file IN LISTS files)
     cmake_path(GET file STEM stem)
     add_test(NAME ${name}.${stem}
              COMMAND ${KIV_PYTHON} -B ${CMAKE_SOURCE_DIR}/tests/support/run_unittest.py ${file})
     set_tests_properties(${name}.${stem} PROPERTIES
-      TIMEOUT ${ARG_TIMEOUT} LABELS ${name}
+      TIMEOUT ${timeout} LABELS ${name}
       ENVIRONMENT "KIV_SOURCE_DIR=${CMAKE_SOURCE_DIR};KIV_BUILD_DIR=${CMAKE_BINARY_DIR}")
   endforeach()
 endfunction()
