@@ -1,0 +1,96 @@
+#!/bin/bash
+# Builds and tests: check.sh short|full|torture
+#   short    one gcc build, all tests, sweeps at a tenth, libFuzzer briefly where clang is installed
+#   full     also clang, the address and undefined-behaviour sanitizers on everything, the thread
+#            sanitizer on what has threads, a minute of libFuzzer for each target; the sweeps whole
+#   torture  the gcc build's tests with ten times the repetitions
+#
+# A stage that fails does not stop the others; the table at the end names it and the exit status is
+# 1. The gcc build's tests come last, so that ctest's own summary is the last thing printed.
+set -u
+. "$(dirname "$0")/say.sh"
+
+sweep=${1:-short}
+case $sweep in
+  short | full | torture) ;;
+  *) say "usage: check.sh short|full|torture"; exit 2 ;;
+esac
+
+jobs=$(nproc)
+rows=()
+failed=()
+
+# stage NAME COMMAND...: runs the command and notes the seconds it took and how it ended.
+stage() {
+  local name=$1 start=$SECONDS result=ok
+  shift
+  say "== $name"
+  "$@" </dev/null || { result=FAILED; failed+=("$name"); }
+  rows+=("$(printf '%-34s %5d s  %s' "$name" $((SECONDS - start)) "$result")")
+  [ $result = ok ]
+}
+
+table() {
+  say "stages:"
+  printf '  %s\n' "${rows[@]}" >&2
+  [ ${#failed[@]} = 0 ] || say "FAILED: ${failed[*]}"
+}
+
+# build PRESET [OPTION...]: configures and builds everything of a preset.
+build() {
+  configure "$@" && cmake --build --preset "$1"
+}
+
+configure() {
+  local preset=$1
+  shift
+  quietly "build/log/configure-$preset.log" cmake --preset "$preset" -DKIV_TESTS=ON "$@"
+}
+
+build_threaded() {
+  configure tsan && cmake --build --preset tsan --target kiv_threaded_tests
+}
+
+# tests PRESET SWEEP [OPTION...]: runs its tests; one that finds no test at all has failed.
+tests() {
+  local preset=$1
+  KIV_SWEEP=$2 timeout --foreground --kill-after=10 "$limitSeconds" \
+    ctest --preset "$preset" -j "$jobs" --no-tests=error "${@:3}"
+}
+
+fuzz_all() {
+  scripts/fuzz.sh "$1"
+}
+
+sanitizer_options() {
+  export ASAN_OPTIONS=detect_stack_use_after_return=1:strict_string_checks=1
+  export UBSAN_OPTIONS=print_stacktrace=1
+  export TSAN_OPTIONS=second_deadlock_stack=1:suppressions=$PWD/tests/support/tsan.supp
+}
+
+limitSeconds=900
+sanitizer_options
+case $sweep in
+  full) stage "packages" scripts/install-deps.sh run check full || { table; exit 1; } ;;
+  *) stage "packages" scripts/install-deps.sh run check || { table; exit 1; } ;;
+esac
+
+scale=1
+[ $sweep = torture ] && scale=10 limitSeconds=7200
+stage "gcc build" build gcc -DKIV_TIMEOUT_SCALE=$scale || { table; exit 1; }
+
+if [ $sweep = full ]; then
+  stage "clang build" build clang && stage "clang tests" tests clang short
+  stage "address, undefined: build" build asan && stage "address, undefined: tests" tests asan short
+  threaded='^(service|link|channels|settings|platform_devlink|live|svckiv)$'
+  stage "thread: build" build_threaded && stage "thread: tests" tests tsan short -L "$threaded"
+  stage "libFuzzer, 60 s a target" fuzz_all 60
+elif [ $sweep = short ] && command -v clang++ >/dev/null; then
+  stage "libFuzzer, 5 s a target" fuzz_all 5
+fi
+
+table
+say "== gcc tests (sweep: $sweep)"
+tests gcc "$sweep" </dev/null
+status=$?
+[ ${#failed[@]} = 0 ] && [ $status = 0 ]
