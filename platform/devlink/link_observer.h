@@ -35,12 +35,23 @@ struct StateChange {
   const char* reason;    // why not connected, one line in UTF-8; empty when there is nothing to say
 };
 
+// The wire's message kinds (docs/wire-format.md).
+enum class MessageKind : std::uint8_t {
+  kHello = 1,
+  kRequest = 2,
+  kCnf = 3,
+  kInd = 4,
+  kSdtFrame = 5,
+  kRawText = 6,
+  kKeepAlive = 7,
+};
+
 enum class Direction { kToDevice, kFromDevice };
 
 // One whole message (fragments joined) with its head.
 struct TapMessage {
   Direction direction;
-  std::uint8_t kind;  // the wire's message kind
+  MessageKind kind;
   std::uint32_t cmdId;
   std::uint16_t tag;
   std::uint16_t word16;

@@ -1,0 +1,111 @@
+#include <fcntl.h>
+#include <poll.h>
+#include <signal.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cerrno>
+
+#include "platform/os/console_events.h"
+
+namespace os {
+namespace {
+
+// What a signal handler may touch: flags, and the write end of the wake-up pipe.
+std::atomic<bool> interrupted{false};
+std::atomic<bool> terminated{false};
+std::atomic<int> wakeDescriptor{-1};
+
+void WakeThrough(int descriptor) {
+  const int savedErrno = errno;
+  const char byte = 0;
+  // A full pipe already wakes the reader.
+  [[maybe_unused]] const ssize_t written = ::write(descriptor, &byte, 1);
+  errno = savedErrno;
+}
+
+void OnSignal(int number) {
+  (number == SIGINT ? interrupted : terminated).store(true, std::memory_order_relaxed);
+  WakeThrough(wakeDescriptor.load(std::memory_order_relaxed));
+}
+
+void Handle(int number, void (*handler)(int)) {
+  struct sigaction action = {};
+  action.sa_handler = handler;
+  sigemptyset(&action.sa_mask);
+  ::sigaction(number, &action, nullptr);
+}
+
+bool WriteAll(int descriptor, std::string_view bytes) {
+  while (!bytes.empty()) {
+    const ssize_t written = ::write(descriptor, bytes.data(), bytes.size());
+    if (written > 0) {
+      bytes.remove_prefix(static_cast<std::size_t>(written));
+    } else if (written < 0 && (errno == EAGAIN || errno == EWOULDBLOCK)) {
+      pollfd ready = {descriptor, POLLOUT, 0};
+      ::poll(&ready, 1, -1);
+      if (terminated.load(std::memory_order_relaxed)) return false;
+    } else if (written >= 0 || errno != EINTR || terminated.load(std::memory_order_relaxed)) {
+      return false;
+    }
+  }
+  return true;
+}
+
+}  // namespace
+
+ConsoleEvents::ConsoleEvents() {
+  int ends[2];
+  if (::pipe2(ends, O_CLOEXEC | O_NONBLOCK) == 0) {
+    wakeRead_ = ends[0];
+    wakeWrite_ = ends[1];
+  }
+  wakeDescriptor.store(wakeWrite_, std::memory_order_relaxed);
+  Handle(SIGINT, OnSignal);
+  Handle(SIGTERM, OnSignal);
+  Handle(SIGHUP, OnSignal);
+  Handle(SIGPIPE, SIG_IGN);
+}
+
+ConsoleEvents::~ConsoleEvents() {
+  Handle(SIGINT, SIG_DFL);
+  Handle(SIGTERM, SIG_DFL);
+  Handle(SIGHUP, SIG_DFL);
+  wakeDescriptor.store(-1, std::memory_order_relaxed);
+  if (wakeRead_ >= 0) ::close(wakeRead_);
+  if (wakeWrite_ >= 0) ::close(wakeWrite_);
+}
+
+ConsoleEvents::Ready ConsoleEvents::Wait(int timeoutMs, bool withInput) {
+  pollfd watched[2] = {{wakeRead_, POLLIN, 0}, {withInput ? STDIN_FILENO : -1, POLLIN, 0}};
+  ::poll(watched, 2, timeoutMs);
+  Ready ready;
+  ready.input = (watched[1].revents & (POLLIN | POLLHUP | POLLERR | POLLNVAL)) != 0;
+  char drained[64];
+  while (::read(wakeRead_, drained, sizeof drained) > 0) ready.woken = true;
+  ready.interrupt = interrupted.exchange(false, std::memory_order_relaxed);
+  ready.terminate = terminated.load(std::memory_order_relaxed);
+  return ready;
+}
+
+void ConsoleEvents::Wake() { WakeThrough(wakeWrite_); }
+
+bool ConsoleEvents::ReadInput(std::string& bytes) {
+  char block[16384];
+  const ssize_t got = ::read(STDIN_FILENO, block, sizeof block);
+  if (got > 0) {
+    bytes.append(block, static_cast<std::size_t>(got));
+    return true;
+  }
+  return got < 0 && (errno == EINTR || errno == EAGAIN || errno == EWOULDBLOCK);
+}
+
+bool ConsoleEvents::InputIsTerminal() { return ::isatty(STDIN_FILENO) == 1; }
+bool ConsoleEvents::OutputIsTerminal() { return ::isatty(STDOUT_FILENO) == 1; }
+
+bool WriteOut(std::string_view bytes) { return WriteAll(STDOUT_FILENO, bytes); }
+bool WriteErr(std::string_view bytes) { return WriteAll(STDERR_FILENO, bytes); }
+
+void ExitNow(int status) { ::_exit(status); }
+
+}  // namespace os
