@@ -1,6 +1,7 @@
 // The one place where QCString meets QString. Header only: the platform itself does not link Qt.
 #pragma once
 
+#include <QObject>
 #include <QString>
 
 #include "platform/text/qc_string.h"
@@ -10,3 +11,7 @@ inline QString ToQString(const QCString& text) {
 }
 
 inline QCString FromQString(const QString& text) { return QCString(text.toStdWString()); }
+
+// A text that users see, in their language. Texts stand as QT_TRANSLATE_NOOP("QObject", "...") in one
+// header of each folder and are translated where they are used.
+inline QCString Translated(const char* sourceText) { return FromQString(QObject::tr(sourceText)); }
