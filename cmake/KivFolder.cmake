@@ -10,6 +10,12 @@ function(kiv_glob out)
     set(ARG_DIR ${CMAKE_CURRENT_SOURCE_DIR})
   endif()
   file(GLOB files CONFIGURE_DEPENDS ${ARG_DIR}/*.cpp ${ARG_DIR}/*.c ${ARG_DIR}/*.h)
+  # A file that is for one kind of system carries it in its name.
+  if(WIN32)
+    list(FILTER files EXCLUDE REGEX "_posix\\.(cpp|c|h)$")
+  else()
+    list(FILTER files EXCLUDE REGEX "_windows\\.(cpp|c|h)$")
+  endif()
   set(mains ${files})
   list(FILTER mains INCLUDE REGEX "/([a-z_]*_)?main\\.(c|cpp)$")
   list(FILTER files EXCLUDE REGEX "/([a-z_]*_)?main\\.(c|cpp)$")
@@ -77,6 +83,15 @@ function(kiv_objects_of out targets)
     endif()
   endforeach()
   set(${out} ${objects} PARENT_SCOPE)
+endfunction()
+
+# Keeps library templates' instantiations, which their own headers mark visible, out of a shared
+# library's symbols. A sanitizer needs some of them seen, so its builds go without.
+function(kiv_hide_instantiations target map)
+  if(NOT KIV_SANITIZE AND NOT WIN32)
+    target_link_options(${target} PRIVATE LINKER:--version-script=${map})
+    set_property(TARGET ${target} APPEND PROPERTY LINK_DEPENDS ${map})
+  endif()
 endfunction()
 
 # Library LIB of the calling folder, and program NAME from its main file once there is one.

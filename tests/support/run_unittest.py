@@ -14,7 +14,7 @@ ROOT = pathlib.Path(__file__).resolve().parents[2]
 
 
 def load(path):
-    sys.path[:0] = [str(path.parent), str(ROOT / "tests" / "support")]
+    sys.path[:0] = [str(path.parent), str(ROOT / "tests" / "support"), str(ROOT)]
     spec = importlib.util.spec_from_file_location(path.stem, path)
     module = importlib.util.module_from_spec(spec)
     sys.modules[path.stem] = module
