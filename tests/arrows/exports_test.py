@@ -13,8 +13,8 @@ MODULE_CLASSES = r"SvcKivSpace::(?:SvcKivMessage|SvcKiv|CSVCKIVConfig)(?![A-Za-z
 MODULE = re.compile(BESIDE + MODULE_CLASSES)
 # Instantiations of library templates that a library happens to contain, and its parts' inner spaces.
 NOISE = re.compile(
-    r"(?:.* )?(?:std|__gnu_cxx|asio|nlohmann|pugi|__cxxabiv1|testing)::"
-    r"|(?:.* )?operator (?:new|delete)|.*\(anonymous namespace\)"
+    r"(?:[\w ]+ )?(?:std|__gnu_cxx|asio|nlohmann|pugi|__cxxabiv1|testing)::|asio_"
+    r"|(?:[\w ]+ )?operator (?:new|delete)|.*\(anonymous namespace\)"
 )
 
 
@@ -71,7 +71,7 @@ class TheCheck(unittest.TestCase):
             self.assertFalse(MODULE.match(name), name)
         self.assertTrue(NOISE.match("void std::vector<int>::_M_realloc_insert<int>(int*, int&&)"))
         self.assertTrue(NOISE.match("typeinfo for asio::error::detail::misc_category"))
-        self.assertFalse(NOISE.match("QCString::Find(std::basic_string_view<wchar_t>) const"))
+        self.assertFalse(NOISE.match("QCString::Find(int, std::basic_string_view<wchar_t>) const"))
 
 
 if __name__ == "__main__":
