@@ -5,7 +5,11 @@
 // KIV_CONFIG_DIR, KIV_DATA_DIR), then from section "bench" of kiv.ini in the configuration directory,
 // then from the default: the agent as a child process, the shipped catalogue.
 //
-// Threads: Set before Start, Get from any thread.
+// The variant and product that the environment or kiv.ini name stand behind what the device says in its
+// greeting (version_query.h); those that the host set stand before it.
+//
+// Threads: any; SetSetup not between Start and Stop.
+// Errors: a number in the environment or in kiv.ini that is none, or beyond 32 bits, counts as not said.
 #pragma once
 
 #include <cstdint>
@@ -17,28 +21,33 @@
 
 namespace bench {
 
-// What a host asks for; an unset field is looked up as described above.
+// What a host asks for; an unset field (for a text also an empty one) is looked up as described above.
 struct Setup {
-  std::optional<QCString> endpoint;    // "exec:PROGRAM ARG...", "unix:PATH", ...
-  std::optional<QCString> catalogue;   // path of a compiled catalogue
-  std::optional<QCString> configDir;   // created when something is first written there
-  std::optional<QCString> dataDir;     // per-user data; drive letters map beneath it
+  std::optional<QCString> endpoint;   // "exec:PROGRAM ARG...", "unix:PATH", ...
+  std::optional<QCString> catalogue;  // path of a compiled catalogue
+  std::optional<QCString> configDir;  // created when something is first written there
+  std::optional<QCString> dataDir;    // per-user data; drive letters map beneath it
   std::optional<std::uint32_t> variant;
   std::optional<std::uint32_t> product;
 };
 
-// What holds, every field decided.
+// What holds. Paths are not mapped yet (os::MapPath).
 struct Resolved {
   QCString endpoint;
   QCString catalogue;
   QCString configDir;
   QCString dataDir;
-  QCString shareDir;                     // shipped files: share/kiv of the build tree or the prefix
-  std::optional<std::uint32_t> variant;  // unset: nobody said, ask the device, else the default
+  QCString shareDir;  // shipped files: share/kiv of the build tree or of the install prefix
+  std::optional<std::uint32_t> variant;  // what the host set; unset: ask the device
   std::optional<std::uint32_t> product;
+  std::optional<std::uint32_t> fallbackVariant;  // of the environment or kiv.ini, for a device that
+  std::optional<std::uint32_t> fallbackProduct;  // does not say
 };
 
+// Takes over what the host asks for; the next GetSetup looks everything up anew.
 KIVPLATFORM_API void SetSetup(const Setup& setup);
-KIVPLATFORM_API Resolved GetSetup();
+// Looked up at the first call after SetSetup (or ever), the same from then on. The reference lives until
+// the process ends.
+KIVPLATFORM_API const Resolved& GetSetup();
 
 }  // namespace bench

@@ -10,19 +10,31 @@
 #include "platform/text/qc_string.h"
 
 namespace result {
+// What the code names; the other rows of the table are only looked up.
 inline constexpr std::uint32_t kOk = 0;
 inline constexpr std::uint32_t kNotSupported = 1;
-inline constexpr std::uint32_t kNoFile = 51;
+inline constexpr std::uint32_t kNoDocument = 2;
 inline constexpr std::uint32_t kPacketTooLong = 22;
 inline constexpr std::uint32_t kBadAddress = 23;
+inline constexpr std::uint32_t kNotTaken = 50;
+inline constexpr std::uint32_t kNoFile = 51;
+inline constexpr std::uint32_t kFileUnusable = 53;
 inline constexpr std::uint32_t kNoMemory = 500;
 inline constexpr std::uint32_t kNotConnected = 502;
+inline constexpr std::uint32_t kNotADevice = 503;
+inline constexpr std::uint32_t kLinkDropped = 504;
+inline constexpr std::uint32_t kGroupMissing = 3004;
+inline constexpr std::uint32_t kInstanceMissing = 3005;
+inline constexpr std::uint32_t kSaveFailed = 3018;
 inline constexpr std::uint32_t kLinkDown = 3207;
+inline constexpr std::uint32_t kZeroWidth = 4001;
+inline constexpr std::uint32_t kBadKeys = 10007;
+inline constexpr std::uint32_t kWrongSuffix = 10012;
 inline constexpr std::uint32_t kFailure = 0xFFFFFFFFu;
 
 struct Entry {
   std::uint32_t code;
-  const char* name;  // short, upper case, for documents and machine output
+  const char* name;  // lower case with underscores, for documents and machine output
   const wchar_t* text;
 };
 

@@ -31,3 +31,5 @@ KIVPLATFORM_API std::uint32_t TpfClientInstall(std::atomic<CTransferProfile*>& p
                                                std::uint32_t channel, std::uint32_t ueId);
 // Takes the profile out of the register and sets `profile` to null; a null one is left alone.
 KIVPLATFORM_API std::uint32_t TpfClientUnInstall(std::atomic<CTransferProfile*>& profile);
+// The profile installed last under channel and UE id, for a host that shows statistics; null when none is.
+KIVPLATFORM_API const CTransferProfile* TpfFind(std::uint32_t channel, std::uint32_t ueId);

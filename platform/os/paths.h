@@ -17,14 +17,19 @@
 namespace os {
 // The path in the file system's own 8-bit form (UTF-8).
 KIVPLATFORM_API std::string MapPath(std::wstring_view path);
-// Where drive letters map to; the bench setup sets it. Unset: KIV_DATA_DIR, else $XDG_DATA_HOME/kiv, else
-// ~/.local/share/kiv with the home of the user database when HOME is not set.
+// Where drive letters map to; the bench setup sets it. Unset or set to an empty text: KIV_DATA_DIR, else
+// $XDG_DATA_HOME/kiv, else ~/.local/share/kiv with the home of the user database when HOME is not set
+// (the root directory for a user that it does not know).
 KIVPLATFORM_API void SetDataDirectory(const std::string& mappedPath);
 KIVPLATFORM_API std::string DataDirectory();
 // KIV_CONFIG_DIR, else $XDG_CONFIG_HOME/kiv, else ~/.config/kiv, likewise.
 KIVPLATFORM_API std::string DefaultConfigDirectory();
 // Directory of the running program, without a slash at the end; empty when the system does not tell.
 KIVPLATFORM_API std::string ProgramDirectory();
+// Directory of the file that this library was loaded from, likewise (a host may stand elsewhere).
+KIVPLATFORM_API std::string LibraryDirectory();
+// Whether the path names an existing directory (a symbolic link to one counts).
+KIVPLATFORM_API bool IsDirectory(const std::string& mappedPath);
 }  // namespace os
 
 // Non-zero when the path (mapped) names an existing file or directory.

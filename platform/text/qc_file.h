@@ -9,6 +9,7 @@
 
 #include <cstdint>
 #include <cstdio>
+#include <memory>
 
 #include "platform/platform_export.h"
 #include "platform/text/qc_string.h"
@@ -49,11 +50,15 @@ class KIVPLATFORM_API QCStdioFile {
 
   // Opens for reading as text. A directory cannot be opened.
   bool OpenRead(const QCString& path);
-  // The next line without its terminator; false at the end (`line` is then empty).
+  // The next line without its terminator; false at the end (`line` is then empty), after a read error
+  // and, with EFBIG, for a line of more than 256 MiB.
   bool ReadString(QCString& line);
   void Close();
+  // 0 at the end of the file and after a call that went well.
+  int LastError() const noexcept { return lastError_; }
 
  private:
   struct Reader;
-  Reader* reader_;
+  std::unique_ptr<Reader> reader_;
+  int lastError_ = 0;
 };

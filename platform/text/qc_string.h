@@ -8,9 +8,11 @@
 // Errors: positions beyond the end are clamped; nothing throws but std::bad_alloc.
 #pragma once
 
+#include <compare>
 #include <cstddef>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "platform/platform_export.h"
 
@@ -79,7 +81,7 @@ class KIVPLATFORM_API QCString {
   // Removes every `ch`; answers how many there were.
   std::size_t Remove(wchar_t ch);
   // Replaces from left to right in one pass (what a replacement brings in is not searched again);
-  // answers how many were replaced.
+  // answers how many were replaced. An empty `from` is found nowhere.
   std::size_t Replace(wchar_t from, wchar_t to);
   std::size_t Replace(std::wstring_view from, std::wstring_view to);
 
