@@ -1,7 +1,6 @@
 #include "platform/base/bench_setup.h"
 
 #include <atomic>
-#include <charconv>
 #include <cstdlib>
 #include <memory>
 #include <mutex>

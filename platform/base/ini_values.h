@@ -12,13 +12,13 @@
 #include "platform/text/qc_string.h"
 
 // A decimal value (leading blanks and sign, digits; the rest is ignored); `fallback` when the key is not
-// there or has no digits.
+// there or has no digits. Beyond 32 bits gives 4294967295; a minus wraps modulo 2 to the 32nd.
 KIVPLATFORM_API std::uint32_t GetIniUint32(const wchar_t* section, const wchar_t* key,
                                            std::uint32_t fallback);
 KIVPLATFORM_API QCString GetIniString(const wchar_t* section, const wchar_t* key,
                                       const QCString& fallback);
 
-// Where the application keeps its files. Each call looks the place up anew (bench_setup.h).
+// Where the application keeps its files, as the bench setup has it at the call (bench_setup.h).
 class KIVPLATFORM_API CAppPrefs {
  public:
   static QCString GetConfigDir();

@@ -18,11 +18,9 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/platform_export.h"
-
 namespace os {
 
-class KIVPLATFORM_API IniDocument {
+class IniDocument {
  public:
   IniDocument() = default;
   explicit IniDocument(std::string_view text);

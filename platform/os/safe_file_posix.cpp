@@ -7,6 +7,7 @@
 #include <climits>
 #include <optional>
 
+#include "platform/os/descriptor.h"
 #include "platform/os/paths.h"
 #include "platform/os/safe_file.h"
 #include "platform/os/system_calls.h"
@@ -17,42 +18,6 @@ namespace {
 constexpr int kMaxLinks = 40;
 constexpr int kMaxNameTries = 100;
 constexpr std::size_t kReadChunkBytes = 64 * 1024;
-
-template <typename Call>
-auto RetryWhenInterrupted(Call call) {
-  auto result = call();
-  while (result == -1 && errno == EINTR) result = call();
-  return result;
-}
-
-// 0, or what errno says of a failed call.
-int ErrorOf(int result) { return result == -1 ? errno : 0; }
-
-// A descriptor that closes itself.
-class Descriptor {
- public:
-  explicit Descriptor(int number = -1) : number_(number) {}
-  Descriptor(const Descriptor&) = delete;
-  Descriptor& operator=(const Descriptor&) = delete;
-  ~Descriptor() { Close(); }
-
-  int number() const { return number_; }
-  bool isOpen() const { return number_ >= 0; }
-  void Reset(int number) {
-    Close();
-    number_ = number;
-  }
-  // 0 or an error number. Interrupted counts as closed: the system has let go of it.
-  int Close() {
-    if (!isOpen()) return 0;
-    const int error = ErrorOf(system_calls::Close(number_));
-    number_ = -1;
-    return error == EINTR ? 0 : error;
-  }
-
- private:
-  int number_;
-};
 
 std::string DirectoryPart(const std::string& path) {
   const std::size_t slash = path.rfind('/');
@@ -196,7 +161,7 @@ int ReadAll(int file, std::size_t limitBytes, std::string& content) {
     const ssize_t got =
         RetryWhenInterrupted([&] { return read(file, content.data() + had, kReadChunkBytes); });
     content.resize(had + (got > 0 ? static_cast<std::size_t>(got) : 0));
-    if (got <= 0) return ErrorOf(static_cast<int>(got));
+    if (got <= 0) return ErrorOf(got);
     if (content.size() > limitBytes) return EFBIG;
   }
 }
