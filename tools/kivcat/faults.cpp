@@ -1,0 +1,37 @@
+#include "tools/kivcat/faults.h"
+
+#include <algorithm>
+#include <tuple>
+
+namespace kivcat {
+namespace {
+constexpr std::size_t kMaxShown = 100;
+}
+
+void Faults::Error(SourcePlace place, std::string reason) {
+  ++errorCount_;
+  faults_.push_back({place, std::move(reason)});
+}
+
+void Faults::Warning(SourcePlace place, std::string reason) {
+  faults_.push_back({place, "warning: " + std::move(reason)});
+}
+
+std::string Faults::Text() const {
+  std::vector<Fault> sorted = faults_;
+  std::stable_sort(sorted.begin(), sorted.end(), [](const Fault& a, const Fault& b) {
+    return std::tie(a.place.line, a.place.column) < std::tie(b.place.line, b.place.column);
+  });
+  std::string text;
+  for (std::size_t i = 0; i < std::min(sorted.size(), kMaxShown); ++i) {
+    const Fault& fault = sorted[i];
+    text += fileName_ + ":" + std::to_string(fault.place.line) + ":" +
+            std::to_string(fault.place.column) + ": " + fault.reason + "\n";
+  }
+  if (sorted.size() > kMaxShown) {
+    text += fileName_ + ": " + std::to_string(sorted.size() - kMaxShown) + " more\n";
+  }
+  return text;
+}
+
+}  // namespace kivcat

@@ -1,0 +1,127 @@
+#include "tools/kivcat/kivcat_program.h"
+
+#include <QCommandLineParser>
+#include <QStringList>
+#include <algorithm>
+#include <cstring>
+#include <iterator>
+
+#include "kiv_version.h"
+#include "platform/os/safe_file.h"
+#include "tools/kivcat/invocation.h"
+#include "tools/kivcat/program_commands.h"
+
+namespace kivcat {
+namespace {
+
+struct OptionRow {
+  const char* letter;  // null: none
+  const char* name;
+  const char* valueName;  // null: takes none
+};
+
+constexpr OptionRow kOutput{"o", "output", "FILE"};
+constexpr OptionRow kHex{nullptr, "hex", nullptr};
+constexpr OptionRow kOneLine{nullptr, "one-line", nullptr};
+constexpr OptionRow kTypes{nullptr, "types", nullptr};
+
+struct CommandRow {
+  const char* word;
+  const char* synopsis;
+  const char* text;
+  std::size_t words;
+  std::vector<OptionRow> options;
+  int (*run)(Invocation&);
+};
+
+const std::vector<CommandRow>& Commands() {
+  static const std::vector<CommandRow> rows{
+      {"check", "check SOURCE", "tells what is wrong with a source", 1, {}, RunCheck},
+      {"header", "header CATALOGUE [-o FILE]", "writes the C header for the device side", 1, {kOutput},
+       RunHeader},
+  };
+  return rows;
+}
+
+std::string Usage() {
+  std::string text = "usage: kivcat COMMAND ...\n\n";
+  std::size_t width = 0;
+  for (const CommandRow& row : Commands()) width = std::max(width, std::strlen(row.synopsis));
+  for (const CommandRow& row : Commands()) {
+    text += "  " + std::string(row.synopsis) +
+            std::string(width - std::strlen(row.synopsis) + 2, ' ') + row.text + "\n";
+  }
+  return text + "\nCATALOGUE is a source (JSON) or a compiled catalogue.\n";
+}
+
+int WrongUsage(Outputs& outputs, const std::string& reason) {
+  outputs.errorOutput += "kivcat: " + reason + "\n" + Usage();
+  return 2;
+}
+
+void AddOptions(QCommandLineParser& parser, const CommandRow& row) {
+  for (const OptionRow& option : row.options) {
+    QStringList names;
+    if (option.letter != nullptr) names << QString::fromUtf8(option.letter);
+    names << QString::fromUtf8(option.name);
+    parser.addOption(QCommandLineOption(
+        names, QString(), option.valueName != nullptr ? QString::fromUtf8(option.valueName) : QString()));
+  }
+  // The words of a command without options may begin with a minus: "-1,2" is a parameter text.
+  if (row.options.empty()) {
+    parser.setOptionsAfterPositionalArgumentsMode(
+        QCommandLineParser::ParseAsPositionalArguments);
+  }
+}
+
+int RunRow(const CommandRow& row, const std::vector<std::string>& arguments, Outputs& outputs) {
+  QCommandLineParser parser;
+  AddOptions(parser, row);
+  QStringList list;  // the first is the name of the program, for the parser: here the command's word
+  for (const std::string& argument : arguments) list << QString::fromStdString(argument);
+  if (!parser.parse(list)) return WrongUsage(outputs, parser.errorText().toStdString());
+  Invocation invocation{{}, {}, outputs};
+  for (const QString& word : parser.positionalArguments()) {
+    invocation.words.push_back(word.toStdString());
+  }
+  if (invocation.words.size() != row.words) {
+    return WrongUsage(outputs, std::string(row.word) + " takes " + std::to_string(row.words) +
+                                   (row.words == 1 ? " word, not " : " words, not ") +
+                                   std::to_string(invocation.words.size()));
+  }
+  for (const OptionRow& option : row.options) {
+    const QString name = QString::fromUtf8(option.name);
+    if (parser.isSet(name)) invocation.options[option.name] = parser.value(name).toStdString();
+  }
+  return row.run(invocation);
+}
+
+}  // namespace
+
+int Invocation::Deliver(const std::string& content) {
+  if (!Has("output")) {
+    outputs.output += content;
+    return 0;
+  }
+  const std::string& path = options.at("output");
+  const int error = os::WriteFileSafely(path, content);
+  return error == 0 ? 0 : Fail(path + ": " + std::strerror(error));
+}
+
+int RunKivcat(const std::vector<std::string>& arguments, Outputs& outputs) {
+  if (arguments.empty()) return WrongUsage(outputs, "a command is missing");
+  if (arguments[0] == "--help") {
+    outputs.output += Usage();
+    return 0;
+  }
+  if (arguments[0] == "--version") {
+    outputs.output += "kivcat " KIV_VERSION "\n";
+    return 0;
+  }
+  for (const CommandRow& row : Commands()) {
+    if (arguments[0] == row.word) return RunRow(row, arguments, outputs);
+  }
+  return WrongUsage(outputs, "there is no command \"" + arguments[0] + "\"");
+}
+
+}  // namespace kivcat

@@ -1,0 +1,13 @@
+// The commands of kivcat, one function each, called by the table of kivcat_program.cpp.
+//
+// Threads: one call at a time. Errors: the exit status, 0 or 1; the reason is in the error output.
+#pragma once
+
+#include "tools/kivcat/invocation.h"
+
+namespace kivcat {
+
+int RunCheck(Invocation& invocation);
+int RunHeader(Invocation& invocation);
+
+}  // namespace kivcat
