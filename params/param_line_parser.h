@@ -17,7 +17,9 @@
 // depth stay as they were at the failure.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+#include <string_view>
 
 #include "platform/text/qc_string.h"
 
@@ -34,7 +36,8 @@ class ParamLineParser {
   virtual ~ParamLineParser();
 
   std::uint32_t SetParamLine(const QCString& line);
-  // `leftAtDefault` is set when the line has no value here: the node keeps its default.
+  // `leftAtDefault` is set when the line has no value here: the node keeps its default. Both are set also
+  // on failure.
   std::uint32_t GetNextValue(std::uint32_t* value, bool* leftAtDefault);
   // Writes element by element; empty elements keep what `*buffer` held. Sizes in bytes. On failure the
   // buffer may be partly written.
@@ -50,16 +53,32 @@ class ParamLineParser {
   std::uint32_t GetIndex() const noexcept { return index_; }          // requests so far
 
  private:
+  static constexpr std::size_t npos = std::wstring_view::npos;
+
+  bool Preprocess();
+  bool TracksDepth() const noexcept { return depth_ != kAllOnes; }
+  // Moves behind the comma that ended an item, and into the braces of the next.
+  void PassComma(std::size_t comma);
   void EnterBraces();
-  bool ReadBinaryFile(std::uint8_t* buffer, std::uint32_t bufferBytes);
-  bool SplitArrayValues(std::size_t from, std::size_t to, std::uint8_t* buffer,
-                        std::uint32_t elementBytes, std::uint32_t bufferBytes);
+  // Whether the unread rest holds a binary-file reference.
+  bool HasBinaryReference();
+  bool ReadBinaryReference(std::uint8_t* buffer, std::uint32_t bufferBytes);
+  // The brackets of the array that comes next; false when they are not well placed.
+  bool FindBrackets(std::size_t* opening, std::size_t* closing) const;
+  bool SplitArrayValues(std::wstring_view text, std::uint8_t* buffer, std::uint32_t elementBytes,
+                        std::uint32_t bufferBytes);
+  // Moves behind an array's closing bracket.
+  void PassArray(std::size_t closing);
+  bool Convert(std::wstring_view text, std::uint32_t* value);
+  bool Fail(const char* text);
 
   QCString line_;
   std::uint32_t position_ = 0;
   std::uint32_t depth_ = 0;
   std::uint32_t index_ = 0;
   QCString errorText_;
+  std::size_t lastOpeningBrace_ = npos;  // of the whole line: no need to look for one behind it
+  std::size_t binaryReference_ = npos;  // first "$(B<" behind the position it was last looked for from
 };
 
 }  // namespace SvcKivClass
