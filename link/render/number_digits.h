@@ -1,0 +1,26 @@
+// Digits straight into wide text, without a string of their own.
+//
+// Threads: any; no state.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+namespace SvcKivClass {
+
+void AppendDecimal(std::wstring& to, std::uint32_t value);
+// Lower-case digits, padded with zeros to at least `minDigits`.
+void AppendHex(std::wstring& to, std::uint32_t value, std::uint32_t minDigits);
+
+// What a single value or an array's element looks like.
+struct ValueFormat {
+  std::uint32_t widthBytes = 0;
+  bool isSigned = false;
+  bool hexadecimal = false;
+};
+
+// Decimal: 32 bits of the value, with the sign of its own width. Hexadecimal: "0x" and two digits a byte
+// for widths 1, 2 and 4, nothing for others; a negative value shows zeros, as hosts know it.
+void AppendValue(std::wstring& to, std::uint64_t value, const ValueFormat& format);
+
+}  // namespace SvcKivClass
