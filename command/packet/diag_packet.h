@@ -7,31 +7,13 @@
 
 #include <cstdint>
 
-#include "command/packet/mac_tools.h"
+#include "command/packet/post_route.h"
 #include "link/render/render.h"
 #include "platform/catalogue/param_codec.h"
 #include "platform/catalogue/param_node.h"
 #include "platform/text/qc_string.h"
 
 namespace SvcKivClass {
-
-// The parameter rest with its routing option taken off.
-struct MacSplit {
-  QCString rest;     // what stands before the last option, trimmed
-  QCString macPath;  // empty: none
-};
-MacSplit SplitMacPath(const QCString& parameterRest);
-
-enum class PostForm { kPlain, kDirect, kRouted };
-
-// How a MAC path is posted. `status` is non-zero for a path that cannot be converted.
-struct PostRoute {
-  PostForm form = PostForm::kPlain;
-  std::uint32_t directNumber = 0;  // kDirect: last argument of PostCmd
-  RoutingHeader header{};          // kRouted
-  std::uint32_t status = 0;
-};
-PostRoute RouteOf(const QCString& macPath);
 
 // One command on its way to a packet. The steps are called in this order; each answers 0 or the status that
 // ended it, and appends its failure text to Reply().
@@ -50,7 +32,7 @@ class DiagPacket {
   std::uint32_t FillParameters();
   // Appends the input-parameter display to Reply() and answers what was appended.
   QCString DisplayInputParams(const RenderFlags& flags);
-  // The body; the pool block stays this object's.
+  // The body: the tree's, or a string-typed command's text. The pool block stays this object's.
   std::uint32_t Encode();
 
   bool IsStringTyped() const noexcept { return stringTyped_; }
@@ -62,7 +44,9 @@ class DiagPacket {
   CParamNode& Tree() noexcept { return tree_; }
 
  private:
-  std::uint32_t EncodeString();
+  // The rest in the 8-bit code page with its terminator, zeros up to a multiple of four bytes.
+  std::uint32_t EncodeText();
+  void FreeBody();
 
   std::uint32_t cmdId_;
   CParamCodec codec_;
