@@ -30,16 +30,14 @@ bool ReadLines(const QCString& path, bool cutComments, std::wstring& content,
   QCStdioFile file;
   if (!Open(file, path, errorText)) return false;
   content.clear();
-  for (QCString line; file.ReadString(line);) {
+  for (QCString line; content.size() <= kMaxLineChars && file.ReadString(line);) {
     std::wstring_view text = line.view();
     if (cutComments) text = text.substr(0, text.find(L'#'));
     content.append(text).push_back(L' ');
-    if (content.size() > kMaxLineChars) {
-      errorText = FailedToOpenText(path);
-      return false;
-    }
   }
-  return true;
+  if (content.size() <= kMaxLineChars && file.LastError() == 0) return true;
+  errorText = FailedToOpenText(path);  // too long, or not readable to its end
+  return false;
 }
 
 }  // namespace
