@@ -59,7 +59,7 @@ tests() {
 }
 
 fuzz_all() {
-  scripts/fuzz.sh "$1"
+  KIV_FUZZ_PRESET=$1 scripts/fuzz.sh "$2"
 }
 
 sanitizer_options() {
@@ -84,9 +84,9 @@ if [ $sweep = full ]; then
   stage "address, undefined: build" build asan && stage "address, undefined: tests" tests asan short
   threaded='^(service|link|channels|settings|platform_devlink|live|svckiv)$'
   stage "thread: build" build_threaded && stage "thread: tests" tests tsan short -L "$threaded"
-  stage "libFuzzer, 60 s a target" fuzz_all 60
+  stage "libFuzzer, 60 s a target" fuzz_all asan 60
 elif [ $sweep = short ] && command -v clang++ >/dev/null; then
-  stage "libFuzzer, 5 s a target" fuzz_all 5
+  stage "libFuzzer, 5 s a target" fuzz_all fuzz 5
 fi
 
 table

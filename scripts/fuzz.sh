@@ -1,5 +1,6 @@
 #!/bin/bash
-# Runs the fuzz targets with libFuzzer, two at a time: fuzz.sh SECONDS [TARGET...]
+# Runs the fuzz targets with libFuzzer, side by side: fuzz.sh SECONDS [TARGET...]
+# KIV_FUZZ_PRESET names another build that has them (asan).
 #
 # Each starts from its kept corpus, fuzz/corpus/NAME. New inputs go to build/fuzz/found/NAME and a
 # crash to build/fuzz/crash/NAME-*; minimise a crash and keep it in the corpus with its fix.
@@ -8,9 +9,10 @@ set -u
 
 seconds=$1
 shift
+preset=${KIV_FUZZ_PRESET:-fuzz}
 say "building the fuzz targets"
-quietly build/log/configure-fuzz.log cmake --preset fuzz -DKIV_TESTS=ON || exit 1
-cmake --build --preset fuzz --target kiv_fuzz_targets </dev/null >&2 || exit 1
+quietly "build/log/configure-$preset.log" cmake --preset "$preset" || exit 1
+cmake --build --preset "$preset" --target kiv_fuzz_targets </dev/null >&2 || exit 1
 
 names=("$@")
 if [ ${#names[@]} = 0 ]; then
@@ -26,7 +28,7 @@ run_one() {
   local options=()
   mkdir -p "build/fuzz/found/$name"
   [ -e "fuzz/corpus/$name.dict" ] && options+=("-dict=fuzz/corpus/$name.dict")
-  if timeout --kill-after=10 $((seconds + 120)) "build/fuzz/bin/${name}_fuzz" \
+  if timeout --kill-after=10 $((seconds + 120)) "build/$preset/bin/${name}_fuzz" \
     -max_total_time="$seconds" -timeout=25 -rss_limit_mb=2048 -print_final_stats=1 \
     -artifact_prefix="build/fuzz/crash/$name-" "${options[@]}" \
     "build/fuzz/found/$name" "fuzz/corpus/$name" </dev/null >"$log" 2>&1; then
@@ -39,6 +41,7 @@ run_one() {
   fi
 }
 export -f run_one
+export preset
 
 say "${#names[@]} targets, $seconds s each"
 printf '%s\n' "${names[@]}" | xargs -P "$(nproc)" -I{} bash -c 'run_one "$1" "$2"' _ {} "$seconds"

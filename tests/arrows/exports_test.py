@@ -37,10 +37,12 @@ class TheModule(unittest.TestCase):
         body = re.search(r"class SVCKIV_API SvcKiv \{(.*?)\n\};", header.read_text("utf-8"), re.S)
         operations = re.findall(r"^  (?:static )?[\w:]+[\w:* ]* \*?(\w+)\(", body.group(1), re.M)
         self.assertGreater(len(operations), 8)
-        symbols = "\n".join(exported("libsvckiv.so"))
-        for operation in operations:
-            with self.subTest(operation=operation):
-                self.assertIn(f"SvcKivSpace::SvcKiv::{operation}(", symbols)
+        symbols = exported("libsvckiv.so")
+        missing = [
+            operation for operation in operations
+            if not any(name.startswith(f"SvcKivSpace::SvcKiv::{operation}(") for name in symbols)
+        ]  # fmt: skip
+        self.assertEqual([], missing)
 
 
 class ThePlatform(unittest.TestCase):
@@ -49,7 +51,8 @@ class ThePlatform(unittest.TestCase):
         self.assertEqual([], [name for name in symbols if NOISE.match(name)])
 
     def test_exports_the_pool_that_hosts_release_payloads_with(self):
-        self.assertIn("PoolFree", "\n".join(exported("libkivplatform.so")))
+        names = [name.split("(")[0] for name in exported("libkivplatform.so")]
+        self.assertIn("PoolFree", names)
 
 
 class TheCheck(unittest.TestCase):
