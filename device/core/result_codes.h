@@ -1,0 +1,26 @@
+// Result codes of confirmations and greetings. docs/result-codes.md is the whole table with its
+// texts; these are the ones that a device answers.
+#ifndef DEVICE_CORE_RESULT_CODES_H_
+#define DEVICE_CORE_RESULT_CODES_H_
+
+typedef enum kiv_result {
+  KIV_RESULT_OK = 0,
+  KIV_RESULT_NOT_SUPPORTED = 1,
+  KIV_RESULT_TOO_LONG = 22,
+  KIV_RESULT_NO_MEMORY = 500,
+  KIV_RESULT_UNKNOWN_COMMAND = 700,
+  KIV_RESULT_BODY_SHORT = 701,
+  KIV_RESULT_BODY_LONG = 702,
+  KIV_RESULT_BAD_VALUE = 703,
+  KIV_RESULT_NOT_ENABLED = 704,
+  KIV_RESULT_NO_SUCH_ITEM = 705,
+  KIV_RESULT_STORAGE_FAILED = 706,
+  KIV_RESULT_STORAGE_FULL = 707,
+  KIV_RESULT_FIGURES_FAILED = 708,
+  KIV_RESULT_BUSY = 709,
+  KIV_RESULT_VERSION_REFUSED = 710,
+  KIV_RESULT_TOKEN_REFUSED = 711,
+  KIV_RESULT_DEVICE_FAILED = 712
+} kiv_result;
+
+#endif  // DEVICE_CORE_RESULT_CODES_H_
