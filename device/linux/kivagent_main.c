@@ -1,0 +1,38 @@
+// kivagent: the program. What may run as whom is decided here.
+#include <stdio.h>
+#include <unistd.h>
+
+#include "device/linux/options.h"
+#include "device/linux/program.h"
+#include "kiv_version.h"
+
+enum { kStatusFailed = 1, kStatusWrongUsage = 2 };
+
+static int run(const kiv_options* options) {
+  const bool root = geteuid() == 0 && !options->allow_root;
+  if (root && options->unix_path != NULL) {
+    (void)fprintf(stderr, "kivagent: as root no socket is opened without --allow-root\n");
+    return kStatusFailed;
+  }
+  if (root) {
+    (void)fprintf(stderr, "kivagent: warning: running as root\n");
+  }
+  return kiv_program_run(options);
+}
+
+int main(int argc, char** argv) {
+  static kiv_options options;
+  switch (kiv_options_read(&options, argc, argv)) {
+    case KIV_WISH_HELP:
+      (void)fputs(kiv_options_help(), stdout);
+      return 0;
+    case KIV_WISH_VERSION:
+      (void)printf("kivagent %s\n", KIV_VERSION);
+      return 0;
+    case KIV_WISH_WRONG:
+      (void)fprintf(stderr, "kivagent: %s (see --help)\n", options.problem);
+      return kStatusWrongUsage;
+    default:
+      return run(&options);
+  }
+}

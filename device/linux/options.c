@@ -1,0 +1,141 @@
+#include "device/linux/options.h"
+
+#include <errno.h>
+#include <getopt.h>
+#include <pwd.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+#include <unistd.h>
+
+static const uint16_t kDefaultVariant = 248;
+
+static const char kHelp[] =
+    "usage: kivagent [OPTION...]\n"
+    "The device side of the bench: answers diagnostic commands about this machine.\n"
+    "\n"
+    "  --stdio         talk over standard input and output (default)\n"
+    "  --unix PATH     listen on a Unix socket: folder 0700, socket 0600, this user only\n"
+    "  --data DIR      keep what outlives the agent in DIR\n"
+    "                  (default: $XDG_DATA_HOME/kivagent, else ~/.local/share/kivagent)\n"
+    "  --name NAME     name that hosts show (default: this machine's name)\n"
+    "  --variant N     protocol variant code to report, 0 to 65535 (default: 248)\n"
+    "  --product N     product version code to report, 0 to 65535 (default: 0)\n"
+    "  --allow-root    as root, allow what is refused otherwise\n"
+    "  --version       print the version and end\n"
+    "  --help          print this and end\n";
+
+enum { kStdio = 1, kUnix, kData, kName, kVariant, kProduct, kAllowRoot, kVersion, kHelpOption };
+
+static const struct option kLong[] = {
+    {"stdio", no_argument, NULL, kStdio},           {"unix", required_argument, NULL, kUnix},
+    {"data", required_argument, NULL, kData},       {"name", required_argument, NULL, kName},
+    {"variant", required_argument, NULL, kVariant}, {"product", required_argument, NULL, kProduct},
+    {"allow-root", no_argument, NULL, kAllowRoot},  {"version", no_argument, NULL, kVersion},
+    {"help", no_argument, NULL, kHelpOption},       {NULL, 0, NULL, 0}};
+
+const char* kiv_options_help(void) { return kHelp; }
+
+static kiv_wish wrong(kiv_options* options, const char* what, const char* argument) {
+  (void)snprintf(options->problem, sizeof options->problem, "%s '%s'", what, argument);
+  return KIV_WISH_WRONG;
+}
+
+static bool read_code(const char* text, uint16_t* code) {
+  char* end = NULL;
+  errno = 0;
+  const unsigned long value = strtoul(text, &end, 10);
+  if (text[0] < '0' || text[0] > '9' || *end != '\0' || errno != 0 || value > 65535) return false;
+  *code = (uint16_t)value;
+  return true;
+}
+
+typedef struct user_record {
+  struct passwd entry;
+  char texts[4096];
+} user_record;
+
+static const char* home_of_user(user_record* user) {
+  struct passwd* found = NULL;
+  const int error = getpwuid_r(geteuid(), &user->entry, user->texts, sizeof user->texts, &found);
+  return error != 0 || found == NULL ? "/" : found->pw_dir;
+}
+
+// From the user database where HOME is not set, so that the agent runs in an empty environment.
+static void find_data_folder(kiv_options* options) {
+  char* out = options->default_data_folder;
+  const size_t room = sizeof options->default_data_folder;
+  // The agent has one thread: NOLINTBEGIN(concurrency-mt-unsafe)
+  const char* data_home = getenv("XDG_DATA_HOME");
+  const char* home = getenv("HOME");
+  // NOLINTEND(concurrency-mt-unsafe)
+  user_record user;
+  if (home == NULL || home[0] != '/') {
+    home = home_of_user(&user);
+  }
+  const bool own = data_home != NULL && data_home[0] == '/';
+  const int length = own ? snprintf(out, room, "%s/kivagent", data_home)
+                         : snprintf(out, room, "%s/.local/share/kivagent", home);
+  if (length < 0 || (size_t)length >= room) out[0] = '\0';  // writing then says it failed
+  options->data_folder = out;
+}
+
+static void find_name(kiv_options* options) {
+  if (gethostname(options->name, sizeof options->name) != 0 || options->name[0] == '\0') {
+    (void)snprintf(options->name, sizeof options->name, "kivagent");
+  }
+  options->name[sizeof options->name - 1] = '\0';
+}
+
+static kiv_wish take(kiv_options* options, int option) {
+  switch (option) {
+    case kStdio:
+      options->unix_path = NULL;
+      return KIV_WISH_RUN;
+    case kUnix:
+      options->unix_path = optarg;
+      return optarg[0] == '\0' ? wrong(options, "no path for", "--unix") : KIV_WISH_RUN;
+    case kData:
+      options->data_folder = optarg;
+      return KIV_WISH_RUN;
+    case kName:
+      if (strlen(optarg) >= sizeof options->name) {
+        return wrong(options, "name longer than 64 bytes", optarg);
+      }
+      (void)snprintf(options->name, sizeof options->name, "%s", optarg);
+      return KIV_WISH_RUN;
+    case kVariant:
+      return read_code(optarg, &options->variant) ? KIV_WISH_RUN
+                                                  : wrong(options, "no variant code", optarg);
+    case kProduct:
+      return read_code(optarg, &options->product) ? KIV_WISH_RUN
+                                                  : wrong(options, "no product code", optarg);
+    case kAllowRoot:
+      options->allow_root = true;
+      return KIV_WISH_RUN;
+    case kVersion:
+      return KIV_WISH_VERSION;
+    default:
+      return KIV_WISH_HELP;
+  }
+}
+
+kiv_wish kiv_options_read(kiv_options* options, int argc, char** argv) {
+  memset(options, 0, sizeof *options);
+  options->variant = kDefaultVariant;
+  find_data_folder(options);
+  find_name(options);
+  opterr = 0;
+  optind = 1;
+  while (true) {
+    const int at = optind;
+    // NOLINTNEXTLINE(concurrency-mt-unsafe)
+    const int option = getopt_long(argc, argv, "", kLong, NULL);
+    if (option == -1) break;
+    if (option == '?') return wrong(options, "unknown or incomplete option", argv[at]);
+    const kiv_wish wish = take(options, option);
+    if (wish != KIV_WISH_RUN) return wish;
+  }
+  if (optind < argc) return wrong(options, "unexpected argument", argv[optind]);
+  return KIV_WISH_RUN;
+}

@@ -1,0 +1,37 @@
+// What the command line of the agent asks for.
+//
+// Threads: none. Owns or borrows: texts point into the arguments, the environment or the object.
+// Errors: a text for standard error, ready to be shown behind the program's name.
+#ifndef DEVICE_LINUX_OPTIONS_H_
+#define DEVICE_LINUX_OPTIONS_H_
+
+#include <limits.h>
+#include <stdbool.h>
+#include <stdint.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+typedef enum kiv_wish { KIV_WISH_RUN, KIV_WISH_HELP, KIV_WISH_VERSION, KIV_WISH_WRONG } kiv_wish;
+
+typedef struct kiv_options {
+  const char* unix_path;  // null: standard input and output
+  const char* data_folder;
+  char name[65];
+  uint16_t variant;
+  uint16_t product;
+  bool allow_root;
+  char default_data_folder[PATH_MAX];
+  char problem[256];  // with KIV_WISH_WRONG
+} kiv_options;
+
+kiv_wish kiv_options_read(kiv_options* options, int argc, char** argv);
+// The text of --help.
+const char* kiv_options_help(void);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif  // DEVICE_LINUX_OPTIONS_H_

@@ -1,0 +1,241 @@
+#include "device/linux/program.h"
+
+#include <errno.h>
+#include <poll.h>
+#include <signal.h>
+#include <stdio.h>
+#include <string.h>
+#include <sys/signalfd.h>
+#include <sys/timerfd.h>
+#include <unistd.h>
+
+#include "device/linux/board.h"
+#include "device/linux/connection.h"
+#include "device/linux/unix_listener.h"
+
+// One host in session, and a few that have not greeted yet.
+enum { kMaxConnections = 4 };
+enum { kPollFixed = 3, kPollMax = kPollFixed + 2 * kMaxConnections };
+
+typedef struct kiv_program {
+  const kiv_options* options;
+  kiv_board board;
+  kiv_agent_setup setup;
+  uint8_t reply_buffer[KIV_BOARD_REPLY_BYTES];
+  kiv_connection* connections[kMaxConnections];  // oldest first, null behind the last
+  kiv_connection* session;                       // the one that indications go to
+  kiv_unix_listener listener;
+  int timer;
+  int signals;
+  bool stop;
+} kiv_program;
+
+// A host greeted: the session before, on whatever connection, is over.
+static void on_session(void* context, kiv_connection* connection, bool accepted) {
+  kiv_program* program = context;
+  if (accepted && program->session != NULL && program->session != connection) {
+    program->session->over = true;
+  }
+  if (accepted) {
+    program->session = connection;
+  } else if (program->session == connection) {
+    program->session = NULL;
+  } else {
+    return;  // a refused stranger changes nothing
+  }
+  kiv_indications_reset(&program->board.indications);
+}
+
+static void set_up_agent(kiv_program* program) {
+  const kiv_options* options = program->options;
+  kiv_agent_setup* setup = &program->setup;
+  kiv_board_init(&program->board, "/proc", options->data_folder);
+  setup->self.variant = options->variant;
+  setup->self.product = options->product;
+  setup->self.abilities =
+      KIV_ABILITY_COMMANDS | KIV_ABILITY_INDICATIONS | KIV_ABILITY_ROUTED | KIV_ABILITY_LINE_TEST;
+  setup->self.fingerprint = kiv_board_fingerprint(&setup->self.fingerprint_bytes);
+  setup->self.name = (const uint8_t*)options->name;
+  setup->self.name_bytes = (uint8_t)strlen(options->name);
+  setup->commands = kiv_board_commands(&setup->command_count);
+  setup->command_context = &program->board;
+  setup->reply_buffer = program->reply_buffer;
+  setup->reply_bytes = sizeof program->reply_buffer;
+}
+
+static void remove_connection(kiv_program* program, int index) {
+  kiv_connection* connection = program->connections[index];
+  if (program->session == connection) {
+    program->session = NULL;
+    kiv_indications_reset(&program->board.indications);
+  }
+  kiv_connection_close(connection);
+  for (; index + 1 < kMaxConnections; ++index) {
+    program->connections[index] = program->connections[index + 1];
+  }
+  program->connections[kMaxConnections - 1] = NULL;
+}
+
+static bool add_connection(kiv_program* program, int in, int out, bool owns_descriptors) {
+  kiv_connection* connection =
+      kiv_connection_open(in, out, owns_descriptors, &program->setup, on_session, program);
+  if (connection == NULL) return false;
+  int index = 0;
+  while (index < kMaxConnections && program->connections[index] != NULL) ++index;
+  if (index == kMaxConnections) {
+    // The oldest that is not in session has had its time to greet.
+    index = program->connections[0] == program->session ? 1 : 0;
+    remove_connection(program, index);
+    index = kMaxConnections - 1;
+  }
+  program->connections[index] = connection;
+  return true;
+}
+
+static void take_new_host(kiv_program* program) {
+  const int peer = kiv_unix_accept(&program->listener);
+  if (peer < 0) return;
+  if (!add_connection(program, peer, peer, true)) {
+    (void)fprintf(stderr, "kivagent: out of memory for a connection\n");
+    close(peer);
+  }
+}
+
+static void send_due_indications(kiv_program* program) {
+  const int64_t now_ms = kiv_board_now_ms();
+  while (true) {
+    uint8_t bytes[KIV_BOARD_INDICATION_BYTES];
+    kiv_writer body = kiv_writer_of(bytes, sizeof bytes);
+    const uint32_t id = kiv_board_next_indication(&program->board, now_ms, &body);
+    if (id == 0) return;
+    if (program->session != NULL) {
+      kiv_connection_indicate(program->session, id, bytes, body.used_bytes);
+    }
+  }
+}
+
+// Sets the timer to the next indication, or off.
+static void set_timer(const kiv_program* program) {
+  const int64_t due_ms = kiv_indications_next_due_ms(&program->board.indications);
+  struct itimerspec when;
+  memset(&when, 0, sizeof when);
+  if (due_ms >= 0) {
+    when.it_value.tv_sec = (time_t)(due_ms / 1000);
+    when.it_value.tv_nsec = (long)(due_ms % 1000) * 1000000;
+    if (due_ms == 0) when.it_value.tv_nsec = 1;  // zero would mean off
+  }
+  (void)timerfd_settime(program->timer, TFD_TIMER_ABSTIME, &when, NULL);
+}
+
+static void drain(int descriptor) {
+  uint8_t bytes[512];
+  while (read(descriptor, bytes, sizeof bytes) > 0) continue;
+}
+
+static struct pollfd watch(int descriptor, short events) {
+  const struct pollfd entry = {events == 0 ? -1 : descriptor, events, 0};
+  return entry;
+}
+
+static void serve_connection(kiv_connection* connection, short in, short out) {
+  if (in != 0) kiv_connection_read(connection, kiv_board_now_ms());
+  // Straight on with what was just answered: one turn of the loop less for each request.
+  if (out != 0 || kiv_connection_wants_out(connection) != 0) kiv_connection_write(connection);
+}
+
+static void remove_finished(kiv_program* program) {
+  const int64_t now_ms = kiv_board_now_ms();
+  for (int i = kMaxConnections - 1; i >= 0; --i) {
+    const kiv_connection* connection = program->connections[i];
+    if (connection == NULL || !kiv_connection_is_finished(connection, now_ms)) continue;
+    remove_connection(program, i);
+    if (program->options->unix_path == NULL) program->stop = true;
+  }
+}
+
+// How long poll may wait: for ever, unless a connection is only being flushed.
+static int patience_ms(const kiv_program* program) {
+  for (int i = 0; i < kMaxConnections; ++i) {
+    if (program->connections[i] != NULL && program->connections[i]->input_ended) return 50;
+  }
+  return -1;
+}
+
+static void turn(kiv_program* program) {
+  struct pollfd entries[kPollMax];
+  entries[0] = watch(program->signals, POLLIN);
+  entries[1] = watch(program->timer, POLLIN);
+  entries[2] = watch(program->listener.socket, program->listener.socket < 0 ? 0 : POLLIN);
+  int count = kPollFixed;
+  kiv_connection* served[kMaxConnections];
+  int served_count = 0;
+  for (int i = 0; i < kMaxConnections && program->connections[i] != NULL; ++i) {
+    kiv_connection* connection = program->connections[i];
+    served[served_count++] = connection;
+    entries[count++] = watch(connection->in, kiv_connection_wants_in(connection));
+    entries[count++] = watch(connection->out, kiv_connection_wants_out(connection));
+  }
+  if (poll(entries, (nfds_t)count, patience_ms(program)) < 0) {
+    if (errno != EINTR) program->stop = true;
+    return;
+  }
+  if (entries[0].revents != 0) program->stop = true;
+  if (entries[1].revents != 0) {
+    drain(program->timer);
+    send_due_indications(program);
+  }
+  for (int i = 0; i < served_count; ++i) {
+    serve_connection(served[i], entries[kPollFixed + 2 * i].revents,
+                     entries[kPollFixed + 2 * i + 1].revents);
+  }
+  if (entries[2].revents != 0) take_new_host(program);
+  remove_finished(program);
+  set_timer(program);
+}
+
+static bool open_descriptors(kiv_program* program) {
+  sigset_t ends;
+  sigemptyset(&ends);
+  sigaddset(&ends, SIGTERM);
+  sigaddset(&ends, SIGINT);
+  sigaddset(&ends, SIGHUP);
+  (void)sigprocmask(SIG_BLOCK, &ends, NULL);
+  struct sigaction ignore;
+  memset(&ignore, 0, sizeof ignore);
+  ignore.sa_handler = SIG_IGN;
+  (void)sigaction(SIGPIPE, &ignore, NULL);
+  program->signals = signalfd(-1, &ends, SFD_CLOEXEC | SFD_NONBLOCK);
+  program->timer = timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC | TFD_NONBLOCK);
+  return program->signals >= 0 && program->timer >= 0;
+}
+
+static bool open_transport(kiv_program* program) {
+  const char* path = program->options->unix_path;
+  if (path == NULL) return add_connection(program, STDIN_FILENO, STDOUT_FILENO, false);
+  if (!kiv_unix_listen(&program->listener, path)) {
+    (void)fprintf(stderr, "kivagent: %s\n", program->listener.problem);
+    return false;
+  }
+  (void)fprintf(stderr, "kivagent: listening at %s\n", path);
+  return true;
+}
+
+static void close_all(kiv_program* program) {
+  while (program->connections[0] != NULL) remove_connection(program, 0);
+  kiv_unix_close(&program->listener);
+  kiv_board_destroy(&program->board);
+  if (program->signals >= 0) close(program->signals);
+  if (program->timer >= 0) close(program->timer);
+}
+
+int kiv_program_run(const kiv_options* options) {
+  kiv_program program;
+  memset(&program, 0, sizeof program);
+  program.options = options;
+  program.listener.socket = -1;
+  set_up_agent(&program);
+  const bool open = open_descriptors(&program) && open_transport(&program);
+  while (open && !program.stop) turn(&program);
+  close_all(&program);
+  return open ? 0 : 1;
+}
