@@ -1,0 +1,82 @@
+"""kivagent as a child process, for tests: started, talked to, ended, and nothing left behind."""
+
+import os
+import pathlib
+import signal
+import socket
+import subprocess
+import time
+
+from wire.peer import PATIENCE_S, Peer
+
+AGENT = pathlib.Path(os.environ.get("KIV_BUILD_DIR", "build/gcc")) / "bin" / "kivagent"
+
+
+class AgentProcess:
+    """An agent over pipes. Use as a context manager; `peer` talks to it."""
+
+    def __init__(self, *arguments, data, allow_root=True, **popen):
+        root = ["--allow-root"] if allow_root else []
+        self.process = subprocess.Popen(
+            [str(AGENT), "--data", str(data), *root, *arguments], stdin=subprocess.PIPE,
+            stdout=subprocess.PIPE, stderr=subprocess.PIPE, bufsize=0, **popen)
+        self.peer = Peer(self.process.stdout.fileno(), self.process.stdin.fileno())
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        self.kill()
+
+    def kill(self):
+        self.process.kill()
+        self.process.wait()
+        for pipe in (self.process.stdin, self.process.stdout, self.process.stderr):
+            pipe.close()
+
+    def close_input(self):
+        self.process.stdin.close()
+
+    def wait(self):
+        """The exit status."""
+        return self.process.wait(PATIENCE_S)
+
+    def terminate(self):
+        self.process.send_signal(signal.SIGTERM)
+        return self.wait()
+
+    def first_notice(self):
+        """The first line of its standard error."""
+        return self.process.stderr.readline().decode()
+
+
+class SocketAgent(AgentProcess):
+    """An agent that listens at `path`; ready when the constructor returns."""
+
+    def __init__(self, path, *arguments, data, **more):
+        super().__init__("--unix", str(path), *arguments, data=data, **more)
+        self.path = path
+        self.notice = self.first_notice()
+
+    def connect(self):
+        connection = socket.socket(socket.AF_UNIX)
+        connection.settimeout(PATIENCE_S)
+        connection.connect(str(self.path))
+        return connection
+
+
+def memory_kib(pid):
+    """Resident memory of a process."""
+    for line in pathlib.Path(f"/proc/{pid}/status").read_text().splitlines():
+        if line.startswith("VmRSS:"):
+            return int(line.split()[1])
+    return 0
+
+
+def wait_until(condition):
+    """Asks again and again, with patience, until the condition holds."""
+    deadline = time.monotonic() + PATIENCE_S
+    while not condition():
+        if time.monotonic() > deadline:
+            raise TimeoutError("the condition did not come true")
+        time.sleep(0.005)
