@@ -36,13 +36,22 @@ function(kiv_fill_empty target files)
   endif()
 endfunction()
 
+# Runs moc over the target's files. The list of files is made a dependency: otherwise a header that
+# comes later is not looked at before something else of the target changes.
+function(kiv_automoc target)
+  set_target_properties(${target} PROPERTIES AUTOMOC ON AUTOGEN_TARGET_DEPENDS
+    ${CMAKE_CURRENT_BINARY_DIR}/CMakeFiles/${target}_autogen.dir/AutogenInfo.json)
+endfunction()
+
 # Object target of the calling folder. AUTOMOC when it has Qt objects.
 function(kiv_object_folder name)
   cmake_parse_arguments(ARG "AUTOMOC" "" "LIBS;DEFINES;HEADERS" ${ARGN})
   kiv_glob(files)
   add_library(${name} OBJECT ${files} ${ARG_HEADERS})
   kiv_fill_empty(${name} "${files}")
-  set_target_properties(${name} PROPERTIES AUTOMOC ${ARG_AUTOMOC})
+  if(ARG_AUTOMOC)
+    kiv_automoc(${name})
+  endif()
   target_include_directories(${name} PUBLIC ${CMAKE_SOURCE_DIR} ${CMAKE_SOURCE_DIR}/include
                                             ${KIV_GENERATED_DIR})
   target_compile_definitions(${name} PRIVATE ${ARG_DEFINES})
@@ -100,7 +109,9 @@ function(kiv_program_folder name)
   kiv_glob(files)
   add_library(${ARG_LIB} STATIC ${files})
   kiv_fill_empty(${ARG_LIB} "${files}")
-  set_target_properties(${ARG_LIB} PROPERTIES AUTOMOC ${ARG_AUTOMOC})
+  if(ARG_AUTOMOC)
+    kiv_automoc(${ARG_LIB})
+  endif()
   target_include_directories(${ARG_LIB} PUBLIC ${CMAKE_SOURCE_DIR} ${CMAKE_SOURCE_DIR}/include
                                                ${KIV_GENERATED_DIR})
   target_link_libraries(${ARG_LIB} PUBLIC ${ARG_LIBS})

@@ -38,7 +38,7 @@ function(kiv_test_folder name)
   kiv_timeout(timeout "${ARG_TIMEOUT}" 60)
   set(target ${name}_test)
   add_executable(${target} ${files})
-  set_target_properties(${target} PROPERTIES AUTOMOC ${ARG_QT}
+  set_target_properties(${target} PROPERTIES
                         RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests/bin)
   target_include_directories(${target} PRIVATE ${CMAKE_SOURCE_DIR} ${CMAKE_SOURCE_DIR}/include
                                                ${KIV_GENERATED_DIR})
@@ -48,6 +48,7 @@ function(kiv_test_folder name)
   endif()
   target_link_libraries(${target} PRIVATE ${ARG_LIBS} kiv_tree_paths ${gtest} Threads::Threads)
   if(ARG_QT)
+    kiv_automoc(${target})
     target_link_libraries(${target} PRIVATE Qt5::Core Qt5::Test)
   endif()
   if(TARGET board_header)
