@@ -36,11 +36,21 @@ function(kiv_fill_empty target files)
   endif()
 endfunction()
 
-# Runs moc over the target's files. The list of files is made a dependency: otherwise a header that
-# comes later is not looked at before something else of the target changes.
+# Runs moc over the target's files. CMake's own step does not notice a header that comes into the list
+# later, and the class is left without its meta-object: when the list has changed, the step's mark is
+# taken away, so that it runs.
 function(kiv_automoc target)
-  set_target_properties(${target} PROPERTIES AUTOMOC ON AUTOGEN_TARGET_DEPENDS
-    ${CMAKE_CURRENT_BINARY_DIR}/CMakeFiles/${target}_autogen.dir/AutogenInfo.json)
+  set_target_properties(${target} PROPERTIES AUTOMOC ON)
+  get_target_property(files ${target} SOURCES)
+  set(known ${CMAKE_CURRENT_BINARY_DIR}/${target}_moc_files.txt)
+  set(before)
+  if(EXISTS ${known})
+    file(READ ${known} before)
+  endif()
+  if(NOT before STREQUAL files)
+    file(WRITE ${known} "${files}")
+    file(REMOVE ${CMAKE_CURRENT_BINARY_DIR}/${target}_autogen/timestamp)
+  endif()
 endfunction()
 
 # Object target of the calling folder. AUTOMOC when it has Qt objects.
