@@ -52,7 +52,8 @@ class KIVPLATFORM_API CParamNode {
   std::uint32_t SetValue(std::uint64_t value) noexcept;
   // 0 when the node has a buffer of its own, which may be written in place.
   std::uint32_t GetValueBuf(std::uint8_t** buffer, std::uint64_t* lengthBytes) noexcept;
-  // Copies into the node's bytes; a length other than the field's size gives a status and changes nothing.
+  // Copies into the node's bytes. A shorter length zeroes the rest (the last chunk of a file is short); a
+  // longer one gives a status and changes nothing.
   std::uint32_t SetValueBuf(const std::uint8_t* bytes, std::uint64_t lengthBytes) noexcept;
 
   CParamNode* GetFirstChild() noexcept;
@@ -64,7 +65,10 @@ class KIVPLATFORM_API CParamNode {
 
  private:
   friend struct ParamTreeBlock;
-  const FieldLayout* field_;
-  std::uint8_t* body_;     // start of the packed body; the field's bytes are at its offset
-  ParamTreeBlock* block_;  // the block that holds this tree; owned by the root
+  CParamNode(const FieldLayout* field, std::uint8_t* bytes, ParamTreeBlock* block)
+      : field_(field), bytes_(bytes), block_(block) {}
+
+  const FieldLayout* field_;  // never null
+  std::uint8_t* bytes_;       // the node's own bytes within the packed body
+  ParamTreeBlock* block_;     // the block that holds this tree; owned by the root, null for an empty one
 };
