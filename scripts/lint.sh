@@ -13,7 +13,7 @@ fi
 say "formatting of ${#sources[@]} files"
 clang-format --dry-run -Werror "${sources[@]}"
 quietly build/log/configure-clang.log cmake --preset clang
-cmake --build --preset clang --target kiv_share </dev/null >&2
+cmake --build --preset clang --target kiv_share board_header </dev/null >&2
 mapfile -t units < <(printf '%s\n' "${sources[@]}" | grep -E '\.(cpp|c)$' | grep -vE '^(tests|bench)/')
 say "clang-tidy over ${#units[@]} files"
 printf '%s\n' "${units[@]}" | xargs -P "$(nproc)" -n 4 clang-tidy --quiet -p build/clang
