@@ -47,13 +47,16 @@ struct QCStdioFile::Reader {
     return end != nullptr;
   }
 
-  // The next line without "\n"; false when there is none.
+  // The next line without its "\n" or "\r\n"; false when there is none. A "\r" at the file's end stays.
   bool NextLine(std::string& line) {
     line.clear();
     bool any = false;
     while (Fill()) {
       any = true;
-      if (TakePart(line)) return true;
+      if (TakePart(line)) {
+        if (line.ends_with('\r')) line.pop_back();
+        return true;
+      }
       if (line.size() > kLineLimitBytes) error = EFBIG;
       if (error != 0) return false;
     }
@@ -86,10 +89,8 @@ bool QCStdioFile::ReadString(QCString& line) {
   if (reader_ == nullptr) return false;
   const bool isLine = reader_->NextLine(reader_->line);
   lastError_ = reader_->error;
-  std::string_view bytes = reader_->line;
   if (!isLine) return false;
-  if (bytes.ends_with('\r')) bytes.remove_suffix(1);
-  line = QCString::FromUtf8(bytes);
+  line = QCString::FromUtf8(reader_->line);
   return true;
 }
 
