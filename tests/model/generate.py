@@ -53,7 +53,7 @@ def make_leaf(source, depth):
     elif rare < 0.15:
         shown = None
     return Node(depth, source.choice((1, 1, 9)), width, size,
-                random_bytes(source, size if shown is None else shown), shown)
+                random_bytes(source, size), shown)
 
 
 def make_nodes(source):

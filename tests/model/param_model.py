@@ -14,7 +14,7 @@ Grammar of a parameter line after clean-up (blanks are U+0020; every other chara
     array     = { any } , "[" , elements , "]" , { any } ;
     elements  = element , { "," , element } ;
     element   = [ number ] ;                     (* an empty one leaves the old bytes *)
-    number    = [ white ] , [ "+" | "-" ] , digits ;
+    number    = { white } , [ "+" | "-" ] , digits ;     (* white: any Unicode white space *)
     digits    = "0" , ( "x" | "X" ) , hexdigit , { hexdigit }
               | "0" , { octdigit }
               | decdigit , { decdigit } ;
@@ -28,8 +28,8 @@ Clean-up, in order:
  3. "$(T<path)": replaced by a text file's lines, each with one blank behind it. Looked for again
     from the start until none is left, so a file may bring further references, and text from a
     file may complete a tag begun outside it. A reference that stands, however deep, in text of
-    the file that it names counts as a file that cannot be opened; so does a line that grows
-    beyond 64 Mi characters.
+    the path that it names counts as a file that cannot be opened (two spellings of a path are
+    two paths); so does a line that grows beyond 64 Mi characters.
  4. Line feeds and the ends once more, then no two blanks stay adjacent, then no blank stays
     beside a comma. Blanks beside braces and brackets do stay.
 
@@ -108,6 +108,12 @@ def not_a_number(text):
     return "Failed to translate " + text + " to wexUint32.\n"
 
 
+# Unicode's White_Space property. Blanks in the sense of the clean-up are U+0020 alone.
+WHITE_SPACE = frozenset(
+    "\t\n\v\f\r \x85\xa0\u1680\u2000\u2001\u2002\u2003\u2004\u2005\u2006\u2007\u2008\u2009\u200a"
+    "\u2028\u2029\u202f\u205f\u3000")
+
+
 class LineError(Exception):
     """Clean-up failed; the argument is the whole error text."""
 
@@ -115,7 +121,7 @@ class LineError(Exception):
 def scan_number(text):
     """Returns (value, whole): the 32-bit value and whether all of the text belonged to it."""
     at = 0
-    while at < len(text) and text[at] in " \t\n\v\f\r":
+    while at < len(text) and text[at] in WHITE_SPACE:
         at += 1
     negative = text[at:at + 1] == "-"
     if text[at:at + 1] in ("-", "+"):
@@ -175,8 +181,8 @@ def text_file(path):
 def expand_text_files(line):
     """Replaces text-file references until none is left.
 
-    Beside the text runs a list with one set per character: the files it came out of. The set of
-    the "$" decides whether a reference stands in text of the file that it names.
+    Beside the text runs a list with one set per character: the paths it came out of. The set of
+    the "$" decides whether a reference stands in text of the path that it names.
     """
     origins = [frozenset()] * len(line)
     while True:
@@ -188,13 +194,13 @@ def expand_text_files(line):
             raise LineError(NO_TEXT_END)
         path = line[begin + len(TEXT_TAG):end]
         inside = origins[begin]
-        if os.path.realpath(path) in inside:
+        if path in inside:
             raise LineError(cannot_open(path))
         text = text_file(path)
         line = line[:begin] + text + line[end + 1:]
         if len(line) > LINE_LIMIT_CHARS:
             raise LineError(cannot_open(path))
-        now = inside | {os.path.realpath(path)}
+        now = inside | {path}
         origins[begin:end + 1] = [now] * len(text)
 
 

@@ -57,9 +57,9 @@ class Numbers(unittest.TestCase):
             self.check(text, value)
 
     def test_white_space_and_one_sign_may_lead(self):
-        for text in (" 5", "\t5", "\r\n 5", "+5", " +5"):
+        for text in (" 5", "\t5", "\r\n 5", "+5", " +5", "\u00a05", "\u3000\u2003 5"):
             self.check(text, 5)
-        for text in ("--5", "+-5", "- 5"):
+        for text in ("--5", "+-5", "- 5", "\u200b5", "\ufeff5"):
             self.check(text, 0, good=False)
 
     def test_a_minus_negates_modulo_two_to_the_32nd(self):
