@@ -6,7 +6,7 @@
 //
 // Threads: every operation may be called from any thread. ReceiveCmd runs on the link's thread. A post
 // writes to the endpoint on the caller's thread, one writer at a time; one that cannot be written within
-// 2 seconds drops the link. After StopConnect and Shutdown both returned no call-back runs any more; the
+// 2 seconds (of several frames: each of them) drops the link and answers 3207. After StopConnect and Shutdown both returned no call-back runs any more; the
 // derived class calls them before it is destroyed.
 // Owns: every posted buffer is copied or written before the call returns; the caller frees its own always.
 // Errors: statuses of result_codes.h; 3207 when the link is not connected, 22 for a message beyond 64 MiB.
@@ -33,7 +33,9 @@ struct ReceivedPacket {
 };
 static_assert(sizeof(void*) != 8 || sizeof(ReceivedPacket) == 48, "hosts walk batches by 48 bytes");
 
+namespace devlink {
 class LinkEngine;
+}
 
 class KIVPLATFORM_API CLinkClient {
  public:
@@ -63,10 +65,10 @@ class KIVPLATFORM_API CLinkClient {
   virtual std::int32_t ReceiveCmd(const ReceivedPacket* records, std::uint32_t count) = 0;
 
  private:
-  friend class LinkEngine;
+  friend class devlink::LinkEngine;
   friend class CLinkClientDiagCmd;
   QCString name_;
-  std::unique_ptr<LinkEngine> engine_;
+  std::shared_ptr<devlink::LinkEngine> engine_;  // with the link's thread
 };
 
 class KIVPLATFORM_API CLinkClientDiagCmd : public CLinkClient {

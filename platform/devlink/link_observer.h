@@ -2,7 +2,9 @@
 //
 // Threads: OnState, OnNotice, received messages and OnHandedOver come on the link's thread; posted messages
 // come on the posting thread, before their bytes are written, so a confirmation is never seen before its
-// post. A call-back must not wait for the thread that calls StopConnect or Shutdown.
+// post; they hold other posts back until OnMessage returns, so it must not post. A call-back must not wait
+// for the thread that calls StopConnect or Shutdown. Received messages come before the batch that has them
+// goes to ReceiveCmd.
 // Owns: pointers live for the duration of the call. One observer at a time, set before StartConnect and
 // cleared after Shutdown; null switches off.
 #pragma once
@@ -66,6 +68,7 @@ struct TapMessage {
 class LinkObserver {
  public:
   virtual ~LinkObserver() = default;
+  // With each change. Attempts to connect that fail for the reason told before are not told again.
   virtual void OnState(const StateChange& change) = 0;
   // A line that the child process wrote to its standard error, or a notice of the link itself (a gap in
   // the sequence, a dropped frame burst), UTF-8 without line end, control characters as they came.
@@ -82,14 +85,18 @@ KIVPLATFORM_API void SetLinkObserver(LinkObserver* observer);
 struct LinkCounters {
   std::uint64_t framesIn, framesOut, bytesIn, bytesOut;
   std::uint64_t messagesIn, messagesOut;
-  std::uint64_t badFrames;      // wrong FCS, too short, too long, bad escape
-  std::uint64_t badMessages;    // sound frames whose content is not a message
-  std::uint64_t sequenceGaps;   // messages missing by their sequence numbers
-  std::uint64_t deviceDropped;  // indications that the device says it dropped
+  std::uint64_t badFrames;          // wrong FCS, too short, too long, bad escape
+  std::uint64_t badMessages;        // sound frames whose content is not a message
+  std::uint64_t sequenceGaps;       // frames missing by their sequence numbers
+  std::uint64_t repeatedFrames;     // frames that had come before; dropped
+  std::uint64_t abandonedMessages;  // messages of several frames that never became whole
+  std::uint64_t deviceDropped;      // indications that the device says it dropped
+  std::uint64_t testAnswers;        // of the device adapter's test exchange, in time
+  std::uint64_t attempts;           // to open the endpoint
   std::uint64_t connects, disconnects;
 };
 
-// Of the client installed last, since the process started.
+// Of all clients of the process, since it started.
 KIVPLATFORM_API LinkCounters GetLinkCounters();
 
 }  // namespace devlink
