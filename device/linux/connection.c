@@ -122,7 +122,9 @@ void kiv_connection_read(kiv_connection* connection, int64_t now_ms) {
 // The descriptors may be shared with other programs (a terminal, a shell's pipe), so their mode is
 // left alone. A pipe that poll calls writable takes PIPE_BUF bytes without blocking.
 static ssize_t write_some(const kiv_connection* connection, const uint8_t* bytes, size_t length) {
-  if (connection->is_socket) return send(connection->out, bytes, length, MSG_DONTWAIT);
+  if (connection->is_socket) {
+    return send(connection->out, bytes, length, MSG_DONTWAIT | MSG_NOSIGNAL);
+  }
   return write(connection->out, bytes, length < PIPE_BUF ? length : PIPE_BUF);
 }
 

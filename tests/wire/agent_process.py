@@ -60,8 +60,7 @@ class SocketAgent(AgentProcess):
 
     def connect(self):
         connection = socket.socket(socket.AF_UNIX)
-        connection.settimeout(PATIENCE_S)
-        connection.connect(str(self.path))
+        connection.connect(str(self.path))  # blocks while the agent's queue of new hosts is full
         return connection
 
 

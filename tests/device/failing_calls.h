@@ -1,0 +1,25 @@
+// Makes the n-th call of the agent's library to malloc, calloc, read, write, fsync or renameat
+// fail. The test program is linked so that calls out of static libraries pass here.
+//
+// Threads: one. Owns or borrows: nothing. Errors: the failing call answers ENOMEM or EIO.
+#ifndef TESTS_DEVICE_FAILING_CALLS_H_
+#define TESTS_DEVICE_FAILING_CALLS_H_
+
+namespace kivtest {
+
+// While it lives, the `nth` call (1 is the first) of the kind fails, and no other.
+class FailingCall {
+ public:
+  enum class Kind { kAllocation, kFile };
+  FailingCall(Kind kind, int nth);
+  ~FailingCall();
+  FailingCall(const FailingCall&) = delete;
+  FailingCall& operator=(const FailingCall&) = delete;
+
+  // Whether there were so many calls that one failed.
+  bool Happened() const;
+};
+
+}  // namespace kivtest
+
+#endif  // TESTS_DEVICE_FAILING_CALLS_H_
