@@ -38,6 +38,7 @@ TEXTS = {
     "comma, blank.txt": b"3\n",
     " lead.txt": b"4\n",
     "values.cmd": b"# three values\n1,2, # two\n3\n",
+    "rows.cmd": b"1\n2#\n3,4\n",
     "nested.cmd": b"{1,\r\n{2,3} # inner\r\n}\r\n",
     "bom.cmd": b"\xef\xbb\xbf#all\n5,6",
     "comment.cmd": b"# nothing else",

@@ -17,8 +17,9 @@ BROKEN_NUMBERS = [
     "\u200b5", "\ufeff5", "-\u00a05", "5\u2003", "'1'", "\"a\"",
     "0x-1", "1_000", "%d", "%1", "]", "1]", "(", ")", "@", "#",
 ]
-HOT = list("{}[],,, -+0189xXaF@#$()<TB\n\t\r%") + ["$(T<", "$(B<", "},", ",{", "[]", "{}", " ,",
-                                                  ", ", "  "]
+HOT = list("{}[],,, -+0189xXaF@#$()<TB\n\t\r%") + [
+    "$(T<", "$(B<", "},", ",{", "[]", "{}", " ,", ", ", "  ", "}},{", "}}},{{", "}},{{",
+]
 
 
 class LineMaker:
@@ -98,7 +99,7 @@ class LineMaker:
         r = self.random
         for _ in range(r.choice((1, 1, 1, 2, 4))):
             at = r.randrange(0, len(line) + 1)
-            kind = r.randrange(5)
+            kind = r.randrange(6)
             if kind == 0:
                 line = line[:at] + r.choice(HOT) + line[at:]
             elif kind == 1:
@@ -108,6 +109,8 @@ class LineMaker:
             elif kind == 3:
                 end = r.randrange(at, min(len(line), at + 6) + 1)
                 line = line[:end] + line[at:end] + line[end:]
+            elif kind == 4 and "," in line:
+                line = line.replace(",", r.choice(("}},{", "}},", "},{", "}}},{{")), 1)
             else:
                 line = line[:at] + self.number() + line[at:]
         return line
