@@ -16,7 +16,8 @@ namespace {
 
 constexpr const char* kDefaultEndpoint = "exec:kivagent --stdio";
 
-// What the host set and what came of it. Never destroyed: the link's thread asks until the very end.
+// What the host set and what came of it. Never destroyed: the link's thread asks until the very
+// end.
 struct State {
   std::mutex lock;
   Setup setup;
@@ -29,8 +30,8 @@ State& TheState() {
   return *state;
 }
 
-// The two sources behind the host, in their order: an environment variable, a key of kiv.ini. An empty
-// text counts as not said.
+// The two sources behind the host, in their order: an environment variable, a key of kiv.ini. An
+// empty text counts as not said.
 class Sources {
  public:
   explicit Sources(const QCString& configDir)
@@ -76,8 +77,8 @@ std::unique_ptr<const Resolved> Resolve(const Setup& setup) {
   found->configDir = DirectoryOr(setup.configDir, os::DefaultConfigDirectory());
   found->shareDir = QCString::FromUtf8(ShareDirectory());
   const Sources sources(found->configDir);
-  found->endpoint = sources.TextOr(setup.endpoint, "KIV_LINK", "link",
-                                   QCString::FromUtf8(kDefaultEndpoint));
+  found->endpoint =
+      sources.TextOr(setup.endpoint, "KIV_LINK", "link", QCString::FromUtf8(kDefaultEndpoint));
   found->catalogue = sources.TextOr(setup.catalogue, "KIV_CATALOGUE", "catalogue",
                                     found->shareDir + L"/board.kcat");
   found->variant = setup.variant;

@@ -1,15 +1,17 @@
 // The bench setup: which device, which catalogue, which directories. A host fills it before
 // SvcKiv::Start(); from then to Stop it is fixed.
 //
-// What a host leaves out comes from the environment (KIV_LINK, KIV_CATALOGUE, KIV_VARIANT, KIV_PRODUCT,
-// KIV_CONFIG_DIR, KIV_DATA_DIR), then from section "bench" of kiv.ini in the configuration directory,
-// then from the default: the agent as a child process, the shipped catalogue.
+// What a host leaves out comes from the environment (KIV_LINK, KIV_CATALOGUE, KIV_VARIANT,
+// KIV_PRODUCT, KIV_CONFIG_DIR, KIV_DATA_DIR), then from section "bench" of kiv.ini in the
+// configuration directory, then from the default: the agent as a child process, the shipped
+// catalogue.
 //
-// The variant and product that the environment or kiv.ini name stand behind what the device says in its
-// greeting (version_query.h); those that the host set stand before it.
+// The variant and product that the environment or kiv.ini name stand behind what the device says in
+// its greeting (version_query.h); those that the host set stand before it.
 //
 // Threads: any; SetSetup not between Start and Stop.
-// Errors: a number in the environment or in kiv.ini that is none, or beyond 32 bits, counts as not said.
+// Errors: a number in the environment or in kiv.ini that is none, or beyond 32 bits, counts as not
+// said.
 #pragma once
 
 #include <cstdint>
@@ -21,7 +23,8 @@
 
 namespace bench {
 
-// What a host asks for; an unset field (for a text also an empty one) is looked up as described above.
+// What a host asks for; an unset field (for a text also an empty one) is looked up as described
+// above.
 struct Setup {
   std::optional<QCString> endpoint;   // "exec:PROGRAM ARG...", "unix:PATH", ...
   std::optional<QCString> catalogue;  // path of a compiled catalogue
@@ -46,8 +49,8 @@ struct Resolved {
 
 // Takes over what the host asks for; the next GetSetup looks everything up anew.
 KIVPLATFORM_API void SetSetup(const Setup& setup);
-// Looked up at the first call after SetSetup (or ever), the same from then on. The reference lives until
-// the process ends.
+// Looked up at the first call after SetSetup (or ever), the same from then on. The reference lives
+// until the process ends.
 KIVPLATFORM_API const Resolved& GetSetup();
 
 }  // namespace bench

@@ -1,7 +1,8 @@
 // CSysLogFile, the system log writer, and the console printer beside it.
 //
-// Both take a finished wide text: callers build it with typed formatting, so a user's text never acts as
-// a format. A text is cut to 255 characters (a 256-character buffer with its terminator), never dropped.
+// Both take a finished wide text: callers build it with typed formatting, so a user's text never
+// acts as a format. A text is cut to 255 characters (a 256-character buffer with its terminator),
+// never dropped.
 //
 // Threads: any; a line is written whole.
 // Errors: a log that cannot be written is silently not written; nothing else depends on it.
@@ -15,7 +16,8 @@
 class KIVPLATFORM_API CSysLogFile {
  public:
   // Appends the text, with the local time in front, to "kiv.log" in the configuration directory; at
-  // 4 MiB the file becomes "kiv.log.1" and a new one begins. A final line feed is added when missing.
+  // 4 MiB the file becomes "kiv.log.1" and a new one begins. A final line feed is added when
+  // missing.
   static void Write(const QCString& text);
   // Tests see each cut text here, in the writer's thread, beside the file; empty to switch off.
   static void SetObserver(std::function<void(const QCString&)> observer);
@@ -23,7 +25,7 @@ class KIVPLATFORM_API CSysLogFile {
 
 class KIVPLATFORM_API CConsolePrinter {
  public:
-  // Writes the text, cut as above, to standard error with control characters shown escaped (a line feed
-  // at its end stays).
+  // Writes the text, cut as above, to standard error with control characters shown escaped (a line
+  // feed at its end stays).
   static void Print(const QCString& text);
 };

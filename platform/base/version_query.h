@@ -1,7 +1,7 @@
 // The two version queries of the string-and-file library.
 //
-// Both answer what the bench setup fixed (bench_setup.h), else what the connected device said in its
-// greeting, else the platform's configuration, else the default (variant 248, product 0).
+// Both answer what the bench setup fixed (bench_setup.h), else what the connected device said in
+// its greeting, else the platform's configuration, else the default (variant 248, product 0).
 //
 // Threads: any.
 #pragma once
@@ -23,6 +23,7 @@ class KIVPLATFORM_API CProductVersion {
 };
 
 namespace version_query {
-// The link notes what the device's greeting said; cleared with (-1, -1) when the session ends for good.
+// The link notes what the device's greeting said; cleared with (-1, -1) when the session ends for
+// good.
 KIVPLATFORM_API void NoteDevice(std::int64_t variant, std::int64_t product);
 }  // namespace version_query

@@ -1,8 +1,8 @@
 // Bounds-checked memory functions with the error returns of ISO/IEC 9899:2011 Annex K.
 //
 // A non-zero return is EINVAL (null pointer) or ERANGE (a size beyond the destination, or beyond
-// kRsizeMax). On a failed memcpy_s the destination, where it can be written at all, is zeroed whole; on
-// a failed memset_s with a count beyond the destination the destination is filled whole.
+// kRsizeMax). On a failed memcpy_s the destination, where it can be written at all, is zeroed
+// whole; on a failed memset_s with a count beyond the destination the destination is filled whole.
 //
 // Threads: any.
 #pragma once

@@ -1,5 +1,5 @@
-// The pool allocator: buffers for the device and payloads for the view come from here, so that whoever
-// receives one can release it, on whichever side of the library it stands.
+// The pool allocator: buffers for the device and payloads for the view come from here, so that
+// whoever receives one can release it, on whichever side of the library it stands.
 //
 // Threads: any. Errors: null when there is no memory.
 #pragma once
@@ -9,7 +9,8 @@
 
 #include "platform/platform_export.h"
 
-// At least `sizeBytes` bytes, aligned for any type, not zeroed; a size of 0 gives a valid pointer too.
+// At least `sizeBytes` bytes, aligned for any type, not zeroed; a size of 0 gives a valid pointer
+// too.
 extern "C" KIVPLATFORM_API void* PoolMalloc(std::size_t sizeBytes);
 // Null is allowed and does nothing.
 extern "C" KIVPLATFORM_API void PoolFree(void* block);
@@ -18,7 +19,8 @@ extern "C" KIVPLATFORM_API void PoolFree(void* block);
 namespace pool {
 // Blocks allocated and not yet released, process-wide.
 KIVPLATFORM_API std::uint64_t LiveBlocks();
-// Makes the n-th allocation from now on (1 is the next one) fail, and that one only; 0 switches off.
+// Makes the n-th allocation from now on (1 is the next one) fail, and that one only; 0 switches
+// off.
 KIVPLATFORM_API void FailNth(std::uint64_t n);
 // Whether the failure asked for has happened since the last FailNth.
 KIVPLATFORM_API bool Failed();

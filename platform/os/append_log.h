@@ -1,8 +1,8 @@
 // Appending lines to a log file that never grows beyond a limit.
 //
-// A line is one write in append mode, so lines of several threads and processes do not mix. A file that the
-// line would take beyond the limit is first renamed to PATH.1 (an older one is replaced); a lock on the
-// file makes sure that of several writers only one does so.
+// A line is one write in append mode, so lines of several threads and processes do not mix. A file
+// that the line would take beyond the limit is first renamed to PATH.1 (an older one is replaced);
+// a lock on the file makes sure that of several writers only one does so.
 //
 // Threads: any. Errors: 0, or the system's error number; the line is then lost.
 #pragma once

@@ -1,8 +1,8 @@
-// ConsoleEvents: what a terminal program waits for, in one place: typed input, a wake-up from another
-// thread, an interrupt (Ctrl-C), a request to end.
+// ConsoleEvents: what a terminal program waits for, in one place: typed input, a wake-up from
+// another thread, an interrupt (Ctrl-C), a request to end.
 //
-// Threads: one object a process, made before any other thread is started (it takes the signals over). Wait
-// and ReadInput belong to the thread that made it; Wake may be called from any thread.
+// Threads: one object a process, made before any other thread is started (it takes the signals
+// over). Wait and ReadInput belong to the thread that made it; Wake may be called from any thread.
 // Owns its wake-up pipe; standard input stays the process's.
 // Errors: input that cannot be read counts as its end.
 #pragma once
@@ -18,7 +18,7 @@ namespace os {
 class KIVPLATFORM_API ConsoleEvents {
  public:
   struct Ready {
-    bool input = false;      // ReadInput will not block
+    bool input = false;  // ReadInput will not block
     bool woken = false;
     bool interrupt = false;  // Ctrl-C since the last Wait
     bool terminate = false;  // asked to end; stays set
@@ -29,7 +29,8 @@ class KIVPLATFORM_API ConsoleEvents {
   ConsoleEvents(const ConsoleEvents&) = delete;
   ConsoleEvents& operator=(const ConsoleEvents&) = delete;
 
-  // Waits at most `timeoutMs` (negative: without end) for anything above; input only when `withInput`.
+  // Waits at most `timeoutMs` (negative: without end) for anything above; input only when
+  // `withInput`.
   Ready Wait(int timeoutMs, bool withInput);
   void Wake();
   // Appends what is there to `bytes`; false at the end of input.
@@ -43,8 +44,8 @@ class KIVPLATFORM_API ConsoleEvents {
   int wakeWrite_ = -1;
 };
 
-// Writes all of it to standard output or standard error, whatever the process's locale; false when the
-// other side is gone or the device is full.
+// Writes all of it to standard output or standard error, whatever the process's locale; false when
+// the other side is gone or the device is full.
 KIVPLATFORM_API bool WriteOut(std::string_view bytes);
 KIVPLATFORM_API bool WriteErr(std::string_view bytes);
 

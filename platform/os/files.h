@@ -1,13 +1,13 @@
 // The named file services. On Windows the system's own serve; here they are made of POSIX calls.
 //
-// Paths go through os::MapPath. Sharing, security, templates and attributes at creation have no effect;
-// overlapped reading is refused.
+// Paths go through os::MapPath. Sharing, security, templates and attributes at creation have no
+// effect; overlapped reading is refused.
 //
 // Threads: any; a handle is for one thread at a time. GetLastError is per thread.
-// Owns or borrows: the caller closes a handle with CloseHandle. A null handle is no file and does no harm.
-// Errors: as the named services have them: INVALID_HANDLE_VALUE, 0 or INVALID_FILE_SIZE, and the reason in
-// GetLastError as a Windows error code (last_error.h). A call that went well leaves it alone, but for those
-// that say otherwise.
+// Owns or borrows: the caller closes a handle with CloseHandle. A null handle is no file and does
+// no harm. Errors: as the named services have them: INVALID_HANDLE_VALUE, 0 or INVALID_FILE_SIZE,
+// and the reason in GetLastError as a Windows error code (last_error.h). A call that went well
+// leaves it alone, but for those that say otherwise.
 #pragma once
 
 #if defined(_WIN32)
@@ -45,25 +45,26 @@ inline constexpr DWORD ERROR_INVALID_PARAMETER = 87;
 inline constexpr DWORD ERROR_NEGATIVE_SEEK = 131;
 inline constexpr DWORD ERROR_ALREADY_EXISTS = 183;
 
-// A directory is refused with ERROR_ACCESS_DENIED. CREATE_ALWAYS sets the last error on success too:
-// ERROR_ALREADY_EXISTS for a file that was there (it is then empty), else 0.
+// A directory is refused with ERROR_ACCESS_DENIED. CREATE_ALWAYS sets the last error on success
+// too: ERROR_ALREADY_EXISTS for a file that was there (it is then empty), else 0.
 KIVPLATFORM_API HANDLE CreateFileW(const wchar_t* path, DWORD access, DWORD share, void* security,
                                    DWORD disposition, DWORD attributes, HANDLE templateFile);
-// Low 32 bits of the size in bytes; `high` (may be null) gets the upper 32. Sets the last error to 0 on
-// success, because INVALID_FILE_SIZE may be a true low half.
+// Low 32 bits of the size in bytes; `high` (may be null) gets the upper 32. Sets the last error to
+// 0 on success, because INVALID_FILE_SIZE may be a true low half.
 KIVPLATFORM_API DWORD GetFileSize(HANDLE file, DWORD* high);
-// Moves by the 64-bit distance in `distanceHigh`:`distanceBytes`, or by the signed `distanceBytes` when
-// `distanceHigh` is null; answers the new position likewise. A position before the start gives
-// ERROR_NEGATIVE_SEEK, one that does not fit the answer ERROR_INVALID_PARAMETER, and nothing moves. Sets
-// the last error to 0 on success.
-KIVPLATFORM_API DWORD SetFilePointer(HANDLE file, LONG distanceBytes, LONG* distanceHigh, DWORD origin);
-// At the end of the file it succeeds with fewer bytes, or none. After a failure `readBytes` says how many
-// came before it.
+// Moves by the 64-bit distance in `distanceHigh`:`distanceBytes`, or by the signed `distanceBytes`
+// when `distanceHigh` is null; answers the new position likewise. A position before the start gives
+// ERROR_NEGATIVE_SEEK, one that does not fit the answer ERROR_INVALID_PARAMETER, and nothing moves.
+// Sets the last error to 0 on success.
+KIVPLATFORM_API DWORD SetFilePointer(HANDLE file, LONG distanceBytes, LONG* distanceHigh,
+                                     DWORD origin);
+// At the end of the file it succeeds with fewer bytes, or none. After a failure `readBytes` says
+// how many came before it.
 KIVPLATFORM_API BOOL ReadFile(HANDLE file, void* buffer, DWORD sizeBytes, DWORD* readBytes,
                               void* overlapped);
 KIVPLATFORM_API BOOL CloseHandle(HANDLE file);
 KIVPLATFORM_API DWORD GetLastError();
-// FILE_ATTRIBUTE_READONLY takes the right to write from everybody; any other attribute without it gives
-// the owner that right.
+// FILE_ATTRIBUTE_READONLY takes the right to write from everybody; any other attribute without it
+// gives the owner that right.
 KIVPLATFORM_API BOOL SetFileAttributesW(const wchar_t* path, DWORD attributes);
 #endif

@@ -14,8 +14,8 @@ namespace {
 
 constexpr std::intptr_t kHandleStep = 4;
 
-// A handle is the descriptor's number plus one, times four: never null, never INVALID_HANDLE_VALUE, and
-// nothing to free, so that closing twice is an error and not a crash.
+// A handle is the descriptor's number plus one, times four: never null, never INVALID_HANDLE_VALUE,
+// and nothing to free, so that closing twice is an error and not a crash.
 HANDLE HandleOf(int descriptor) {
   return reinterpret_cast<HANDLE>((static_cast<std::intptr_t>(descriptor) + 1) * kHandleStep);
 }

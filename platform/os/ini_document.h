@@ -5,10 +5,10 @@
 //   key = value            blanks around key and value do not count; one pair of quotation marks
 //   key = "value"          around the value is dropped when it is read
 //
-// Sections and keys are compared without regard to case (Unicode's simple mapping). A section that stands
-// several times counts as one; of a key that stands several times the first one holds. Lines that are not
-// touched keep every byte; a new line ends as the first line of the file does. Bytes are UTF-8; a byte
-// order mark is kept.
+// Sections and keys are compared without regard to case (Unicode's simple mapping). A section that
+// stands several times counts as one; of a key that stands several times the first one holds. Lines
+// that are not touched keep every byte; a new line ends as the first line of the file does. Bytes
+// are UTF-8; a byte order mark is kept.
 //
 // Threads: a value type. Owns its text. Errors: none but std::bad_alloc.
 #pragma once
@@ -27,8 +27,8 @@ class IniDocument {
 
   // Unset when section or key is not there.
   std::optional<std::string> Get(std::string_view section, std::string_view key) const;
-  // Changes the value, or adds it behind the last line of its section (at the end of the file in a new
-  // section when there is none). The value is written as it is.
+  // Changes the value, or adds it behind the last line of its section (at the end of the file in a
+  // new section when there is none). The value is written as it is.
   void Set(std::string_view section, std::string_view key, std::string_view value);
   // Removing what is not there changes nothing.
   void Remove(std::string_view section, std::string_view key);

@@ -32,8 +32,7 @@ bool FindValue(const wchar_t* section, const wchar_t* key, const wchar_t* file,
     os::SetLastErrorFrom(error);
     return false;
   }
-  const auto found =
-      os::IniDocument(content).Get(os::WideToUtf8(section), os::WideToUtf8(key));
+  const auto found = os::IniDocument(content).Get(os::WideToUtf8(section), os::WideToUtf8(key));
   os::SetLastErrorCode(found ? 0 : ERROR_FILE_NOT_FOUND);
   if (found) value = os::Utf8ToWide(*found);
   return found.has_value();
@@ -106,8 +105,7 @@ DWORD GetPrivateProfileStringW(const wchar_t* section, const wchar_t* key, const
 BOOL WritePrivateProfileStringW(const wchar_t* section, const wchar_t* key, const wchar_t* value,
                                 const wchar_t* file) {
   const bool isValid = section != nullptr && file != nullptr && IsSectionName(section) &&
-                       (key == nullptr || IsKeyName(key)) &&
-                       (value == nullptr || IsOneLine(value));
+                       (key == nullptr || IsKeyName(key)) && (value == nullptr || IsOneLine(value));
   if (!isValid) {
     os::SetLastErrorCode(ERROR_INVALID_PARAMETER);
     return 0;

@@ -1,4 +1,5 @@
-// The last error of the named services, per thread, and the system's error numbers as Windows codes.
+// The last error of the named services, per thread, and the system's error numbers as Windows
+// codes.
 //
 // Threads: any; each has its own. Errors: none.
 #pragma once

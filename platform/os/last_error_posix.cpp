@@ -23,9 +23,9 @@ constexpr ErrorRow kErrors[] = {
     {EPERM, ERROR_ACCESS_DENIED},
     {EISDIR, ERROR_ACCESS_DENIED},
     {EBADF, ERROR_INVALID_HANDLE},
-    {ENOMEM, 8},    // not enough memory
-    {EROFS, 19},    // write protected
-    {EBUSY, 32},    // sharing violation
+    {ENOMEM, 8},  // not enough memory
+    {EROFS, 19},  // write protected
+    {EBUSY, 32},  // sharing violation
     {ETXTBSY, 32},
     {EINVAL, ERROR_INVALID_PARAMETER},
     {ENOSPC, 112},  // disk full

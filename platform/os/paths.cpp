@@ -10,7 +10,8 @@
 namespace os {
 namespace {
 
-// The directory that SetDataDirectory chose. Never destroyed: the link's thread may map a path late.
+// The directory that SetDataDirectory chose. Never destroyed: the link's thread may map a path
+// late.
 struct ChosenDataDirectory {
   std::mutex lock;
   std::string path;
@@ -33,8 +34,7 @@ std::string HomeDirectory() {
 }
 
 // The base directory rules of the desktops: a relative XDG path is ignored.
-std::string UserDirectory(const char* ownVariable, const char* xdgVariable,
-                          const char* belowHome) {
+std::string UserDirectory(const char* ownVariable, const char* xdgVariable, const char* belowHome) {
   std::string own = Environment(ownVariable);
   if (!own.empty()) return own;
   const std::string xdg = Environment(xdgVariable);

@@ -1,17 +1,17 @@
-// SafeFile: replaces a file as one, so that after a power cut, a full disk or kill -9 at any moment the
-// old content or the new one is there, whole.
+// SafeFile: replaces a file as one, so that after a power cut, a full disk or kill -9 at any moment
+// the old content or the new one is there, whole.
 //
-// Writes a temporary beside the file in one checked loop, fsyncs it, renames it over the file and fsyncs
-// the directory. Mode and owner of an existing file are kept as far as the system allows; a symbolic link
-// is followed, its target replaced.
+// Writes a temporary beside the file in one checked loop, fsyncs it, renames it over the file and
+// fsyncs the directory. Mode and owner of an existing file are kept as far as the system allows; a
+// symbolic link is followed, its target replaced.
 //
-// Only a regular file is replaced, and only one that the user may write; a device or a pipe is refused
-// with EINVAL.
+// Only a regular file is replaced, and only one that the user may write; a device or a pipe is
+// refused with EINVAL.
 //
 // Threads: any.
-// Errors: 0, or the system's error number; the old file is then as it was and no temporary is left. The one
-// exception is a sync of the directory that fails: the new content is then in place and only its name is
-// not yet known to be on the disk.
+// Errors: 0, or the system's error number; the old file is then as it was and no temporary is left.
+// The one exception is a sync of the directory that fails: the new content is then in place and
+// only its name is not yet known to be on the disk.
 #pragma once
 
 #include <cstddef>
@@ -22,8 +22,8 @@
 
 namespace os {
 KIVPLATFORM_API int WriteFileSafely(const std::string& mappedPath, std::string_view content);
-// Reads a whole file of at most `limitBytes`; 0, or an error number (EFBIG beyond the limit, EISDIR), and
-// `content` is then empty.
+// Reads a whole file of at most `limitBytes`; 0, or an error number (EFBIG beyond the limit,
+// EISDIR), and `content` is then empty.
 KIVPLATFORM_API int ReadWholeFile(const std::string& mappedPath, std::size_t limitBytes,
                                   std::string& content);
 // Creates a directory and its missing parents, mode 0700; 0 or an error number.

@@ -97,19 +97,19 @@ class Temporary {
         fchown(file_.number(), static_cast<uid_t>(-1), old.status.st_gid) != 0) {
       errno = 0;
     }
-    return ErrorOf(RetryWhenInterrupted([&] {
-      return system_calls::ChangeMode(file_.number(), old.status.st_mode & 07777);
-    }));
+    return ErrorOf(RetryWhenInterrupted(
+        [&] { return system_calls::ChangeMode(file_.number(), old.status.st_mode & 07777); }));
   }
 
   int SyncAndClose() {
-    const int error = ErrorOf(RetryWhenInterrupted([&] { return system_calls::Sync(file_.number()); }));
+    const int error =
+        ErrorOf(RetryWhenInterrupted([&] { return system_calls::Sync(file_.number()); }));
     return error != 0 ? error : file_.Close();
   }
 
   int RenameTo(const std::string& path) {
-    const int error = ErrorOf(RetryWhenInterrupted(
-        [&] { return system_calls::Rename(path_.c_str(), path.c_str()); }));
+    const int error = ErrorOf(
+        RetryWhenInterrupted([&] { return system_calls::Rename(path_.c_str(), path.c_str()); }));
     if (error == 0) path_.clear();
     return error;
   }
@@ -124,8 +124,8 @@ class Temporary {
   std::string path_;
 };
 
-// Opened before anything is changed, so that after the rename only the sync itself can fail. A directory
-// that may be written but not read cannot be synced: then there is nothing to open.
+// Opened before anything is changed, so that after the rename only the sync itself can fail. A
+// directory that may be written but not read cannot be synced: then there is nothing to open.
 int OpenDirectory(const std::string& directory, Descriptor& opened) {
   const std::string path = directory.empty() ? "." : directory;
   opened.Reset(RetryWhenInterrupted(

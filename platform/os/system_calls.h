@@ -25,8 +25,9 @@ int ChangeMode(int file, mode_t mode);
 
 // For tests.
 inline constexpr int kShortWrite = -1;
-// Makes the n-th call from now on (1 is the next one) fail with `error`, and that one only; 0 switches
-// off. With kShortWrite a write that is hit writes half of what it was given, and any other call succeeds.
+// Makes the n-th call from now on (1 is the next one) fail with `error`, and that one only; 0
+// switches off. With kShortWrite a write that is hit writes half of what it was given, and any
+// other call succeeds.
 KIVPLATFORM_API void FailNth(std::uint64_t n, int error);
 // Whether the n-th call has come since the last FailNth.
 KIVPLATFORM_API bool Failed();

@@ -8,8 +8,8 @@
 #else
 #include <cstdint>
 
-#include "platform/platform_export.h"
 #include "platform/os/files.h"
+#include "platform/platform_export.h"
 
 struct SYSTEMTIME {
   std::uint16_t wYear, wMonth, wDayOfWeek, wDay, wHour, wMinute, wSecond, wMilliseconds;

@@ -1,8 +1,9 @@
-// The UTF-8 coder for any width of character: utf8.cpp uses it with wchar_t, tests with both char16_t
-// and char32_t, so that the branch for 2-byte characters is run on systems with 4-byte ones too.
+// The UTF-8 coder for any width of character: utf8.cpp uses it with wchar_t, tests with both
+// char16_t and char32_t, so that the branch for 2-byte characters is run on systems with 4-byte
+// ones too.
 //
-// Decoding is strict (Unicode 15, table 3-7): overlong forms, surrogates and values beyond U+10FFFF are
-// broken, and each maximal broken part becomes one U+FFFD.
+// Decoding is strict (Unicode 15, table 3-7): overlong forms, surrogates and values beyond U+10FFFF
+// are broken, and each maximal broken part becomes one U+FFFD.
 //
 // Threads: any; no state. Errors: none but std::bad_alloc.
 #pragma once
@@ -22,8 +23,9 @@ struct Decoded {
   std::size_t lengthBytes;
 };
 
-// What the lead byte says: length of the sequence (0: no lead byte), and the range that its second byte
-// must be in. The range is what shuts out overlong forms, surrogates and values beyond the last.
+// What the lead byte says: length of the sequence (0: no lead byte), and the range that its second
+// byte must be in. The range is what shuts out overlong forms, surrogates and values beyond the
+// last.
 struct LeadByte {
   std::size_t lengthBytes;
   unsigned char secondLow, secondHigh;

@@ -1,4 +1,5 @@
-// Numbers typed in base 10: delays, direct addresses, figures that are read back from their own text.
+// Numbers typed in base 10: delays, direct addresses, figures that are read back from their own
+// text.
 //
 // Threads: any; no state.
 #pragma once
@@ -6,8 +7,8 @@
 #include <cstdint>
 #include <string_view>
 
-// The whole text must be one unsigned number of 32 bits; blanks (U+0020) around it and a "+" in front are
-// allowed. Anything else, also a number that does not fit, answers 0.
+// The whole text must be one unsigned number of 32 bits; blanks (U+0020) around it and a "+" in
+// front are allowed. Anything else, also a number that does not fit, answers 0.
 constexpr std::uint32_t ParseDecimalUint32(std::wstring_view text) noexcept {
   while (!text.empty() && text.front() == L' ') text.remove_prefix(1);
   while (!text.empty() && text.back() == L' ') text.remove_suffix(1);

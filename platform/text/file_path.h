@@ -26,8 +26,8 @@ class KIVPLATFORM_API CFilePath {
 
 class KIVPLATFORM_API CFilePathOperator {
  public:
-  // Opens like fopen with the C mode text ("at", "wt", "rb", ...; "t" has no effect). The caller closes
-  // with fclose. Null on failure, errno says why.
+  // Opens like fopen with the C mode text ("at", "wt", "rb", ...; "t" has no effect). The caller
+  // closes with fclose. Null on failure, errno says why.
   static std::FILE* OpenFile(const QCString& path, const char* mode);
   // Whether `path` names an existing regular file (a directory is none).
   static bool IsRegularFile(const QCString& path);

@@ -26,9 +26,7 @@ std::uint32_t QCFile::Read(void* buffer, std::uint32_t sizeBytes) {
   return static_cast<std::uint32_t>(readBytes);
 }
 
-std::uint64_t QCFile::GetLength() const {
-  return file_ != nullptr ? os::FileSizeBytes(file_) : 0;
-}
+std::uint64_t QCFile::GetLength() const { return file_ != nullptr ? os::FileSizeBytes(file_) : 0; }
 
 void QCFile::Close() {
   if (file_ != nullptr) std::fclose(file_);

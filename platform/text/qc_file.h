@@ -1,7 +1,7 @@
 // QCFile and QCStdioFile: whole-file access by wide path, binary and by text lines.
 //
-// Paths go through the one path mapping of platform/os (backslash to slash, a leading drive letter to
-// the per-user data directory).
+// Paths go through the one path mapping of platform/os (backslash to slash, a leading drive letter
+// to the per-user data directory).
 //
 // Threads: one object for one thread at a time. Owns its open file and closes it when destroyed.
 // Errors: functions answer false or a short count; LastError() has the system's error number.
@@ -39,7 +39,8 @@ class KIVPLATFORM_API QCFile {
   int lastError_ = 0;
 };
 
-// Text lines: UTF-8 (what is not becomes U+FFFD), a byte order mark at the start is skipped, "\r\n" and
+// Text lines: UTF-8 (what is not becomes U+FFFD), a byte order mark at the start is skipped, "\r\n"
+// and
 // "\n" both end a line, a last line without an end counts, an empty file has no lines.
 class KIVPLATFORM_API QCStdioFile {
  public:
@@ -50,8 +51,8 @@ class KIVPLATFORM_API QCStdioFile {
 
   // Opens for reading as text. A directory cannot be opened.
   bool OpenRead(const QCString& path);
-  // The next line without its terminator; false at the end (`line` is then empty), after a read error
-  // and, with EFBIG, for a line of more than 256 MiB.
+  // The next line without its terminator; false at the end (`line` is then empty), after a read
+  // error and, with EFBIG, for a line of more than 256 MiB.
   bool ReadString(QCString& line);
   void Close();
   // 0 at the end of the file and after a call that went well.

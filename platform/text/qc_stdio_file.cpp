@@ -47,7 +47,8 @@ struct QCStdioFile::Reader {
     return end != nullptr;
   }
 
-  // The next line without its "\n" or "\r\n"; false when there is none. A "\r" at the file's end stays.
+  // The next line without its "\n" or "\r\n"; false when there is none. A "\r" at the file's end
+  // stays.
   bool NextLine(std::string& line) {
     line.clear();
     bool any = false;

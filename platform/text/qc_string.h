@@ -1,7 +1,8 @@
 // QCString: the wide-character string that the module, its hosts and the support layer exchange.
 //
-// Holds wchar_t whatever its width on the system; every length and position counts wchar_t. The 8-bit
-// code page is UTF-8 always, whatever the process's locale says: what is not UTF-8 becomes U+FFFD.
+// Holds wchar_t whatever its width on the system; every length and position counts wchar_t. The
+// 8-bit code page is UTF-8 always, whatever the process's locale says: what is not UTF-8 becomes
+// U+FFFD.
 //
 // Threads: a value type; one object is for one thread at a time.
 // Owns its characters. A pointer from c_str() lives until the next change of the string.
@@ -33,8 +34,8 @@ class KIVPLATFORM_API QCString {
   std::string ToUtf8() const;
 
   // The text in the 8-bit code page, in a zero-terminated buffer from PoolMalloc that the caller
-  // releases with PoolFree; null when the pool has none. `lengthBytes` (may be null) gets the length
-  // without the terminator.
+  // releases with PoolFree; null when the pool has none. `lengthBytes` (may be null) gets the
+  // length without the terminator.
   char* UnicodeToAnsi(std::size_t* lengthBytes = nullptr) const;
   // The reverse of UnicodeToAnsi for a zero-terminated text; null gives the empty string.
   static QCString AnsiToUnicode(const char* text);
@@ -48,7 +49,9 @@ class KIVPLATFORM_API QCString {
   void Empty() noexcept { text_.clear(); }
   void Reserve(std::size_t lengthChars) { text_.reserve(lengthChars); }
   // 0 beyond the end.
-  wchar_t GetAt(std::size_t index) const noexcept { return index < text_.size() ? text_[index] : L'\0'; }
+  wchar_t GetAt(std::size_t index) const noexcept {
+    return index < text_.size() ? text_[index] : L'\0';
+  }
   wchar_t operator[](std::size_t index) const noexcept { return GetAt(index); }
 
   QCString& operator+=(const QCString& other);
@@ -92,11 +95,15 @@ class KIVPLATFORM_API QCString {
   QCString& MakeUpper();
   QCString ToUpper() const;
 
-  friend bool operator==(const QCString& a, const QCString& b) noexcept { return a.text_ == b.text_; }
+  friend bool operator==(const QCString& a, const QCString& b) noexcept {
+    return a.text_ == b.text_;
+  }
   friend bool operator==(const QCString& a, const wchar_t* b) noexcept {
     return a.text_ == (b != nullptr ? b : L"");
   }
-  friend auto operator<=>(const QCString& a, const QCString& b) noexcept { return a.text_ <=> b.text_; }
+  friend auto operator<=>(const QCString& a, const QCString& b) noexcept {
+    return a.text_ <=> b.text_;
+  }
   friend QCString operator+(QCString a, const QCString& b) { return std::move(a += b); }
   friend QCString operator+(QCString a, const wchar_t* b) { return std::move(a += b); }
   friend QCString operator+(const wchar_t* a, const QCString& b) { return QCString(a) += b; }

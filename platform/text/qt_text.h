@@ -12,6 +12,6 @@ inline QString ToQString(const QCString& text) {
 
 inline QCString FromQString(const QString& text) { return QCString(text.toStdWString()); }
 
-// A text that users see, in their language. Texts stand as QT_TRANSLATE_NOOP("QObject", "...") in one
-// header of each folder and are translated where they are used.
+// A text that users see, in their language. Texts stand as QT_TRANSLATE_NOOP("QObject", "...") in
+// one header of each folder and are translated where they are used.
 inline QCString Translated(const char* sourceText) { return FromQString(QObject::tr(sourceText)); }

@@ -1,6 +1,7 @@
 // A directory of a test's own, removed with all that is in it.
 //
-// Threads: the test's. Owns or borrows: owns the directory. Errors: throws when the system gives none.
+// Threads: the test's. Owns or borrows: owns the directory. Errors: throws when the system gives
+// none.
 #ifndef TESTS_SUPPORT_TEMP_DIR_H_
 #define TESTS_SUPPORT_TEMP_DIR_H_
 

@@ -17,8 +17,8 @@ inline bool DropRights() {
   return setgroups(0, nullptr) == 0 && setgid(kNobody) == 0 && setuid(kNobody) == 0;
 }
 
-// Whether `holds()`, run in a child process of user 65534 (of this user when it is not root), answered
-// true. What it is to reach must be open to that user.
+// Whether `holds()`, run in a child process of user 65534 (of this user when it is not root),
+// answered true. What it is to reach must be open to that user.
 template <typename Holds>
 bool HoldsUnprivileged(Holds holds) {
   const pid_t child = fork();

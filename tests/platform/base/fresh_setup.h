@@ -1,4 +1,5 @@
-// A bench whose every source is known: no KIV or XDG variable, a home of its own, nothing set by a host.
+// A bench whose every source is known: no KIV or XDG variable, a home of its own, nothing set by a
+// host.
 //
 // Threads: the test's. Owns or borrows: owns its home directory. Errors: none.
 #ifndef TESTS_PLATFORM_BASE_FRESH_SETUP_H_
@@ -31,8 +32,7 @@ class FreshSetup : public testing::Test {
 
   // Below the home directory; its directories are created.
   void WriteInHome(const std::string& name, std::string_view content) {
-    std::filesystem::create_directories(
-        std::filesystem::path(home_.File(name)).parent_path());
+    std::filesystem::create_directories(std::filesystem::path(home_.File(name)).parent_path());
     home_.Write(name, content);
   }
   void WriteKivIni(std::string_view content) { WriteInHome(".config/kiv/kiv.ini", content); }

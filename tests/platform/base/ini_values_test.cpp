@@ -49,10 +49,20 @@ struct LeadingRow {
 
 TEST_F(IniValues, AreReadAsDecimalsUpToTheFirstOtherCharacter) {
   const LeadingRow rows[] = {
-      {"0", 0},      {"12", 12},         {"12abc", 12},          {"+3", 3},
-      {"007", 7},    {"0x10", 0},        {"-1", 4294967295u},    {"-", std::nullopt},
-      {"abc", std::nullopt}, {"", std::nullopt}, {"+-1", std::nullopt},
-      {"4294967295", 4294967295u}, {"4294967296", 4294967295u}, {"1 2", 1},
+      {"0", 0},
+      {"12", 12},
+      {"12abc", 12},
+      {"+3", 3},
+      {"007", 7},
+      {"0x10", 0},
+      {"-1", 4294967295u},
+      {"-", std::nullopt},
+      {"abc", std::nullopt},
+      {"", std::nullopt},
+      {"+-1", std::nullopt},
+      {"4294967295", 4294967295u},
+      {"4294967296", 4294967295u},
+      {"1 2", 1},
   };
   for (const LeadingRow& row : rows) {
     EXPECT_EQ(row.value, ParseLeadingDecimal(row.text)) << row.text;
@@ -63,9 +73,16 @@ TEST_F(IniValues, AreReadAsDecimalsUpToTheFirstOtherCharacter) {
 
 TEST(Decimal, IsTheWholeTextWhereNothingMayFollow) {
   const LeadingRow rows[] = {
-      {"0", 0}, {" 12\t", 12}, {"4294967295", 4294967295u}, {"4294967296", std::nullopt},
-      {"12abc", std::nullopt}, {"-1", std::nullopt}, {"+1", std::nullopt},
-      {"", std::nullopt}, {" ", std::nullopt}, {"1 2", std::nullopt},
+      {"0", 0},
+      {" 12\t", 12},
+      {"4294967295", 4294967295u},
+      {"4294967296", std::nullopt},
+      {"12abc", std::nullopt},
+      {"-1", std::nullopt},
+      {"+1", std::nullopt},
+      {"", std::nullopt},
+      {" ", std::nullopt},
+      {"1 2", std::nullopt},
   };
   for (const LeadingRow& row : rows) EXPECT_EQ(row.value, ParseDecimal(row.text)) << row.text;
 }

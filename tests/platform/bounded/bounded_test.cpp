@@ -35,9 +35,7 @@ TEST(MemsetS, WithACountBeyondTheDestinationFillsItWholeAndAnswersErange) {
   }
 }
 
-TEST(MemsetS, RefusesANullDestination) {
-  EXPECT_EQ(EINVAL, bounded::memset_s(nullptr, 8, 0, 0));
-}
+TEST(MemsetS, RefusesANullDestination) { EXPECT_EQ(EINVAL, bounded::memset_s(nullptr, 8, 0, 0)); }
 
 TEST(MemsetS, WritesNothingWhenTheDestinationSizeIsNoSize) {
   Guarded to;
@@ -69,9 +67,7 @@ TEST(MemcpyS, ZeroesTheDestinationWhenTheSourceIsNull) {
   EXPECT_EQ(std::string(8, '\0') + "!!", to.Text());
 }
 
-TEST(MemcpyS, RefusesANullDestination) {
-  EXPECT_EQ(EINVAL, bounded::memcpy_s(nullptr, 8, "x", 1));
-}
+TEST(MemcpyS, RefusesANullDestination) { EXPECT_EQ(EINVAL, bounded::memcpy_s(nullptr, 8, "x", 1)); }
 
 TEST(MemcpyS, WritesNothingWhenTheDestinationSizeIsNoSize) {
   Guarded to;

@@ -14,10 +14,18 @@ struct CaseRow {
 
 TEST(CaseMap, MapsPairsBothWays) {
   const CaseRow rows[] = {
-      {L'A', L'a'},           {L'Z', L'z'},           {L'\u00C4', L'\u00E4'},
-      {L'\u00DE', L'\u00FE'}, {L'\u0178', L'\u00FF'}, {L'\u0100', L'\u0101'},
-      {L'\u0391', L'\u03B1'}, {L'\u0416', L'\u0436'}, {L'\u1F88', L'\u1F80'},
-      {L'\u10A0', L'\u2D00'}, {L'\uFF21', L'\uFF41'}, {L'\U00010400', L'\U00010428'},
+      {L'A', L'a'},
+      {L'Z', L'z'},
+      {L'\u00C4', L'\u00E4'},
+      {L'\u00DE', L'\u00FE'},
+      {L'\u0178', L'\u00FF'},
+      {L'\u0100', L'\u0101'},
+      {L'\u0391', L'\u03B1'},
+      {L'\u0416', L'\u0436'},
+      {L'\u1F88', L'\u1F80'},
+      {L'\u10A0', L'\u2D00'},
+      {L'\uFF21', L'\uFF41'},
+      {L'\U00010400', L'\U00010428'},
       {L'\U0001E900', L'\U0001E922'},
   };
   for (const CaseRow& row : rows) {
@@ -55,8 +63,10 @@ TEST(CaseMap, LeavesValuesThatAreNoCodePoints) {
 
 TEST(CaseMap, IsSettledAfterOneStep) {
   for (wchar_t ch = 0; ch < kLast; ++ch) {
-    ASSERT_EQ(os::ToLowerChar(ch), os::ToLowerChar(os::ToLowerChar(ch))) << static_cast<unsigned>(ch);
-    ASSERT_EQ(os::ToUpperChar(ch), os::ToUpperChar(os::ToUpperChar(ch))) << static_cast<unsigned>(ch);
+    ASSERT_EQ(os::ToLowerChar(ch), os::ToLowerChar(os::ToLowerChar(ch)))
+        << static_cast<unsigned>(ch);
+    ASSERT_EQ(os::ToUpperChar(ch), os::ToUpperChar(os::ToUpperChar(ch)))
+        << static_cast<unsigned>(ch);
   }
 }
 

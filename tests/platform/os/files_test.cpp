@@ -178,8 +178,8 @@ TEST(CreateFile, SaysWhyItCannotOpen) {
   EXPECT_EQ(INVALID_HANDLE_VALUE,
             CreateFileW(nullptr, GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr));
   EXPECT_EQ(ERROR_PATH_NOT_FOUND, GetLastError());
-  EXPECT_EQ(INVALID_HANDLE_VALUE, CreateFileW(dir.WideFile("file").c_str(), GENERIC_READ, 0,
-                                              nullptr, 77, 0, nullptr));
+  EXPECT_EQ(INVALID_HANDLE_VALUE,
+            CreateFileW(dir.WideFile("file").c_str(), GENERIC_READ, 0, nullptr, 77, 0, nullptr));
   EXPECT_EQ(ERROR_INVALID_PARAMETER, GetLastError());
 }
 
@@ -236,9 +236,12 @@ TEST(SetFileAttributes, ChangesTheRightToWriteOnly) {
   const TempDir dir;
   dir.Write("file", "");
   const AttributeRow rows[] = {
-      {0444, FILE_ATTRIBUTE_NORMAL, 0644}, {0644, FILE_ATTRIBUTE_NORMAL, 0644},
-      {0500, FILE_ATTRIBUTE_NORMAL, 0700}, {0, FILE_ATTRIBUTE_NORMAL, 0200},
-      {0666, FILE_ATTRIBUTE_READONLY, 0444}, {0444, FILE_ATTRIBUTE_READONLY, 0444},
+      {0444, FILE_ATTRIBUTE_NORMAL, 0644},
+      {0644, FILE_ATTRIBUTE_NORMAL, 0644},
+      {0500, FILE_ATTRIBUTE_NORMAL, 0700},
+      {0, FILE_ATTRIBUTE_NORMAL, 0200},
+      {0666, FILE_ATTRIBUTE_READONLY, 0444},
+      {0444, FILE_ATTRIBUTE_READONLY, 0444},
       {0444, 0x20, 0644},
   };
   for (const AttributeRow& row : rows) {

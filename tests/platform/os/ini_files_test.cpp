@@ -66,10 +66,9 @@ TEST_F(IniFiles, CutAValueToItsBuffer) {
   for (DWORD sizeChars = 1; sizeChars <= 7; ++sizeChars) {
     std::wstring value(8, L'#');
     const DWORD expected = std::min<DWORD>(sizeChars - 1, 5);
-    EXPECT_EQ(expected, GetPrivateProfileStringW(L"s", L"k", L"", value.data(), sizeChars,
-                                                 Path().c_str()));
-    EXPECT_EQ(std::wstring(L"12345").substr(0, expected) + L'\0' +
-                  std::wstring(7 - expected, L'#'),
+    EXPECT_EQ(expected,
+              GetPrivateProfileStringW(L"s", L"k", L"", value.data(), sizeChars, Path().c_str()));
+    EXPECT_EQ(std::wstring(L"12345").substr(0, expected) + L'\0' + std::wstring(7 - expected, L'#'),
               value);
   }
 }

@@ -58,8 +58,8 @@ TEST(CurrentThreadId, DiffersBetweenThreadsAndStays) {
 TEST(LocalTime, HasOneFormWhateverTheLocale) {
   const kivtest::ScopedEnv lang("LC_ALL", "C");
   const std::string text = os::LocalTimeText();
-  EXPECT_TRUE(std::regex_match(
-      text, std::regex("\\d{4}-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d\\.\\d{3}")))
+  EXPECT_TRUE(
+      std::regex_match(text, std::regex("\\d{4}-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d\\.\\d{3}")))
       << text;
 }
 

@@ -38,9 +38,16 @@ const BrokenRow kBroken[] = {
     {"two bytes cut", "\xC3", {R}},
     {"three bytes cut after two", "\xE2\x82", {R}},
     {"four bytes cut after three", "\xF0\x9F\x98", {R}},
-    {"cut part before a letter", "\xF0\x9F\x98" "A", {R, U'A'}},
+    {"cut part before a letter",
+     "\xF0\x9F\x98"
+     "A",
+     {R, U'A'}},
     {"cut part before a whole one", "\xE2\x82\xC3\xA4", {R, 0xE4}},
-    {"two cut parts", "\xF1\x80\x80\xE1\x80\xC2" "b\x80" "c\x80\xBF" "d",
+    {"two cut parts",
+     "\xF1\x80\x80\xE1\x80\xC2"
+     "b\x80"
+     "c\x80\xBF"
+     "d",
      {R, R, R, U'b', R, U'c', R, R, U'd'}},
     {"zero inside", std::string("a\0b", 3), {U'a', 0, U'b'}},
 };
@@ -64,7 +71,8 @@ void ExpectEveryCodePointComesBack() {
     std::string bytes;
     codec::AppendBytes(bytes, code);
     const auto text = codec::Decode<Char>(bytes);
-    ASSERT_EQ(sizeof(Char) == 2 && code > 0xFFFF ? 2u : 1u, text.size()) << static_cast<unsigned>(code);
+    ASSERT_EQ(sizeof(Char) == 2 && code > 0xFFFF ? 2u : 1u, text.size())
+        << static_cast<unsigned>(code);
     ASSERT_EQ(bytes, codec::Encode<Char>(text)) << static_cast<unsigned>(code);
   }
 }
@@ -88,14 +96,19 @@ TEST(Utf8, WritesTheShortestFormAtEveryBoundary) {
 }
 
 TEST(Utf8, ReplacesWideValuesThatAreNoCodePoints) {
-  EXPECT_EQ("a\xEF\xBF\xBD\xEF\xBF\xBD" "b",
-            codec::Encode<char32_t>(std::u32string{U'a', 0xD800, 0xDFFF, U'b'}));
+  EXPECT_EQ(
+      "a\xEF\xBF\xBD\xEF\xBF\xBD"
+      "b",
+      codec::Encode<char32_t>(std::u32string{U'a', 0xD800, 0xDFFF, U'b'}));
   EXPECT_EQ("\xEF\xBF\xBD\xEF\xBF\xBD",
             codec::Encode<char32_t>(std::u32string{0x110000, 0xFFFFFFFF}));
 }
 
 TEST(Utf8, ReplacesLoneSurrogatesOfTwoByteText) {
-  EXPECT_EQ("\xEF\xBF\xBD" "a", codec::Encode<char16_t>(std::u16string{0xD800, u'a'}));
+  EXPECT_EQ(
+      "\xEF\xBF\xBD"
+      "a",
+      codec::Encode<char16_t>(std::u16string{0xD800, u'a'}));
   EXPECT_EQ("\xEF\xBF\xBD", codec::Encode<char16_t>(std::u16string{0xDBFF}));
   EXPECT_EQ("\xEF\xBF\xBD\xF0\x90\x80\x80",
             codec::Encode<char16_t>(std::u16string{0xDC00, 0xD800, 0xDC00}));
@@ -120,7 +133,8 @@ TEST(Utf8, AcceptsExactlyTheThreeByteFormsThatEncodingWrites) {
       }
     }
   }
-  // U+0800 to U+FFFF without the surrogates, and without U+FFFD, which the test takes for a failure.
+  // U+0800 to U+FFFF without the surrogates, and without U+FFFD, which the test takes for a
+  // failure.
   EXPECT_EQ(0x10000u - 0x800u - 0x800u - 1u, accepted);
 }
 

@@ -16,8 +16,7 @@ using kivtest::TempDir;
 
 std::size_t OpenDescriptors() {
   std::size_t count = 0;
-  for ([[maybe_unused]] const auto& entry :
-       std::filesystem::directory_iterator("/proc/self/fd")) {
+  for ([[maybe_unused]] const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
     ++count;
   }
   return count;
@@ -27,7 +26,9 @@ QCString Wide(const TempDir& dir, std::string_view name) { return QCString(dir.W
 
 TEST(QCFile, ReadsBytesUpToTheEnd) {
   const TempDir dir;
-  dir.Write("file", std::string("a\0\r\n\xFF" "b", 6));
+  dir.Write("file", std::string("a\0\r\n\xFF"
+                                "b",
+                                6));
   QCFile file;
   ASSERT_TRUE(file.OpenRead(Wide(dir, "file")));
   EXPECT_TRUE(file.IsOpen());
@@ -36,7 +37,10 @@ TEST(QCFile, ReadsBytesUpToTheEnd) {
   EXPECT_EQ(4u, file.Read(bytes, 4));
   EXPECT_EQ(std::string("a\0\r\n", 4), std::string(bytes, 4));
   EXPECT_EQ(2u, file.Read(bytes, 10));
-  EXPECT_EQ("\xFF" "b", std::string(bytes, 2));
+  EXPECT_EQ(
+      "\xFF"
+      "b",
+      std::string(bytes, 2));
   EXPECT_EQ(0u, file.Read(bytes, 10));
   EXPECT_EQ(0, file.LastError());
 }
@@ -120,10 +124,18 @@ TEST(QCStdioFile, ReadsLinesWithoutTheirEnds) {
       {"empty lines", "\n\r\n\na", {L"", L"", L"", L"a"}},
       {"carriage return inside", "a\rb\r\r\n", {L"a\rb\r"}},
       {"carriage return at the very end", "a\r", {L"a\r"}},
-      {"byte order mark", "\xEF\xBB\xBF" "a\nb", {L"a", L"b"}},
+      {"byte order mark",
+       "\xEF\xBB\xBF"
+       "a\nb",
+       {L"a", L"b"}},
       {"byte order mark alone", "\xEF\xBB\xBF", {}},
       {"byte order mark before a line end", "\xEF\xBB\xBF\n", {L""}},
-      {"mark on a later line stays", "a\n\xEF\xBB\xBF" "b", {L"a", L"\uFEFF" L"b"}},
+      {"mark on a later line stays",
+       "a\n\xEF\xBB\xBF"
+       "b",
+       {L"a",
+        L"\uFEFF"
+        L"b"}},
       {"part of a mark", "\xEF\xBB", {L"\uFFFD"}},
       {"wide characters", "\xC3\xA4\xE2\x82\xAC\n", {L"\u00E4\u20AC"}},
       {"broken characters", "a\xC3\nb\xFF", {L"a\uFFFD", L"b\uFFFD"}},

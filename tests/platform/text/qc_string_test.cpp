@@ -9,7 +9,9 @@
 #include "platform/bounded/pool.h"
 
 // How a failed comparison shows a string; found by its argument, so not in a namespace of its own.
-static void PrintTo(const QCString& text, std::ostream* out) { *out << '"' << text.ToUtf8() << '"'; }
+static void PrintTo(const QCString& text, std::ostream* out) {
+  *out << '"' << text.ToUtf8() << '"';
+}
 
 namespace {
 
@@ -100,8 +102,11 @@ struct TrimRow {
 
 TEST(QCString, TrimsOneCharacterFromItsEndsAndLeavesInnerOnesAlone) {
   const TrimRow rows[] = {
-      {L"  a b  ", L"a b  ", L"  a b", L"a b"}, {L"a", L"a", L"a", L"a"}, {L"", L"", L"", L""},
-      {L"   ", L"", L"", L""}, {L"\t a \n", L"\t a \n", L"\t a \n", L"\t a \n"},
+      {L"  a b  ", L"a b  ", L"  a b", L"a b"},
+      {L"a", L"a", L"a", L"a"},
+      {L"", L"", L"", L""},
+      {L"   ", L"", L"", L""},
+      {L"\t a \n", L"\t a \n", L"\t a \n", L"\t a \n"},
       {L"\u00A0a\u00A0", L"\u00A0a\u00A0", L"\u00A0a\u00A0", L"\u00A0a\u00A0"},
   };
   for (const TrimRow& row : rows) {
@@ -149,10 +154,14 @@ struct ReplaceRow {
 
 TEST(QCString, ReplacesTextsInOnePass) {
   const ReplaceRow rows[] = {
-      {L"a  b    c", L"  ", L" ", L"a b  c", 3}, {L"aaa", L"aa", L"a", L"aa", 1},
-      {L"abc", L"b", L"bb", L"abbc", 1},         {L"abab", L"ab", L"", L"", 2},
-      {L"abc", L"", L"x", L"abc", 0},            {L"abc", L"x", L"y", L"abc", 0},
-      {L"", L"a", L"b", L"", 0},                 {L"a, b, c", L", ", L",", L"a,b,c", 2},
+      {L"a  b    c", L"  ", L" ", L"a b  c", 3},
+      {L"aaa", L"aa", L"a", L"aa", 1},
+      {L"abc", L"b", L"bb", L"abbc", 1},
+      {L"abab", L"ab", L"", L"", 2},
+      {L"abc", L"", L"x", L"abc", 0},
+      {L"abc", L"x", L"y", L"abc", 0},
+      {L"", L"a", L"b", L"", 0},
+      {L"a, b, c", L", ", L",", L"a,b,c", 2},
   };
   for (const ReplaceRow& row : rows) {
     QCString text(row.text);
@@ -244,7 +253,8 @@ TEST(QCString, AnswersNullWhenThePoolHasNothing) {
 
 TEST(QCString, ReadsTheCodePageUpToItsTerminator) {
   EXPECT_EQ(L"\u20AC", QCString::AnsiToUnicode("\xE2\x82\xAC"));
-  EXPECT_EQ(L"a\uFFFDb", QCString::AnsiToUnicode("a\xFF" "b"));
+  EXPECT_EQ(L"a\uFFFDb", QCString::AnsiToUnicode("a\xFF"
+                                                 "b"));
   EXPECT_EQ(L"", QCString::AnsiToUnicode(""));
   EXPECT_EQ(L"", QCString::AnsiToUnicode(nullptr));
 }
