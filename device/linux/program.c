@@ -199,7 +199,7 @@ static bool open_descriptors(kiv_program* program) {
   sigaddset(&ends, SIGTERM);
   sigaddset(&ends, SIGINT);
   sigaddset(&ends, SIGHUP);
-  (void)sigprocmask(SIG_BLOCK, &ends, NULL);
+  (void)pthread_sigmask(SIG_BLOCK, &ends, NULL);
   struct sigaction ignore;
   memset(&ignore, 0, sizeof ignore);
   ignore.sa_handler = SIG_IGN;

@@ -248,7 +248,7 @@ TEST(Receiver, CountsGapsAndDropsRepetitionsAcrossTheWrap) {
 TEST(Receiver, CountsMalformedFramesInTheSequence) {
   LineRecorder recorder(KIV_SIDE_HOST);
   recorder.SkipGreeting(1);
-  recorder.Feed(EncodeMessage(HeadOf(static_cast<kiv_kind>(9), 1, 1, 1), {}));
+  recorder.Feed(EncodeMessage(HeadOf(9, 1, 1, 1), {}));
   recorder.Feed(EncodeMessage(HeadOf(KIV_REQUEST, 1, 1, 2), {}));
   EXPECT_EQ(recorder.receiver.counts.lost, 0u);
   EXPECT_EQ(recorder.messages.size(), 1u);

@@ -67,7 +67,7 @@ void LineRecorder::Deliver(void* context, const kiv_message* message) {
 }
 
 Bytes EncodeFrame(const kiv_head& head, const Bytes& payload) {
-  Bytes line(KIV_MAX_LINE_BYTES);
+  Bytes line(2 * (payload.size() + KIV_MIN_FRAME_BYTES) + 2);  // every byte escaped
   line.resize(kiv_frame_encode(&head, payload.data(), static_cast<uint32_t>(payload.size()),
                                line.data(), static_cast<uint32_t>(line.size())));
   return line;
@@ -89,8 +89,9 @@ Bytes EncodeMessage(kiv_head head, const Bytes& body, uint32_t payloadBytes) {
   return line;
 }
 
-kiv_head HeadOf(kiv_kind kind, uint32_t id, uint16_t tag, uint32_t sequence) {
-  kiv_head head = kiv_head_of(kind);
+kiv_head HeadOf(int kind, uint32_t id, uint16_t tag, uint32_t sequence) {
+  kiv_head head = kiv_head_of(KIV_REQUEST);
+  head.kind = static_cast<uint8_t>(kind);
   head.id = id;
   head.tag = tag;
   head.sequence = sequence;

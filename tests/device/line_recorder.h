@@ -61,8 +61,8 @@ Bytes EncodeMessage(kiv_head head, const Bytes& body,
                     uint32_t payloadBytes = KIV_MAX_PAYLOAD_BYTES);
 // One frame exactly as the head says.
 Bytes EncodeFrame(const kiv_head& head, const Bytes& payload);
-// A head with these members.
-kiv_head HeadOf(kiv_kind kind, uint32_t id, uint16_t tag, uint32_t sequence);
+// A head with these members; `kind` may be none of the kinds.
+kiv_head HeadOf(int kind, uint32_t id, uint16_t tag, uint32_t sequence);
 // "7E 01", with blanks anywhere.
 Bytes FromHex(const std::string& text);
 Bytes operator+(const Bytes& left, const Bytes& right);

@@ -49,7 +49,7 @@ Bytes BytesOf(const Fields& fields, const std::string& key) {
 }
 
 kiv_head HeadOfExample(const Fields& fields) {
-  kiv_head head = kiv_head_of(static_cast<kiv_kind>(NumberOf(fields, "kind")));
+  kiv_head head = HeadOf(static_cast<int>(NumberOf(fields, "kind")), 0, 0, 0);
   head.flags = static_cast<uint8_t>(NumberOf(fields, "flags"));
   head.id = NumberOf(fields, "id");
   head.tag = static_cast<uint16_t>(NumberOf(fields, "tag"));
@@ -150,8 +150,9 @@ std::map<uint32_t, std::string> ResultCodesOfPage() {
     const size_t name = line.find("| `");
     if (line.rfind("| ", 0) != 0 || name == std::string::npos) continue;
     const size_t begin = name + 3;
-    codes[static_cast<uint32_t>(std::stoul(line.substr(2)))] =
-        line.substr(begin, line.find('`', begin) - begin);
+    const auto code = static_cast<uint32_t>(std::stoul(line.substr(2)));
+    EXPECT_TRUE(codes.empty() || codes.rbegin()->first < code) << code << " is out of order";
+    codes[code] = line.substr(begin, line.find('`', begin) - begin);
   }
   return codes;
 }
@@ -179,7 +180,6 @@ TEST(ResultCodes, OfTheDeviceStandInTheTable) {
     ASSERT_TRUE(codes.count(code)) << code;
     EXPECT_EQ(codes.at(code), name);
   }
-  EXPECT_EQ(codes.size(), 32u);
 }
 
 }  // namespace
