@@ -1,4 +1,5 @@
 // kivagent: the program. What may run as whom is decided here.
+#include <fcntl.h>
 #include <stdio.h>
 #include <unistd.h>
 
@@ -20,8 +21,18 @@ static int run(const kiv_options* options) {
   return kiv_program_run(options);
 }
 
+// A program may be started without standard descriptors; what it opens must not land in their place.
+static void fill_standard_descriptors(void) {
+  int descriptor = 0;
+  do {
+    descriptor = open("/dev/null", O_RDWR);
+  } while (descriptor >= 0 && descriptor <= STDERR_FILENO);
+  if (descriptor >= 0) close(descriptor);
+}
+
 int main(int argc, char** argv) {
   static kiv_options options;
+  fill_standard_descriptors();
   switch (kiv_options_read(&options, argc, argv)) {
     case KIV_WISH_HELP:
       (void)fputs(kiv_options_help(), stdout);

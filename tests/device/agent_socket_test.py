@@ -13,7 +13,7 @@ import unittest
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1]))
 from wire.agent_process import AGENT, AgentProcess, SocketAgent  # noqa: E402
-from wire.peer import Gone, Peer  # noqa: E402
+from wire.peer import PATIENCE_S, Gone, Peer  # noqa: E402
 
 MEM_INFO, IND_START, IND_TICK, NV_WRITE = 0x1002, 0x1301, 0x1311, 0x1202
 
@@ -230,6 +230,13 @@ class CommandLine(unittest.TestCase):
     def test_it_runs_in_an_empty_environment(self):
         status, text, _ = self.run_agent("--allow-root", env={})
         self.assertEqual((status, text), (0, ""))
+
+    def test_it_ends_when_it_is_started_without_descriptors(self):
+        for closing in ("<&-", ">&-", "2>&-", "<&- >&- 2>&-"):
+            script = f'exec "$0" --allow-root {closing}'
+            result = subprocess.run(["/bin/sh", "-c", script, str(AGENT)], check=False,
+                                    stdin=subprocess.DEVNULL, timeout=PATIENCE_S)
+            self.assertEqual(result.returncode, 0, closing)
 
     def test_stored_items_go_where_the_environment_says(self):
         with tempfile.TemporaryDirectory(prefix="kivagent-") as folder:
