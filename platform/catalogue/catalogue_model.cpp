@@ -43,7 +43,8 @@ void MeasureElement(const Model& model, Field& field) {
 }
 
 // Adds what a field means for the value tree.
-void CountNodes(const Model& model, const Field& field, std::uint64_t& nodes, std::uint32_t& nesting) {
+void CountNodes(const Model& model, const Field& field, std::uint64_t& nodes,
+                std::uint32_t& nesting) {
   if (field.kind != FieldKind::kStructure) {
     ++nodes;
     return;
@@ -74,9 +75,9 @@ std::string HexText(std::uint64_t value) {
   return digits;
 }
 
-// The texts that fingerprints are made of, one a structure. A structure refers to earlier ones only, so
-// each is made once from those before it. Nested texts are folded to their hash: a text that repeated
-// them in full would grow without bound.
+// The texts that fingerprints are made of, one a structure. A structure refers to earlier ones
+// only, so each is made once from those before it. Nested texts are folded to their hash: a text
+// that repeated them in full would grow without bound.
 class FingerprintTexts {
  public:
   explicit FingerprintTexts(const Model& model) {

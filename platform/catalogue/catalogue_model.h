@@ -1,6 +1,6 @@
-// The catalogue as a description: enumerations, structures and commands as a source says them, with the
-// layout worked out. The catalogue compiler fills it, the file writer and reader carry it to disk and
-// back; a running console does not need it (it steps the file and reads single layouts).
+// The catalogue as a description: enumerations, structures and commands as a source says them, with
+// the layout worked out. The catalogue compiler fills it, the file writer and reader carry it to
+// disk and back; a running console does not need it (it steps the file and reads single layouts).
 //
 // Threads: plain values. Owns everything it names. Texts are UTF-8.
 // Errors: LayOut answers a reason; everything else cannot fail.
@@ -15,8 +15,8 @@
 
 namespace catalogue {
 
-// The bounds of docs/catalogue-format.md. They hold for compiled files too, so that a damaged one cannot
-// ask for more memory than an honest one.
+// The bounds of docs/catalogue-format.md. They hold for compiled files too, so that a damaged one
+// cannot ask for more memory than an honest one.
 inline constexpr std::uint32_t kMaxStructureBytes = 16u * 1024 * 1024;
 inline constexpr std::uint32_t kMaxFields = 4096;
 inline constexpr std::uint32_t kMaxNesting = 32;
@@ -56,7 +56,7 @@ struct Field {
   std::uint32_t reference = 0;  // index of the enumeration or structure
   bool isArray = false;
   std::uint32_t count = 1;
-  std::uint32_t offsetBytes = 0;   // in the structure; set by LayOut, as the next two
+  std::uint32_t offsetBytes = 0;  // in the structure; set by LayOut, as the next two
   std::uint32_t elementBytes = 0;
   std::uint32_t alignmentBytes = 1;
 
@@ -108,15 +108,16 @@ struct Model {
   std::uint64_t fingerprint = 0;
 };
 
-// Places the fields of the structure `index` (those before it are laid out already) and sets its size,
-// alignment, node count and nesting. Answers the reason when a bound is exceeded, else an empty text.
-// The defaults are left alone.
+// Places the fields of the structure `index` (those before it are laid out already) and sets its
+// size, alignment, node count and nesting. Answers the reason when a bound is exceeded, else an
+// empty text. The defaults are left alone.
 KIVPLATFORM_API std::string LayOut(Model& model, std::uint32_t index);
 
 // Puts the commands in order and works out all fingerprints.
 KIVPLATFORM_API void Seal(Model& model);
 
-// Whether a structure of this name is a text that is sent as typed ("dbk_str_type", "dbk_str_type_stru").
+// Whether a structure of this name is a text that is sent as typed ("dbk_str_type",
+// "dbk_str_type_stru").
 KIVPLATFORM_API bool IsTextStructure(std::string_view name) noexcept;
 
 // 16 lower-case hexadecimal digits.

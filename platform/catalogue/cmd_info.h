@@ -1,6 +1,7 @@
 // CmdInfo: one command of the catalogue, as EnumCommands hands it out.
 //
-// A small value that refers into the enumeration's shared, immutable store: 100,000 of them cost little.
+// A small value that refers into the enumeration's shared, immutable store: 100,000 of them cost
+// little.
 //
 // Threads: immutable; copies may be used from any thread.
 // Owns a share of the store, so it outlives the catalogue object.

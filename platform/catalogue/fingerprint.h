@@ -8,6 +8,6 @@
 
 #include "platform/platform_export.h"
 
-// As a number, its first hexadecimal digit (as kivcat shows it) the most significant. On the wire it
-// travels as 8 bytes in the order of those digits.
+// As a number, its first hexadecimal digit (as kivcat shows it) the most significant. On the wire
+// it travels as 8 bytes in the order of those digits.
 KIVPLATFORM_API std::uint64_t CurrentCatalogueFingerprint();

@@ -19,8 +19,8 @@ std::uint32_t ValueWidth(const FieldLayout& field) noexcept {
 
 }  // namespace
 
-// The block's parts in the order in which they stand: itself, the nodes, the body. The body comes last,
-// because it alone needs no alignment.
+// The block's parts in the order in which they stand: itself, the nodes, the body. The body comes
+// last, because it alone needs no alignment.
 ParamTreeBlock* ParamTreeBlock::Make(CParamNode& root,
                                      const std::shared_ptr<const TreeLayout>& layout) {
   static_assert(sizeof(ParamTreeBlock) % alignof(CParamNode) == 0);
@@ -51,6 +51,9 @@ std::uint32_t ParamTreeBlock::Fill(CParamNode& root,
   if (layout->BodyBytes() != 0) {
     std::memcpy(root.block_->body, body != nullptr ? body : layout->Defaults().data(),
                 layout->BodyBytes());
+  }
+  for (const TreeLayout::Gap& gap : layout->Gaps()) {
+    std::memset(root.block_->body + gap.offsetBytes, 0, gap.lengthBytes);
   }
   return result::kOk;
 }
@@ -134,7 +137,8 @@ std::uint32_t CParamNode::SetValueBuf(const std::uint8_t* bytes,
   if (lengthBytes > field_->storageBytes) return result::kBodySize;
   if (bytes == nullptr && lengthBytes != 0) return result::kNotSupported;
   if (lengthBytes != 0) std::memmove(bytes_, bytes, static_cast<std::size_t>(lengthBytes));
-  std::memset(bytes_ + lengthBytes, 0, field_->storageBytes - static_cast<std::size_t>(lengthBytes));
+  std::memset(bytes_ + lengthBytes, 0,
+              field_->storageBytes - static_cast<std::size_t>(lengthBytes));
   return result::kOk;
 }
 

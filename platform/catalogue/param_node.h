@@ -1,16 +1,16 @@
 // CParamNode: a node of a command's value tree.
 //
-// A tree is one block: a view over the packed body, described by an immutable layout that all trees of a
-// command share. SetValue is a store into the body; no node is a heap object of its own. The root is the
-// object that the caller constructs and the codec (or ParamTreeBuilder) fills; every other node lives in
-// the root's block.
+// A tree is one block: a view over the packed body, described by an immutable layout that all trees
+// of a command share. SetValue is a store into the body; no node is a heap object of its own. The
+// root is the object that the caller constructs and the codec (or ParamTreeBuilder) fills; every
+// other node lives in the root's block.
 //
-// Node kinds: 0 single value, 1 array, 17 array of structures, 24 structure are what catalogues give; 8
-// and 16 (single), 9 (array), 25, 32, 33 (structure) are taken the same way.
+// Node kinds: 0 single value, 1 array, 17 array of structures, 24 structure are what catalogues
+// give; 8 and 16 (single), 9 (array), 25, 32, 33 (structure) are taken the same way.
 //
 // Threads: one tree for one thread at a time.
-// Owns: the root owns the whole tree; node pointers live until the root is destroyed or filled again.
-// Errors: statuses, 0 on success.
+// Owns: the root owns the whole tree; node pointers live until the root is destroyed or filled
+// again. Errors: statuses, 0 on success.
 #pragma once
 
 #include <cstdint>
@@ -33,8 +33,8 @@ class KIVPLATFORM_API CParamNode {
   CParamNode(const CParamNode&) = delete;
   CParamNode& operator=(const CParamNode&) = delete;
 
-  // Document order: a node, its children, its next neighbour. Answers the first non-zero callback result,
-  // else 0. Nesting depth is bounded by the layout, the walk does not recurse.
+  // Document order: a node, its children, its next neighbour. Answers the first non-zero callback
+  // result, else 0. Nesting depth is bounded by the layout, the walk does not recurse.
   std::uint32_t ParseNodes(ParseNodesCallback callback, void* user, std::uint32_t startDepth);
 
   std::int32_t GetNodeType() const noexcept;
@@ -46,14 +46,15 @@ class KIVPLATFORM_API CParamNode {
 
   std::uint32_t IsSignedValue(std::int32_t* isSigned) const noexcept;
   std::uint32_t IsCharValue(std::int32_t* isChar) const noexcept;
-  // Single values only. The value is zero-extended from the node's width (callers that print sign-extend).
+  // Single values only. The value is zero-extended from the node's width (callers that print
+  // sign-extend).
   std::uint32_t GetValue(std::uint64_t* value) const noexcept;
   // Keeps the low bytes that the node is wide.
   std::uint32_t SetValue(std::uint64_t value) noexcept;
   // 0 when the node has a buffer of its own, which may be written in place.
   std::uint32_t GetValueBuf(std::uint8_t** buffer, std::uint64_t* lengthBytes) noexcept;
-  // Copies into the node's bytes. A shorter length zeroes the rest (the last chunk of a file is short); a
-  // longer one gives a status and changes nothing.
+  // Copies into the node's bytes. A shorter length zeroes the rest (the last chunk of a file is
+  // short); a longer one gives a status and changes nothing.
   std::uint32_t SetValueBuf(const std::uint8_t* bytes, std::uint64_t lengthBytes) noexcept;
 
   CParamNode* GetFirstChild() noexcept;
@@ -70,5 +71,6 @@ class KIVPLATFORM_API CParamNode {
 
   const FieldLayout* field_;  // never null
   std::uint8_t* bytes_;       // the node's own bytes within the packed body
-  ParamTreeBlock* block_;     // the block that holds this tree; owned by the root, null for an empty one
+  ParamTreeBlock*
+      block_;  // the block that holds this tree; owned by the root, null for an empty one
 };

@@ -1,5 +1,5 @@
-// ParamTreeBlock: the one block of memory behind a value tree: the layout's share, a node object for each
-// field, and the body. Only the root is elsewhere: it is the caller's object.
+// ParamTreeBlock: the one block of memory behind a value tree: the layout's share, a node object
+// for each field, and the body. Only the root is elsewhere: it is the caller's object.
 //
 // Threads: as the tree. Owns the block, which is from the pool.
 // Errors: 500 when the pool has no memory.
@@ -12,9 +12,9 @@
 #include "platform/catalogue/tree_layout.h"
 
 struct ParamTreeBlock {
-  // Makes `root` a tree of the layout with this body (null: the defaults), which has the layout's size. A
-  // root that has a tree of the same layout keeps its block, so nodes of the old tree then show the new
-  // values. On failure `root` is empty.
+  // Makes `root` a tree of the layout with this body (null: the defaults), which has the layout's
+  // size. A root that has a tree of the same layout keeps its block, so nodes of the old tree then
+  // show the new values. On failure `root` is empty.
   static std::uint32_t Fill(CParamNode& root, const std::shared_ptr<const TreeLayout>& layout,
                             const std::uint8_t* body);
   // Makes `root` empty.

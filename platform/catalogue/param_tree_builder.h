@@ -1,5 +1,5 @@
-// ParamTreeBuilder: makes a value tree by hand, node by node in document order, with any kind codes,
-// sizes and buffers. Hosts and tests use it where no catalogue describes the tree.
+// ParamTreeBuilder: makes a value tree by hand, node by node in document order, with any kind
+// codes, sizes and buffers. Hosts and tests use it where no catalogue describes the tree.
 //
 // Threads: one object for one thread. Errors: Build answers a status, 0 on success.
 #pragma once
@@ -8,12 +8,12 @@
 #include <memory>
 #include <vector>
 
-#include "platform/platform_export.h"
 #include "platform/catalogue/param_node.h"
+#include "platform/platform_export.h"
 #include "platform/text/qc_string.h"
 
-// One node. `depth` 0 is the root (exactly one, first); a node belongs to the last earlier node that is
-// one less deep.
+// One node. `depth` 0 is the root (exactly one, first); a node belongs to the last earlier node
+// that is one less deep.
 struct ParamNodeSpec {
   std::uint32_t depth = 0;
   std::int32_t kind = 0;
@@ -24,8 +24,9 @@ struct ParamNodeSpec {
   bool isSigned = false;
   bool isChar = false;
   std::vector<std::uint8_t> bytes = {};  // initial content; missing bytes are zero
-  bool hasBuffer = true;             // false: GetValueBuf fails although SetValueBuf works
-  std::uint64_t bufferBytes = UINT64_MAX;  // length that GetValueBuf reports when not the field's size
+  bool hasBuffer = true;                 // false: GetValueBuf fails although SetValueBuf works
+  std::uint64_t bufferBytes =
+      UINT64_MAX;  // length that GetValueBuf reports when not the field's size
 };
 
 class KIVPLATFORM_API ParamTreeBuilder {

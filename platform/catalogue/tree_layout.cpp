@@ -39,6 +39,12 @@ std::uint32_t TreeLayoutBuilder::Intern(std::wstring_view name) {
   return found->second;
 }
 
+void TreeLayoutBuilder::AddGap(std::uint64_t beginBytes, std::uint64_t endBytes) {
+  if (beginBytes >= endBytes) return;
+  layout_->gaps_.push_back(
+      {static_cast<std::uint32_t>(beginBytes), static_cast<std::uint32_t>(endBytes - beginBytes)});
+}
+
 std::shared_ptr<const TreeLayout> TreeLayoutBuilder::Finish(std::vector<std::uint8_t> defaults) {
   std::vector<FieldLayout>& fields = layout_->fields_;
   if (fields.empty()) return nullptr;

@@ -1,5 +1,5 @@
-// TreeLayout: everything about a value tree but its values. It is worked out once and shared by all trees
-// of a structure; a tree adds one body to it.
+// TreeLayout: everything about a value tree but its values. It is worked out once and shared by all
+// trees of a structure; a tree adds one body to it.
 //
 // Threads: immutable once built, so any. Trees hold it by std::shared_ptr.
 // Owns its names and default bytes.
@@ -29,12 +29,12 @@ struct FieldLayout {
 
   const wchar_t* variableName = L"";
   const wchar_t* typeName = L"";
-  std::uint64_t bufferBytes = 0;    // what GetValueBuf reports as the length
-  std::uint32_t offsetBytes = 0;    // of the node's bytes in the body
-  std::uint32_t storageBytes = 0;   // how many of them there are
-  std::uint32_t elementBytes = 0;   // GetSizeOfDataType
-  std::uint32_t fieldBytes = 0;     // GetSizeInStruct
-  std::uint32_t parent = kNone;     // indices into the layout
+  std::uint64_t bufferBytes = 0;   // what GetValueBuf reports as the length
+  std::uint32_t offsetBytes = 0;   // of the node's bytes in the body
+  std::uint32_t storageBytes = 0;  // how many of them there are
+  std::uint32_t elementBytes = 0;  // GetSizeOfDataType
+  std::uint32_t fieldBytes = 0;    // GetSizeInStruct
+  std::uint32_t parent = kNone;    // indices into the layout
   std::uint32_t firstChild = kNone;
   std::uint32_t nextNeighbor = kNone;
   std::uint32_t subtreeEnd = 1;
@@ -42,8 +42,8 @@ struct FieldLayout {
   std::int32_t kind = kKindStructure;
   bool isSigned = false;
   bool isChar = false;
-  bool hasBuffer = false;    // GetValueBuf works
-  bool takesBytes = false;   // SetValueBuf works
+  bool hasBuffer = false;   // GetValueBuf works
+  bool takesBytes = false;  // SetValueBuf works
 };
 
 class TreeLayout {
@@ -52,10 +52,17 @@ class TreeLayout {
   // The body's default content; its size is the size of the body.
   const std::vector<std::uint8_t>& Defaults() const noexcept { return defaults_; }
   std::uint32_t BodyBytes() const noexcept { return static_cast<std::uint32_t>(defaults_.size()); }
+  // Runs of the body that belong to no field: zero in every tree, whatever was received there.
+  struct Gap {
+    std::uint32_t offsetBytes;
+    std::uint32_t lengthBytes;
+  };
+  const std::vector<Gap>& Gaps() const noexcept { return gaps_; }
 
  private:
   friend class TreeLayoutBuilder;
   std::vector<FieldLayout> fields_;
+  std::vector<Gap> gaps_;
   std::vector<std::uint8_t> defaults_;
   std::wstring names_;  // zero-terminated, one behind the other
 };
@@ -65,10 +72,12 @@ class TreeLayoutBuilder {
  public:
   TreeLayoutBuilder() : layout_(std::make_shared<TreeLayout>()) {}
 
-  // `field` without names and links, but with its depth, which must be 0 for the first node and at most
-  // one more than the depth of the node before for every other. False when it is not, or when it is a
-  // second root.
+  // `field` without names and links, but with its depth, which must be 0 for the first node and at
+  // most one more than the depth of the node before for every other. False when it is not, or when
+  // it is a second root.
   bool Add(const FieldLayout& field, std::wstring_view variableName, std::wstring_view typeName);
+  // An empty gap is left out.
+  void AddGap(std::uint64_t beginBytes, std::uint64_t endBytes);
   // Nothing may be added afterwards. Null when there is no root.
   std::shared_ptr<const TreeLayout> Finish(std::vector<std::uint8_t> defaults);
 

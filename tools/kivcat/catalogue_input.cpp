@@ -2,21 +2,28 @@
 
 #include <cstring>
 
+#include "platform/base/result_codes.h"
+#include "platform/catalogue/catalogue_file.h"
 #include "platform/os/safe_file.h"
 #include "tools/kivcat/source_checker.h"
 
 namespace kivcat {
 namespace {
 
-constexpr std::size_t kMaxSourceBytes = 256u * 1024 * 1024;
+constexpr std::size_t kMaxFileBytes = 256u * 1024 * 1024;
+constexpr std::string_view kCompiledStart("SQLite format 3\0", 16);
 
-}  // namespace
+std::string ReadFile(const std::string& path, std::string& content) {
+  const int error = os::ReadWholeFile(path, kMaxFileBytes, content);
+  return error == 0 ? "" : path + ": " + std::strerror(error) + "\n";
+}
 
-std::string LoadSourceFile(const std::string& path, LoadedCatalogue& loaded) {
-  std::string json;
-  if (const int error = os::ReadWholeFile(path, kMaxSourceBytes, json); error != 0) {
-    return path + ": " + std::strerror(error) + "\n";
-  }
+std::string LoadCompiled(const std::string& path, LoadedCatalogue& loaded) {
+  const std::uint32_t status = catalogue::ReadCatalogue(path, loaded.model);
+  return status == 0 ? "" : path + ": " + result::Text(status).ToUtf8() + "\n";
+}
+
+std::string LoadJson(const std::string& path, const std::string& json, LoadedCatalogue& loaded) {
   Faults faults(path);
   const bool good = LoadSource(json, loaded.model, faults);
   if (!good) return faults.Text();
@@ -24,8 +31,20 @@ std::string LoadSourceFile(const std::string& path, LoadedCatalogue& loaded) {
   return {};
 }
 
+}  // namespace
+
+std::string LoadSourceFile(const std::string& path, LoadedCatalogue& loaded) {
+  std::string content;
+  std::string reason = ReadFile(path, content);
+  return reason.empty() ? LoadJson(path, content, loaded) : reason;
+}
+
 std::string LoadCatalogue(const std::string& path, LoadedCatalogue& loaded) {
-  return LoadSourceFile(path, loaded);
+  std::string content;
+  std::string reason = ReadFile(path, content);
+  if (!reason.empty()) return reason;
+  if (content.starts_with(kCompiledStart)) return LoadCompiled(path, loaded);
+  return LoadJson(path, content, loaded);
 }
 
 }  // namespace kivcat

@@ -18,7 +18,5 @@ struct LoadedCatalogue {
 std::string LoadCatalogue(const std::string& path, LoadedCatalogue& loaded);
 // Likewise, but only a source.
 std::string LoadSourceFile(const std::string& path, LoadedCatalogue& loaded);
-// Whether the file is a compiled catalogue by its first bytes.
-bool IsCompiled(const std::string& path);
 
 }  // namespace kivcat

@@ -32,6 +32,8 @@ std::string ElementInitialiser(const catalogue::Model& model, const Field& field
   return ScalarConstant(field.scalar, LoadScalar(field.scalar, bytes));
 }
 
+}  // namespace
+
 std::string FieldInitialiser(const catalogue::Model& model, const Field& field, const char* bytes) {
   if (!field.isArray) return ElementInitialiser(model, field, bytes);
   std::string text;
@@ -42,14 +44,22 @@ std::string FieldInitialiser(const catalogue::Model& model, const Field& field, 
   // Zeros at the end come by themselves.
   std::size_t used = field.SizeBytes();
   while (used > 0 && bytes[used - 1] == '\0') --used;
-  const std::size_t elements = std::max<std::size_t>(1, (used + field.elementBytes - 1) / field.elementBytes);
+  const std::size_t elements =
+      std::max<std::size_t>(1, (used + field.elementBytes - 1) / field.elementBytes);
   for (std::size_t i = 0; i < elements; ++i) {
-    text += (i == 0 ? "{" : ", ") + ElementInitialiser(model, field, bytes + i * field.elementBytes);
+    text +=
+        (i == 0 ? "{" : ", ") + ElementInitialiser(model, field, bytes + i * field.elementBytes);
   }
   return text + "}";
 }
 
-}  // namespace
+std::string HexText(std::uint64_t value) {
+  std::string digits;
+  for (; value != 0 || digits.empty(); value /= 16) {
+    digits.insert(digits.begin(), "0123456789abcdef"[value % 16]);
+  }
+  return "0x" + digits;
+}
 
 std::uint64_t LoadScalar(Scalar scalar, const char* bytes) {
   const std::uint32_t width = catalogue::WidthBytes(scalar);
@@ -64,16 +74,20 @@ std::uint64_t LoadScalar(Scalar scalar, const char* bytes) {
 
 std::string ScalarConstant(Scalar scalar, std::uint64_t value) {
   switch (scalar) {
-    case Scalar::kChar: return value < 128 ? std::to_string(value) : "(char)" + std::to_string(value);
-    case Scalar::kU32: return std::to_string(value) + "u";
-    case Scalar::kU64: return "UINT64_C(" + std::to_string(value) + ")";
+    case Scalar::kChar:
+      return value < 128 ? std::to_string(value) : "(char)" + std::to_string(value);
+    case Scalar::kU32:
+      return std::to_string(value) + "u";
+    case Scalar::kU64:
+      return "UINT64_C(" + std::to_string(value) + ")";
     case Scalar::kI64:
       if (value == std::uint64_t{1} << 63) return "(-INT64_C(9223372036854775807) - 1)";
       return "INT64_C(" + std::to_string(static_cast<std::int64_t>(value)) + ")";
     case Scalar::kI32:
       if (static_cast<std::int64_t>(value) == INT32_MIN) return "(-2147483647 - 1)";
       break;
-    default: break;
+    default:
+      break;
   }
   return std::to_string(static_cast<std::int64_t>(value));
 }

@@ -13,6 +13,11 @@ namespace kivcat {
 std::string ScalarConstant(catalogue::Scalar scalar, std::uint64_t value);
 // The value of an element's bytes, sign-extended to 64 bits when the scalar is signed.
 std::uint64_t LoadScalar(catalogue::Scalar scalar, const char* bytes);
+// "0x" and lower-case digits without leading zeros.
+std::string HexText(std::uint64_t value);
+// `bytes` holds the whole field.
+std::string FieldInitialiser(const catalogue::Model& model, const catalogue::Field& field,
+                             const char* bytes);
 // `bytes` holds the whole structure: "{1, {2, 3}}".
 std::string StructureInitialiser(const catalogue::Model& model,
                                  const catalogue::Structure& structure, const char* bytes);

@@ -20,19 +20,12 @@ std::string Upper(std::string text) {
   return text;
 }
 
-std::string HexLiteral(std::uint64_t value) {
-  std::string digits;
-  for (; value != 0 || digits.empty(); value /= 16) {
-    digits.insert(digits.begin(), "0123456789abcdef"[value % 16]);
-  }
-  return "0x" + digits;
-}
-
 // A description as the text of a comment: one line, and nothing that ends the comment.
 std::string CommentText(const std::string& text) {
   std::string made;
   for (const char c : text) {
-    const bool endsComment = c == '/' && !made.empty() && (made.back() == '*' || made.back() == '/');
+    const bool endsComment =
+        c == '/' && !made.empty() && (made.back() == '*' || made.back() == '/');
     const bool opensComment = c == '*' && !made.empty() && made.back() == '/';
     if (endsComment || opensComment) made += ' ';
     made += static_cast<unsigned char>(c) < ' ' || c == 127 ? ' ' : c;
@@ -143,8 +136,8 @@ class HeaderWriter {
     Line("KIV_CATALOGUE_ASSERT(sizeof(" + type + ") == " + std::to_string(structure.sizeBytes) +
          ", \"" + type + "\");");
     for (const Field& field : structure.fields) {
-      Line("KIV_CATALOGUE_ASSERT(offsetof(" + type + ", " + field.name + ") == " +
-           std::to_string(field.offsetBytes) + ", \"" + type + "." + field.name + "\");");
+      Line("KIV_CATALOGUE_ASSERT(offsetof(" + type + ", " + field.name +
+           ") == " + std::to_string(field.offsetBytes) + ", \"" + type + "." + field.name + "\");");
     }
   }
 
@@ -159,9 +152,12 @@ class HeaderWriter {
 
   std::string FieldType(const Field& field) const {
     switch (field.kind) {
-      case FieldKind::kEnumeration: return "kiv_" + model_.enumerations[field.reference].name;
-      case FieldKind::kStructure: return "kiv_" + model_.structures[field.reference].name;
-      case FieldKind::kScalar: break;
+      case FieldKind::kEnumeration:
+        return "kiv_" + model_.enumerations[field.reference].name;
+      case FieldKind::kStructure:
+        return "kiv_" + model_.structures[field.reference].name;
+      case FieldKind::kScalar:
+        break;
     }
     return CType(field.scalar);
   }
@@ -169,7 +165,7 @@ class HeaderWriter {
   void Write(const Command& command) {
     const std::string macro = "KIV_CMD_" + Upper(command.name);
     WriteComment(command.text);
-    Define(macro, HexLiteral(command.id) + "u");
+    Define(macro, HexText(command.id) + "u");
     Define(macro + "_NAME", "\"" + command.name + "\"");
     WriteBody(command, "req", command.request);
     WriteBody(command, "cnf", command.confirmation);
@@ -185,15 +181,16 @@ class HeaderWriter {
       Define(macro + "_IS_TEXT", "1");
     }
     if (structure.fields.empty()) return;
-    Line("typedef kiv_" + structure.name + " " + New("kiv_cmd_" + command.name + "_" + which) + ";");
+    Line("typedef kiv_" + structure.name + " " + New("kiv_cmd_" + command.name + "_" + which) +
+         ";");
   }
 
   void WriteCommandList() {
     WriteComment("X(name, NAME, id) for each command.");
     std::string list = "#define " + New("KIV_COMMANDS") + "(X)";
     for (const Command& command : model_.commands) {
-      list += " \\\n  X(" + command.name + ", " + Upper(command.name) + ", " +
-              HexLiteral(command.id) + "u)";
+      list += " \\\n  X(" + command.name + ", " + Upper(command.name) + ", " + HexText(command.id) +
+              "u)";
     }
     Line(list);
   }

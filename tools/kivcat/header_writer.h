@@ -10,8 +10,8 @@
 
 namespace kivcat {
 
-// `header` gets the whole text. The answer is empty, or the reason why there can be no header: two things
-// of the catalogue have names that C cannot tell apart.
+// `header` gets the whole text. The answer is empty, or the reason why there can be no header: two
+// things of the catalogue have names that C cannot tell apart.
 std::string WriteHeader(const catalogue::Model& model, std::string& header);
 
 }  // namespace kivcat

@@ -21,6 +21,7 @@ struct OptionRow {
 };
 
 constexpr OptionRow kOutput{"o", "output", "FILE"};
+constexpr OptionRow kSource{nullptr, "source", nullptr};
 constexpr OptionRow kHex{nullptr, "hex", nullptr};
 constexpr OptionRow kOneLine{nullptr, "one-line", nullptr};
 constexpr OptionRow kTypes{nullptr, "types", nullptr};
@@ -29,15 +30,29 @@ struct CommandRow {
   const char* word;
   const char* synopsis;
   const char* text;
-  std::size_t words;
+  std::size_t minWords;
+  std::size_t maxWords;
   std::vector<OptionRow> options;
   int (*run)(Invocation&);
 };
 
 const std::vector<CommandRow>& Commands() {
   static const std::vector<CommandRow> rows{
-      {"check", "check SOURCE", "tells what is wrong with a source", 1, {}, RunCheck},
-      {"header", "header CATALOGUE [-o FILE]", "writes the C header for the device side", 1, {kOutput},
+      {"build", "build SOURCE -o FILE", "compiles a source", 1, 1, {kOutput}, RunBuild},
+      {"check", "check SOURCE", "tells what is wrong with a source", 1, 1, {}, RunCheck},
+      {"show",
+       "show [--source] [-o FILE] CATALOGUE [COMMAND]",
+       "lists commands, or one with its structures; or writes the source",
+       1,
+       2,
+       {kOutput, kSource},
+       RunShow},
+      {"header",
+       "header CATALOGUE [-o FILE]",
+       "writes the C header for the device side",
+       1,
+       1,
+       {kOutput},
        RunHeader},
   };
   return rows;
@@ -65,29 +80,29 @@ void AddOptions(QCommandLineParser& parser, const CommandRow& row) {
     if (option.letter != nullptr) names << QString::fromUtf8(option.letter);
     names << QString::fromUtf8(option.name);
     parser.addOption(QCommandLineOption(
-        names, QString(), option.valueName != nullptr ? QString::fromUtf8(option.valueName) : QString()));
+        names, QString(),
+        option.valueName != nullptr ? QString::fromUtf8(option.valueName) : QString()));
   }
   // The words of a command without options may begin with a minus: "-1,2" is a parameter text.
   if (row.options.empty()) {
-    parser.setOptionsAfterPositionalArgumentsMode(
-        QCommandLineParser::ParseAsPositionalArguments);
+    parser.setOptionsAfterPositionalArgumentsMode(QCommandLineParser::ParseAsPositionalArguments);
   }
 }
 
 int RunRow(const CommandRow& row, const std::vector<std::string>& arguments, Outputs& outputs) {
   QCommandLineParser parser;
   AddOptions(parser, row);
-  QStringList list;  // the first is the name of the program, for the parser: here the command's word
+  QStringList
+      list;  // the first is the name of the program, for the parser: here the command's word
   for (const std::string& argument : arguments) list << QString::fromStdString(argument);
   if (!parser.parse(list)) return WrongUsage(outputs, parser.errorText().toStdString());
   Invocation invocation{{}, {}, outputs};
   for (const QString& word : parser.positionalArguments()) {
     invocation.words.push_back(word.toStdString());
   }
-  if (invocation.words.size() != row.words) {
-    return WrongUsage(outputs, std::string(row.word) + " takes " + std::to_string(row.words) +
-                                   (row.words == 1 ? " word, not " : " words, not ") +
-                                   std::to_string(invocation.words.size()));
+  const std::size_t count = invocation.words.size();
+  if (count < row.minWords || count > row.maxWords) {
+    return WrongUsage(outputs, std::string("wrong number of words: kivcat ") + row.synopsis);
   }
   for (const OptionRow& option : row.options) {
     const QString name = QString::fromUtf8(option.name);

@@ -9,8 +9,8 @@ int main(int argc, char** argv) {
   const int status = kivcat::RunKivcat(arguments, outputs);
   const std::string& out = outputs.output;
   std::fwrite(outputs.errorOutput.data(), 1, outputs.errorOutput.size(), stderr);
-  const bool written = std::fwrite(out.data(), 1, out.size(), stdout) == out.size() &&
-                       std::fflush(stdout) == 0;
+  const bool written =
+      std::fwrite(out.data(), 1, out.size(), stdout) == out.size() && std::fflush(stdout) == 0;
   if (written) return status;
   std::fputs("kivcat: standard output cannot be written\n", stderr);
   return 1;

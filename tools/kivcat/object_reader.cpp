@@ -12,13 +12,20 @@ bool IsDigit(char c) { return c >= '0' && c <= '9'; }
 
 std::string KindText(SourceValue::Kind kind) {
   switch (kind) {
-    case SourceValue::Kind::kNull: return "null";
-    case SourceValue::Kind::kBoolean: return "true or false";
-    case SourceValue::Kind::kInteger: return "an integer";
-    case SourceValue::Kind::kFraction: return "a fraction";
-    case SourceValue::Kind::kText: return "a text";
-    case SourceValue::Kind::kList: return "a list";
-    case SourceValue::Kind::kObject: break;
+    case SourceValue::Kind::kNull:
+      return "null";
+    case SourceValue::Kind::kBoolean:
+      return "true or false";
+    case SourceValue::Kind::kInteger:
+      return "an integer";
+    case SourceValue::Kind::kFraction:
+      return "a fraction";
+    case SourceValue::Kind::kText:
+      return "a text";
+    case SourceValue::Kind::kList:
+      return "a list";
+    case SourceValue::Kind::kObject:
+      break;
   }
   return "an object";
 }
@@ -33,7 +40,8 @@ ObjectReader::ObjectReader(const SourceValue& value, std::string what, Faults& f
       what_(std::move(what)),
       faults_(faults),
       isObject_(value.kind == SourceValue::Kind::kObject) {
-  if (!isObject_) faults_.Error(value.place, what_ + " must be an object, not " + KindText(value.kind));
+  if (!isObject_)
+    faults_.Error(value.place, what_ + " must be an object, not " + KindText(value.kind));
 }
 
 const SourceValue* ObjectReader::Take(std::string_view key, Need need) {
@@ -67,9 +75,10 @@ std::string ObjectReader::TakeIdentifier(std::string_view key, std::uint32_t max
   const SourceValue* member = Take(key, SourceValue::Kind::kText, Need::kRequired);
   if (member == nullptr) return {};
   if (IsIdentifier(member->text, maxChars)) return member->text;
-  faults_.Error(member->place, "\"" + std::string(key) +
-                                   "\" must be a letter or _, then letters, digits and _, at most " +
-                                   std::to_string(maxChars) + " characters");
+  faults_.Error(member->place,
+                "\"" + std::string(key) +
+                    "\" must be a letter or _, then letters, digits and _, at most " +
+                    std::to_string(maxChars) + " characters");
   return {};
 }
 

@@ -1,5 +1,5 @@
-// ObjectReader: takes the members of one object of a source by key and kind, and tells which are missing,
-// of the wrong kind or unknown.
+// ObjectReader: takes the members of one object of a source by key and kind, and tells which are
+// missing, of the wrong kind or unknown.
 //
 // Threads: one object for one thread. Borrows the value and the faults.
 // Errors: told to the faults; a member that is missing or wrong reads as its default.

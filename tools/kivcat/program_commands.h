@@ -8,6 +8,8 @@
 namespace kivcat {
 
 int RunCheck(Invocation& invocation);
+int RunBuild(Invocation& invocation);
+int RunShow(Invocation& invocation);
 int RunHeader(Invocation& invocation);
 
 }  // namespace kivcat

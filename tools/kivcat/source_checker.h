@@ -1,5 +1,5 @@
-// From the values of a catalogue source to the catalogue they describe, with every fault told at the
-// place where it stands.
+// From the values of a catalogue source to the catalogue they describe, with every fault told at
+// the place where it stands.
 //
 // Threads: any. Owns nothing. Errors: told to `faults`.
 #pragma once
@@ -15,7 +15,8 @@
 
 namespace kivcat {
 
-// Reads the JSON and checks it. The model is complete (laid out and sealed) when the answer is true.
+// Reads the JSON and checks it. The model is complete (laid out and sealed) when the answer is
+// true.
 bool LoadSource(std::string_view json, catalogue::Model& model, Faults& faults);
 
 // The names that a field's type may have, beside those of the scalars.

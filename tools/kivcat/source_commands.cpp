@@ -19,7 +19,8 @@ bool ParseId(const std::string& text, std::uint32_t& id) {
   if (digits.empty() || digits.size() > 10) return false;
   std::uint64_t value = 0;
   for (const char c : digits) {
-    const std::size_t digit = std::string_view("0123456789abcdef").find(c >= 'A' && c <= 'F' ? c + 32 : c);
+    const std::size_t digit =
+        std::string_view("0123456789abcdef").find(c >= 'A' && c <= 'F' ? c + 32 : c);
     if (digit >= base) return false;
     value = value * base + digit;
   }
@@ -55,7 +56,8 @@ class CommandReader {
   void TakeId(ObjectReader& reader, Command& made) {
     const SourceValue* id = reader.Take("id", Need::kRequired);
     if (id == nullptr) return;
-    const bool isNumber = id->kind == Kind::kInteger && !id->negative && id->magnitude <= UINT32_MAX;
+    const bool isNumber =
+        id->kind == Kind::kInteger && !id->negative && id->magnitude <= UINT32_MAX;
     if (isNumber) {
       made.id = static_cast<std::uint32_t>(id->magnitude);
     } else if (id->kind != Kind::kText || !ParseId(id->text, made.id)) {
@@ -118,8 +120,8 @@ class CommandReader {
       faults_.Error(value.place, "the commands \"" + first.name + "\" and \"" + made.name +
                                      "\" have one id, but not the same structures");
     } else {
-      faults_.Warning(value.place, "the commands \"" + first.name + "\" and \"" + made.name +
-                                       "\" have one id");
+      faults_.Warning(value.place,
+                      "the commands \"" + first.name + "\" and \"" + made.name + "\" have one id");
     }
   }
 

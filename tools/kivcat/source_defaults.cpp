@@ -86,7 +86,8 @@ class DefaultWriter {
         StoreLittleEndian(known.value, field.elementBytes, bytes);
         return;
       }
-      faults_.Error(value.place, "\"" + enumeration.name + "\" has no value \"" + value.text + "\"");
+      faults_.Error(value.place,
+                    "\"" + enumeration.name + "\" has no value \"" + value.text + "\"");
     } else if (field.scalar == catalogue::Scalar::kChar && value.text.size() == 1) {
       *bytes = value.text[0];
     } else if (field.scalar == catalogue::Scalar::kChar) {
@@ -97,7 +98,8 @@ class DefaultWriter {
     }
   }
 
-  void WriteStructure(const SourceValue& value, const catalogue::Structure& structure, char* bytes) {
+  void WriteStructure(const SourceValue& value, const catalogue::Structure& structure,
+                      char* bytes) {
     if (value.kind != Kind::kObject) {
       faults_.Error(value.place, "the default of a \"" + structure.name +
                                      "\" must be an object, not " + KindText(value.kind));

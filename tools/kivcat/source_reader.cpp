@@ -8,9 +8,9 @@
 namespace kivcat {
 namespace {
 
-// Follows the characters that the JSON reader takes, and keeps where the last value began. The reader
-// takes one character behind a number before it tells of it; that is white space, a comma or a closing
-// bracket, none of which begins a value, so the place still is the number's.
+// Follows the characters that the JSON reader takes, and keeps where the last value began. The
+// reader takes one character behind a number before it tells of it; that is white space, a comma or
+// a closing bracket, none of which begins a value, so the place still is the number's.
 class PlaceTracker {
  public:
   void Take(unsigned char c) {
@@ -32,7 +32,9 @@ class PlaceTracker {
   void Classify(unsigned char c) {
     if ((c & 0xC0) != 0x80) last_ = next_;
     switch (state_) {
-      case State::kEscape: state_ = State::kText; return;
+      case State::kEscape:
+        state_ = State::kText;
+        return;
       case State::kText:
         if (c == '\\') state_ = State::kEscape;
         if (c == '"') state_ = State::kBetween;
@@ -41,7 +43,8 @@ class PlaceTracker {
         if (!IsWordEnd(c)) return;
         state_ = State::kBetween;
         break;
-      case State::kBetween: break;
+      case State::kBetween:
+        break;
     }
     if (IsWordEnd(c)) {
       if (c == '{' || c == '[') value_ = next_;
@@ -98,11 +101,12 @@ std::string ReasonOf(const std::string& message) {
   return colon == std::string::npos ? message : message.substr(colon + 2);
 }
 
-// Keys of an object are looked up one by one, so their number is bounded. No honest object has as many.
+// Keys of an object are looked up one by one, so their number is bounded. No honest object has as
+// many.
 constexpr std::size_t kMaxMembers = 8192;
 
-// Builds the values from the reader's events. `open_` holds the lists and objects that are not closed
-// yet; a closed one moves into the one around it.
+// Builds the values from the reader's events. `open_` holds the lists and objects that are not
+// closed yet; a closed one moves into the one around it.
 class ValueBuilder {
  public:
   ValueBuilder(const PlaceTracker& tracker, SourceValue& root, Faults& faults)
@@ -203,9 +207,8 @@ bool ReadSource(std::string_view json, SourceValue& root, Faults& faults) {
   PlaceTracker tracker;
   ValueBuilder builder(tracker, root, faults);
   const char* begin = json.data();
-  const bool read =
-      nlohmann::json::sax_parse(TrackingIterator(begin, &tracker),
-                                TrackingIterator(begin + json.size(), &tracker), &builder);
+  const bool read = nlohmann::json::sax_parse(
+      TrackingIterator(begin, &tracker), TrackingIterator(begin + json.size(), &tracker), &builder);
   return read && !faults.HasErrors();
 }
 

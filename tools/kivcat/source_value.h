@@ -22,12 +22,12 @@ struct SourceValue {
   Kind kind = Kind::kNull;
   SourcePlace place;
   bool boolean = false;
-  bool negative = false;          // kInteger: `magnitude` is two's complement then
-  std::uint64_t magnitude = 0;    // kInteger
-  std::string text;               // kText
-  std::string key;                // of a member of an object
-  SourcePlace keyPlace;           // likewise
-  std::vector<SourceValue> items; // elements of a list, members of an object
+  bool negative = false;           // kInteger: `magnitude` is two's complement then
+  std::uint64_t magnitude = 0;     // kInteger
+  std::string text;                // kText
+  std::string key;                 // of a member of an object
+  SourcePlace keyPlace;            // likewise
+  std::vector<SourceValue> items;  // elements of a list, members of an object
 
   // The member of that key, null when there is none.
   const SourceValue* Find(std::string_view name) const noexcept {

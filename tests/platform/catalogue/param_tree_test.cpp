@@ -22,7 +22,8 @@ ParamNodeSpec Structure(std::uint32_t depth, const wchar_t* name, const wchar_t*
   return spec;
 }
 
-ParamNodeSpec Value(std::uint32_t depth, const wchar_t* name, std::uint32_t width, Bytes bytes = {}) {
+ParamNodeSpec Value(std::uint32_t depth, const wchar_t* name, std::uint32_t width,
+                    Bytes bytes = {}) {
   ParamNodeSpec spec;
   spec.depth = depth;
   spec.variableName = name;
@@ -89,12 +90,9 @@ TEST(ParamNode, WalkVisitsEveryNodeInDocumentOrderWithItsDepth) {
   ASSERT_EQ(BuildSample(root), 0u);
   Visitor visitor;
   EXPECT_EQ(root.ParseNodes(&Visitor::Call, &visitor, 0), 0u);
-  EXPECT_EQ(visitor.visits, (std::vector<Visit>{{L"struct", 0},
-                                                {L"a", 1},
-                                                {L"inner", 1},
-                                                {L"b", 2},
-                                                {L"list", 2},
-                                                {L"c", 1}}));
+  EXPECT_EQ(visitor.visits,
+            (std::vector<Visit>{
+                {L"struct", 0}, {L"a", 1}, {L"inner", 1}, {L"b", 2}, {L"list", 2}, {L"c", 1}}));
 }
 
 TEST(ParamNode, WalkOfAnInnerNodeStaysWithinIt) {
@@ -279,7 +277,8 @@ TEST(ParamTreeBuilder, BufferMayReportAnotherLengthThanTheFields) {
 }
 
 TEST(ParamTreeBuilder, DepthsThatAreNoTreeGiveAStatusAndAnEmptyRoot) {
-  const std::vector<std::vector<std::uint32_t>> wrong{{}, {1}, {0, 2}, {0, 1, 3}, {0, 0}, {0, 1, 0}};
+  const std::vector<std::vector<std::uint32_t>> wrong{{},        {1},    {0, 2},
+                                                      {0, 1, 3}, {0, 0}, {0, 1, 0}};
   for (const auto& depths : wrong) {
     ParamTreeBuilder builder;
     for (const std::uint32_t depth : depths) builder.Add(Structure(depth, L"x", L"x"));

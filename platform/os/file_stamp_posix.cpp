@@ -1,0 +1,20 @@
+#include <sys/stat.h>
+
+#include <cerrno>
+
+#include "platform/os/file_stamp.h"
+
+namespace os {
+
+int StampOf(const std::string& mappedPath, FileStamp& stamp) {
+  struct stat status {};
+  if (stat(mappedPath.c_str(), &status) != 0) return errno;
+  if (!S_ISREG(status.st_mode)) return EISDIR;
+  stamp.device = static_cast<std::uint64_t>(status.st_dev);
+  stamp.file = static_cast<std::uint64_t>(status.st_ino);
+  stamp.sizeBytes = static_cast<std::uint64_t>(status.st_size);
+  stamp.changedNs = std::int64_t{status.st_ctim.tv_sec} * 1'000'000'000 + status.st_ctim.tv_nsec;
+  return 0;
+}
+
+}  // namespace os
