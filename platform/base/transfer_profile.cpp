@@ -4,6 +4,7 @@
 #include <new>
 
 #include "platform/base/result_codes.h"
+#include "platform/bounded/pool.h"
 
 namespace {
 
@@ -42,8 +43,9 @@ void CTransferProfile::IncRecvSize(std::uint32_t count, std::uint32_t lengthByte
 std::uint32_t TpfClientInstall(std::atomic<CTransferProfile*>& profile, std::uint32_t channel,
                                std::uint32_t ueId) {
   profile.store(nullptr);
-  Node* node = new (std::nothrow) Node{{}, channel, ueId, true, nullptr};
-  if (node == nullptr) return result::kNoMemory;
+  void* memory = pool::AllocateForGood(sizeof(Node));
+  if (memory == nullptr) return result::kNoMemory;
+  Node* node = new (memory) Node{{}, channel, ueId, true, nullptr};
   Register& all = TheRegister();
   {
     const std::lock_guard<std::mutex> guard(all.lock);

@@ -23,9 +23,7 @@ bool IsTheOneToFail() {
 }  // namespace
 
 extern "C" void* PoolMalloc(std::size_t sizeBytes) {
-  // Larger than any object: malloc would refuse too, but a sanitizer's malloc would abort.
-  if (sizeBytes > PTRDIFF_MAX || IsTheOneToFail()) return nullptr;
-  void* block = std::malloc(sizeBytes != 0 ? sizeBytes : 1);
+  void* block = pool::AllocateForGood(sizeBytes);
   if (block != nullptr) g_liveBlocks.fetch_add(1, std::memory_order_relaxed);
   return block;
 }
@@ -37,6 +35,12 @@ extern "C" void PoolFree(void* block) {
 }
 
 namespace pool {
+
+void* AllocateForGood(std::size_t sizeBytes) {
+  // Larger than any object: malloc would refuse too, but a sanitizer's malloc would abort.
+  if (sizeBytes > PTRDIFF_MAX || IsTheOneToFail()) return nullptr;
+  return std::malloc(sizeBytes != 0 ? sizeBytes : 1);
+}
 
 std::uint64_t LiveBlocks() { return g_liveBlocks.load(std::memory_order_relaxed); }
 

@@ -15,8 +15,12 @@ extern "C" KIVPLATFORM_API void* PoolMalloc(std::size_t sizeBytes);
 // Null is allowed and does nothing.
 extern "C" KIVPLATFORM_API void PoolFree(void* block);
 
-// For tests and diagnosis.
 namespace pool {
+// Like PoolMalloc, for what stays until the process ends: it is never released and is no live
+// block.
+KIVPLATFORM_API void* AllocateForGood(std::size_t sizeBytes);
+
+// For tests and diagnosis.
 // Blocks allocated and not yet released, process-wide.
 KIVPLATFORM_API std::uint64_t LiveBlocks();
 // Makes the n-th allocation from now on (1 is the next one) fail, and that one only; 0 switches

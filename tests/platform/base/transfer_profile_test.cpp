@@ -2,21 +2,9 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <new>
 #include <thread>
 
-namespace {
-
-// Set while an allocation that may fail without throwing is to do so.
-thread_local bool g_refuseMemory = false;
-
-}  // namespace
-
-// The form of operator new that a profile is made with.
-void* operator new(std::size_t sizeBytes, const std::nothrow_t&) noexcept {
-  return g_refuseMemory ? nullptr : ::operator new(sizeBytes);
-}
+#include "platform/bounded/pool.h"
 
 namespace {
 
@@ -72,6 +60,15 @@ TEST(TransferProfile, IsTheOneInstalledLast) {
   TpfClientUnInstall(first);
 }
 
+TEST(TransferProfile, IsNoLiveBlockOfThePool) {
+  const std::uint64_t before = pool::LiveBlocks();
+  Pointer profile{nullptr};
+  TpfClientInstall(profile, 256, 1);
+  EXPECT_EQ(before, pool::LiveBlocks());
+  TpfClientUnInstall(profile);
+  EXPECT_EQ(before, pool::LiveBlocks());
+}
+
 TEST(TransferProfile, LeavesANullPointerAlone) {
   Pointer profile{nullptr};
   EXPECT_EQ(0u, TpfClientUnInstall(profile));
@@ -82,9 +79,9 @@ TEST(TransferProfile, Answers500AndNullWithoutMemory) {
   Pointer profile{nullptr};
   TpfClientInstall(profile, 256, 1);
   Pointer next{profile.load()};
-  g_refuseMemory = true;
+  pool::FailNth(1);
   const std::uint32_t status = TpfClientInstall(next, 256, 9);
-  g_refuseMemory = false;
+  pool::FailNth(0);
   EXPECT_EQ(500u, status);
   EXPECT_EQ(nullptr, next.load());
   EXPECT_EQ(nullptr, TpfFind(256, 9));
