@@ -2,9 +2,8 @@
 
 #include <QCommandLineParser>
 #include <QStringList>
-#include <algorithm>
 #include <cstring>
-#include <iterator>
+#include <vector>
 
 #include "kiv_version.h"
 #include "platform/os/safe_file.h"
@@ -54,19 +53,31 @@ const std::vector<CommandRow>& Commands() {
        1,
        {kOutput},
        RunHeader},
+      {"encode",
+       "encode COMPILED COMMAND [PARAMETERS]",
+       "the request's body for a parameter text, in hexadecimal",
+       2,
+       3,
+       {},
+       RunEncode},
+      {"decode",
+       "decode [--hex] [--one-line] [--types] COMPILED COMMAND cnf|ind|req HEX",
+       "a body as the console shows it",
+       4,
+       4,
+       {kHex, kOneLine, kTypes},
+       RunDecode},
   };
   return rows;
 }
 
 std::string Usage() {
-  std::string text = "usage: kivcat COMMAND ...\n\n";
-  std::size_t width = 0;
-  for (const CommandRow& row : Commands()) width = std::max(width, std::strlen(row.synopsis));
+  std::string text = "usage:\n";
   for (const CommandRow& row : Commands()) {
-    text += "  " + std::string(row.synopsis) +
-            std::string(width - std::strlen(row.synopsis) + 2, ' ') + row.text + "\n";
+    text += "  kivcat " + std::string(row.synopsis) + "\n      " + row.text + "\n";
   }
-  return text + "\nCATALOGUE is a source (JSON) or a compiled catalogue.\n";
+  return text +
+         "SOURCE is a catalogue in JSON, COMPILED one that kivcat build wrote, CATALOGUE either.\n";
 }
 
 int WrongUsage(Outputs& outputs, const std::string& reason) {

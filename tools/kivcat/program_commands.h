@@ -11,5 +11,7 @@ int RunCheck(Invocation& invocation);
 int RunBuild(Invocation& invocation);
 int RunShow(Invocation& invocation);
 int RunHeader(Invocation& invocation);
+int RunEncode(Invocation& invocation);
+int RunDecode(Invocation& invocation);
 
 }  // namespace kivcat
