@@ -3,18 +3,20 @@
 #include <cstdint>
 #include <string_view>
 
+#include "platform/os/case_map.h"
+
 namespace {
 
 constexpr std::size_t kLogBufferChars = 256;
 
 bool IsControl(wchar_t ch) {
-  const auto code = static_cast<std::uint32_t>(ch);
+  const std::uint32_t code = os::CodeOf(ch);
   return code < 0x20 || (code >= 0x7F && code < 0xA0);
 }
 
 void AppendEscape(std::wstring& text, wchar_t ch) {
   constexpr wchar_t kDigits[] = L"0123456789abcdef";
-  const auto code = static_cast<std::uint32_t>(ch);
+  const std::uint32_t code = os::CodeOf(ch);
   text += {L'\\', L'x', kDigits[code >> 4], kDigits[code & 0xF]};
 }
 

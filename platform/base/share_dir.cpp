@@ -18,7 +18,7 @@ std::string ShareDirectory() {
   const std::string bases[] = {programParent, ParentOf(programParent),
                                ParentOf(os::LibraryDirectory())};
   for (const std::string& base : bases) {
-    const std::string candidate = base + "/share/kiv";
+    std::string candidate = base + "/share/kiv";
     if (!base.empty() && os::IsDirectory(candidate)) return candidate;
   }
   return kInstalledShareDir;

@@ -16,11 +16,10 @@ struct CaseRun {
 
 #include "platform/os/case_table.inc"
 
-// wchar_t is signed on some systems.
-bool IsAscii(wchar_t ch) noexcept { return static_cast<std::uint32_t>(ch) < 0x80; }
+bool IsAscii(wchar_t ch) noexcept { return CodeOf(ch) < 0x80; }
 
 wchar_t Map(std::span<const CaseRun> runs, wchar_t ch) noexcept {
-  const auto code = static_cast<std::uint32_t>(ch);
+  const auto code = CodeOf(ch);
   const auto run = std::lower_bound(
       runs.begin(), runs.end(), code,
       [](const CaseRun& candidate, std::uint32_t wanted) { return candidate.last < wanted; });
@@ -41,7 +40,7 @@ wchar_t ToUpperChar(wchar_t ch) noexcept {
 }
 
 bool IsWhiteSpace(wchar_t ch) noexcept {
-  const auto code = static_cast<std::uint32_t>(ch);
+  const auto code = CodeOf(ch);
   if (code < 0x80) return code == 0x20 || (code >= 0x09 && code <= 0x0D);
   constexpr std::uint32_t kOthers[] = {0x85, 0xA0, 0x1680, 0x2028, 0x2029, 0x202F, 0x205F, 0x3000};
   if (code >= 0x2000 && code <= 0x200A) return true;

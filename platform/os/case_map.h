@@ -5,9 +5,17 @@
 // Threads: any; no state. Errors: none.
 #pragma once
 
+#include <cstdint>
+#include <type_traits>
+
 #include "platform/platform_export.h"
 
 namespace os {
+// The value of a character, whatever the width and sign of wchar_t.
+constexpr std::uint32_t CodeOf(wchar_t ch) noexcept {
+  return static_cast<std::make_unsigned_t<wchar_t>>(ch);
+}
+
 // Characters without a mapping come back unchanged.
 KIVPLATFORM_API wchar_t ToLowerChar(wchar_t ch) noexcept;
 KIVPLATFORM_API wchar_t ToUpperChar(wchar_t ch) noexcept;

@@ -5,6 +5,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
 #include <filesystem>
 #include <sstream>
@@ -126,6 +127,26 @@ TEST(AppendLog, KeepsEveryLineWholeWithTwoThreads) {
   work();
   other.join();
   EXPECT_EQ(1000u, CountWholeLines(dir, line + "\n"));
+}
+
+TEST(AppendLog, IsMovedAsideOnceByTwoWritersThatFindItFull) {
+  const TempDir dir;
+  for (int round = 0; round < 200; ++round) {
+    dir.Write("log", "full\n");
+    dir.Write("log.1", "");
+    std::atomic<int> ready{0};
+    const auto work = [&] {
+      ++ready;
+      while (ready < 2) {
+      }
+      os::AppendLogLine(dir.File("log"), "new\n", 8);
+    };
+    std::thread other(work);
+    work();
+    other.join();
+    ASSERT_EQ("full\n", dir.Read("log.1")) << round;
+    ASSERT_EQ("new\nnew\n", dir.Read("log")) << round;
+  }
 }
 
 TEST(AppendLog, LosesNoLineWhenSeveralProcessesMoveItAside) {

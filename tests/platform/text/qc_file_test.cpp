@@ -159,6 +159,14 @@ TEST(QCStdioFile, ReadsLinesAcrossItsChunks) {
   }
 }
 
+TEST(QCStdioFile, SkipsAMarkAtTheStartOfTheFileOnly) {
+  const TempDir dir;
+  const std::string bytes(64 * 1024, 'x');
+  dir.Write("file", bytes + "\xEF\xBB\xBFy");
+  EXPECT_EQ((std::vector<std::wstring>{std::wstring(bytes.size(), L'x') + L"\uFEFFy"}),
+            LinesOf(Wide(dir, "file")));
+}
+
 TEST(QCStdioFile, ReadsALineOfManyChunks) {
   const TempDir dir;
   dir.Write("file", std::string(5'000'000, 'x') + "\nend");
