@@ -1,8 +1,8 @@
 // ByteReader: reads little-endian numbers and runs of bytes from memory that came from outside.
 //
-// Reading beyond the end gives zeros or an empty run and makes Ok() false for good, so a whole structure
-// can be read first and checked once. Nothing is cast: the order of bytes and their alignment on the host
-// do not matter.
+// Reading beyond the end gives zeros or an empty run and makes Ok() false for good, so a whole
+// structure can be read first and checked once. Nothing is cast: the order of bytes and their
+// alignment on the host do not matter.
 //
 // Threads: one reader for one thread. Borrows the bytes. Errors: Ok().
 #pragma once
@@ -53,7 +53,8 @@ class ByteReader {
 };
 
 // The other direction: little-endian numbers into memory that has room for them.
-inline std::uint8_t* PutLittleEndian(std::uint8_t* to, std::uint32_t value, int lengthBytes) noexcept {
+inline std::uint8_t* PutLittleEndian(std::uint8_t* to, std::uint32_t value,
+                                     int lengthBytes) noexcept {
   for (int i = 0; i < lengthBytes; ++i) *to++ = static_cast<std::uint8_t>(value >> (8 * i));
   return to;
 }

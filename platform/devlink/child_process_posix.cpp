@@ -34,8 +34,8 @@ struct Pipe {
   UniqueFd write;
 };
 
-// Both ends above standard error, so that giving them to the child cannot overwrite one another even when
-// the host has closed its own standard streams.
+// Both ends above standard error, so that giving them to the child cannot overwrite one another
+// even when the host has closed its own standard streams.
 bool MakePipe(Pipe& pipe) {
   int ends[2];
   if (::pipe2(ends, O_CLOEXEC) != 0) return false;
@@ -62,8 +62,8 @@ class SpawnPlan {
     sigset_t all;
     sigfillset(&all);
     posix_spawnattr_setsigdefault(&attributes_, &all);
-    posix_spawnattr_setflags(&attributes_, POSIX_SPAWN_SETSID | POSIX_SPAWN_SETSIGMASK |
-                                               POSIX_SPAWN_SETSIGDEF);
+    posix_spawnattr_setflags(&attributes_,
+                             POSIX_SPAWN_SETSID | POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
   }
   ~SpawnPlan() {
     posix_spawn_file_actions_destroy(&actions_);
@@ -77,7 +77,8 @@ class SpawnPlan {
   void CloseTheRest() { posix_spawn_file_actions_addclosefrom_np(&actions_, kFirstFreeFd); }
   int Run(const std::string& program, const std::vector<std::string>& arguments, pid_t& pid) {
     std::vector<char*> argv;
-    for (const std::string& argument : arguments) argv.push_back(const_cast<char*>(argument.c_str()));
+    for (const std::string& argument : arguments)
+      argv.push_back(const_cast<char*>(argument.c_str()));
     argv.push_back(nullptr);
     return posix_spawn(&pid, program.c_str(), &actions_, &attributes_, argv.data(), environ);
   }
@@ -99,7 +100,8 @@ std::string FindProgram(const std::string& name) {
     const std::size_t end = path.find(':');
     std::string candidate(path.substr(0, end));
     candidate += candidate.empty() ? name : "/" + name;
-    if (IsProgram(candidate)) return candidate.find('/') != candidate.npos ? candidate : "./" + name;
+    if (IsProgram(candidate))
+      return candidate.find('/') != candidate.npos ? candidate : "./" + name;
     path = end == path.npos ? std::string_view() : path.substr(end + 1);
   }
   return {};
@@ -151,7 +153,8 @@ bool ChildProcess::HasEnded() {
     int status = 0;
     if (::waitpid(pid_, &status, 0) == pid_) status_ = status;
   }
-  // Otherwise there is no such child any more (the host ignores SIGCHLD): nobody knows how it ended.
+  // Otherwise there is no such child any more (the host ignores SIGCHLD): nobody knows how it
+  // ended.
   pid_ = -1;
   return true;
 }

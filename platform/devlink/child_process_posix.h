@@ -44,8 +44,8 @@ class ChildProcess {
   std::optional<int> status_;
 };
 
-// Where a program of this name is: a name with a slash as it is, else beside the running program, else in
-// PATH. Empty when there is none.
+// Where a program of this name is: a name with a slash as it is, else beside the running program,
+// else in PATH. Empty when there is none.
 std::string FindProgram(const std::string& name);
 
 }  // namespace devlink

@@ -1,5 +1,5 @@
-// ChildTransport: a transport over the standard streams of a child process, whose standard error becomes
-// lines for the host.
+// ChildTransport: a transport over the standard streams of a child process, whose standard error
+// becomes lines for the host.
 //
 // Threads and errors: as transport.h says. Owns the process: End waits for it or kills it.
 #pragma once

@@ -1,11 +1,14 @@
-// Deframer: bytes of the line, in any pieces, to the contents of sound frames (docs/wire-format.md 1).
+// Deframer: bytes of the line, in any pieces, to the contents of sound frames (docs/wire-format.md
+// 1).
 //
-// It works by runs: the next flag is searched for, what stands before it is unescaped in place, and a
-// frame that lies whole in one piece is never copied. Only what a piece leaves unfinished is kept.
+// It works by runs: the next flag is searched for, what stands before it is unescaped in place, and
+// a frame that lies whole in one piece is never copied. Only what a piece leaves unfinished is
+// kept.
 //
 // Threads: one deframer for one thread.
-// Borrows the piece and changes it (unescaping). A content handed to the sink lives until the next Feed.
-// Errors: damaged and stray candidates are counted and dropped; memory is bounded by two frames.
+// Borrows the piece and changes it (unescaping). A content handed to the sink lives until the next
+// Feed. Errors: damaged and stray candidates are counted and dropped; memory is bounded by two
+// frames.
 #pragma once
 
 #include <array>
@@ -50,8 +53,8 @@ class Deframer {
 
   State state_ = State::kHunting;
   bool escaped_ = false;  // the last byte so far is an escape that waits for the next one
-  // The frame that the last piece left open, unescaped. There are two, because the content of a frame
-  // that this piece completes must live on while the piece's own rest is kept.
+  // The frame that the last piece left open, unescaped. There are two, because the content of a
+  // frame that this piece completes must live on while the piece's own rest is kept.
   std::array<std::vector<std::uint8_t>, 2> kept_;
   std::size_t current_ = 0;
   DeframerCounts counts_;

@@ -3,8 +3,9 @@
 //   exec:PROGRAM ARG...   a child process on pipes; split as a shell would, nothing is expanded
 //   unix:PATH             a Unix socket
 //
-// Splitting of exec: blanks (space, tab, line feed) separate words; '...' keeps everything; in "..." a
-// backslash quotes only " \ $ ` and is itself otherwise; outside quotes it quotes any character.
+// Splitting of exec: blanks (space, tab, line feed) separate words; '...' keeps everything; in
+// "..." a backslash quotes only " \ $ ` and is itself otherwise; outside quotes it quotes any
+// character.
 //
 // Threads: pure functions. Errors: ParseEndpoint answers a reason for a person, one line.
 #pragma once

@@ -16,8 +16,9 @@ namespace devlink {
 
 namespace {
 
-// Keeps SIGPIPE from the process while one thread writes to a pipe whose other end may be closed. (Sockets
-// have a flag for that, pipes do not, and the process's handling of signals is the host's.)
+// Keeps SIGPIPE from the process while one thread writes to a pipe whose other end may be closed.
+// (Sockets have a flag for that, pipes do not, and the process's handling of signals is the
+// host's.)
 class SigpipeGuard {
  public:
   SigpipeGuard() noexcept {

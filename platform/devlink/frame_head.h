@@ -1,4 +1,5 @@
-// FrameHead: the 32 bytes that begin every frame, and the sizes of the wire (docs/wire-format.md 1, 2).
+// FrameHead: the 32 bytes that begin every frame, and the sizes of the wire (docs/wire-format.md 1,
+// 2).
 //
 // Threads: pure functions. Errors: ReadHead says why a frame is no part of a message.
 #pragma once
@@ -16,7 +17,8 @@ inline constexpr std::size_t kFcsBytes = 4;
 inline constexpr std::size_t kMinFrameBytes = kHeadBytes + kFcsBytes;  // content and FCS, unescaped
 inline constexpr std::size_t kMaxFrameBytes = 65536;
 inline constexpr std::size_t kMaxPayloadBytes = kMaxFrameBytes - kMinFrameBytes;
-inline constexpr std::size_t kMaxLineBytes = 2 * kMaxFrameBytes + 2;   // all escaped, with both flags
+inline constexpr std::size_t kMaxLineBytes =
+    2 * kMaxFrameBytes + 2;  // all escaped, with both flags
 inline constexpr std::uint32_t kMaxBodyBytes = 64u * 1024 * 1024;
 inline constexpr std::uint8_t kWireVersion = 1;
 inline constexpr std::uint8_t kMoreFollows = 0x01;
@@ -39,9 +41,9 @@ struct FrameHead {
   bool SameMessage(const FrameHead& other) const noexcept;
 };
 
-// Reads the head at the beginning of a frame's content (FCS left out). False when the frame is malformed:
-// foreign version or kind, or lengths that do not fit each other. `head` is filled either way as far as
-// the bytes go, `payload` only when the answer is true.
+// Reads the head at the beginning of a frame's content (FCS left out). False when the frame is
+// malformed: foreign version or kind, or lengths that do not fit each other. `head` is filled
+// either way as far as the bytes go, `payload` only when the answer is true.
 bool ReadHead(std::span<const std::uint8_t> content, FrameHead& head,
               std::span<const std::uint8_t>& payload) noexcept;
 

@@ -47,7 +47,7 @@ std::uint8_t* Escape(std::span<const std::uint8_t> bytes, std::uint8_t* to) noex
     std::memcpy(to, from, run);
     to += run;
     from = special;
-    if (run < kShortBytes && static_cast<std::size_t>(end - from) > kShortBytes) {
+    if (run<kShortBytes&& static_cast<std::size_t>(end - from)> kShortBytes) {
       to = EscapeShort(from, from + kShortBytes, to);
       from += kShortBytes;
     }

@@ -1,6 +1,7 @@
 // Greeting: the body of a hello in both directions (docs/wire-format.md 6).
 //
-// Threads: pure functions. Errors: ReadDeviceGreeting answers nothing for a body that is no greeting.
+// Threads: pure functions. Errors: ReadDeviceGreeting answers nothing for a body that is no
+// greeting.
 #pragma once
 
 #include <cstdint>

@@ -1,7 +1,8 @@
 // KeepAlive: decides when to probe a silent device and when to give it up (docs/wire-format.md 7).
 //
-// It has no clock of its own: every call says what time it is. Time in which nobody read, because the
-// view was waited for or the process stood still, is taken out by Exclude and counts for nothing.
+// It has no clock of its own: every call says what time it is. Time in which nobody read, because
+// the view was waited for or the process stood still, is taken out by Exclude and counts for
+// nothing.
 //
 // Threads: one object for one thread. Errors: none.
 #pragma once

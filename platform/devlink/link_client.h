@@ -1,15 +1,16 @@
 // CLinkClient and CLinkClientDiagCmd: a client of the device link.
 //
-// The endpoint comes from the bench setup. StartConnect starts the link's one thread and returns at once;
-// "connected" means that both greetings are done. A link that is lost comes back by itself, with a pause
-// that grows from 0.1 s to 5 s.
+// The endpoint comes from the bench setup. StartConnect starts the link's one thread and returns at
+// once; "connected" means that both greetings are done. A link that is lost comes back by itself,
+// with a pause that grows from 0.1 s to 5 s.
 //
-// Threads: every operation may be called from any thread. ReceiveCmd runs on the link's thread. A post
-// writes to the endpoint on the caller's thread, one writer at a time; one that cannot be written within
-// 2 seconds (of several frames: each of them) drops the link and answers 3207. After StopConnect and Shutdown both returned no call-back runs any more; the
-// derived class calls them before it is destroyed.
-// Owns: every posted buffer is copied or written before the call returns; the caller frees its own always.
-// Errors: statuses of result_codes.h; 3207 when the link is not connected, 22 for a message beyond 64 MiB.
+// Threads: every operation may be called from any thread. ReceiveCmd runs on the link's thread. A
+// post writes to the endpoint on the caller's thread, one writer at a time; one that cannot be
+// written within 2 seconds (of several frames: each of them) drops the link and answers 3207. After
+// StopConnect and Shutdown both returned no call-back runs any more; the derived class calls them
+// before it is destroyed. Owns: every posted buffer is copied or written before the call returns;
+// the caller frees its own always. Errors: statuses of result_codes.h; 3207 when the link is not
+// connected, 22 for a message beyond 64 MiB.
 #pragma once
 
 #include <cstddef>
@@ -44,14 +45,16 @@ class KIVPLATFORM_API CLinkClient {
   CLinkClient(const CLinkClient&) = delete;
   CLinkClient& operator=(const CLinkClient&) = delete;
 
-  // Registers the client; TestServerResponse of the device adapter goes over the client installed last.
+  // Registers the client; TestServerResponse of the device adapter goes over the client installed
+  // last.
   std::uint32_t InstallClient(std::uint32_t channel, std::uint32_t ueId);
   std::uint32_t StartConnect(std::uint32_t channel, std::uint32_t ueId, std::uint32_t mask,
                              std::int32_t flag1, std::int32_t flag2);
   // Ends the session; wakes a post or a hand-over that waits.
   std::uint32_t StopConnect(std::uint32_t channel, std::uint32_t ueId, std::uint32_t mask);
-  // Ends the link's thread and waits for it, at most `timeoutMs` for a clean end before the endpoint is
-  // cut; when `wait` is 0 it is cut at once. When called on the link's own thread it only asks it to end.
+  // Ends the link's thread and waits for it, at most `timeoutMs` for a clean end before the
+  // endpoint is cut; when `wait` is 0 it is cut at once. When called on the link's own thread it
+  // only asks it to end.
   void Shutdown(std::uint32_t timeoutMs, std::int32_t wait);
   // Message entry of the link's thread: the platform's own messages only; others are ignored.
   void ThreadHandler(std::uint32_t message, std::uint64_t parameter1, std::int64_t parameter2);

@@ -54,17 +54,22 @@ LinkEngine::~LinkEngine() = default;
 void LinkEngine::Start() {
   wanted_ = true;
   writer_.Reopen();
-  if (!OnLinkThread()) {
-    const std::lock_guard lock(controlMutex_);
-    if (thread_.joinable() && ending_) thread_.join();
-    if (!thread_.joinable()) {
-      ending_ = false;
-      io_.restart();
-      work_.emplace(io_.get_executor());
-      thread_ = std::thread([self = shared_from_this()] { self->Run(); });
-    }
+  if (OnLinkThread()) {
+    ending_ = false;
+  } else {
+    EnsureThread();
   }
   asio::post(io_, [this] { Begin(); });
+}
+
+void LinkEngine::EnsureThread() {
+  const std::lock_guard lock(controlMutex_);
+  if (thread_.joinable() && ending_) thread_.join();
+  if (thread_.joinable()) return;
+  ending_ = false;
+  io_.restart();
+  work_.emplace(io_.get_executor());
+  thread_ = std::thread([self = shared_from_this()] { self->Run(); });
 }
 
 void LinkEngine::Stop() {
@@ -82,10 +87,10 @@ void LinkEngine::Stop() {
 void LinkEngine::Shutdown(Milliseconds limit) {
   Stop();
   graceEnd_ = std::min(graceEnd_.load(), LinkClock::now() + limit);
+  ending_ = true;
   asio::post(io_, [this] { work_.reset(); });
   if (OnLinkThread()) return;
   const std::lock_guard lock(controlMutex_);
-  ending_ = true;
   if (thread_.joinable()) thread_.join();
 }
 
@@ -139,6 +144,7 @@ std::uint32_t LinkEngine::TestExchange(std::span<const std::uint8_t> bytes) {
 
 void LinkEngine::Begin() {
   if (phase_ != Phase::kIdle || !wanted_) return;
+  if (!work_) work_.emplace(io_.get_executor());
   timing_ = GetLinkTiming();
   pause_ = timing_.firstPause;
   told_ = false;

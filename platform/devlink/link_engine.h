@@ -1,12 +1,13 @@
-// LinkEngine: the life of a client's link: its thread, connecting and coming back, and the way down.
+// LinkEngine: the life of a client's link: its thread, connecting and coming back, and the way
+// down.
 //
 //   idle -> opening -> greeting -> session -> (lost) pause -> opening ...      stop: -> idle
 //
-// Threads: Start, Stop, Shutdown, Post, TestExchange and Hurry from any; everything else is the link's
-// thread, which runs one io_context. The thread shares the engine, so that an engine whose client was
-// destroyed on that very thread lives until the thread has ended.
-// Owns the thread, the endpoint and the session. Borrows the client until ForgetClient.
-// Errors: a state change with a reason; posts answer statuses.
+// Threads: Start, Stop, Shutdown, Post, TestExchange and Hurry from any; everything else is the
+// link's thread, which runs one io_context. The thread shares the engine, so that an engine whose
+// client was destroyed on that very thread lives until the thread has ended. Owns the thread, the
+// endpoint and the session. Borrows the client until ForgetClient. Errors: a state change with a
+// reason; posts answer statuses.
 #pragma once
 
 #include <asio/executor_work_guard.hpp>
@@ -52,12 +53,14 @@ class LinkEngine : public std::enable_shared_from_this<LinkEngine>, private Sess
   void Begin();
   void End();
   void Run();
+  void EnsureThread();
 
   // Connecting.
   void Attempt();
   void Opened(std::unique_ptr<Transport> transport, std::string problem);
   void Greet();
-  // Down to the next attempt. With `byPeer` the way in which the other side ended is the better reason.
+  // Down to the next attempt. With `byPeer` the way in which the other side ended is the better
+  // reason.
   void Lose(std::string reason, bool byPeer);
   std::string CloseEndpoint();
   void Pause();
@@ -91,13 +94,13 @@ class LinkEngine : public std::enable_shared_from_this<LinkEngine>, private Sess
   // Between the threads.
   std::mutex controlMutex_;  // for the thread object; the link's own thread never takes it
   std::thread thread_;
-  bool ending_ = false;      // the thread was told to end
   std::atomic<std::thread::id> threadId_{};
   std::atomic<CLinkClient*> client_;
-  std::atomic<bool> wanted_{false};                 // started and not stopped
-  std::atomic<LinkClock::time_point> graceEnd_{};   // until when a stopped link's child may take
-  std::atomic<std::uint64_t> session_{0};           // number of the endpoint that is open
-  std::mutex exchangeMutex_;  // one line test at a time
+  std::atomic<bool> ending_{false};                // the thread was told to end
+  std::atomic<bool> wanted_{false};                // started and not stopped
+  std::atomic<LinkClock::time_point> graceEnd_{};  // until when a stopped link's child may take
+  std::atomic<std::uint64_t> session_{0};          // number of the endpoint that is open
+  std::mutex exchangeMutex_;                       // one line test at a time
   std::mutex testMutex_;
   std::condition_variable testAnswered_;
   std::uint16_t testTag_ = 0;
@@ -120,7 +123,7 @@ class LinkEngine : public std::enable_shared_from_this<LinkEngine>, private Sess
   std::uint64_t timerNumber_ = 0;
   bool lastChance_ = false;  // a device that looks lost has bytes waiting: they are read first
   std::uint16_t lastTag_ = 0;
-  bool told_ = false;        // whether the host knows a state since Begin
+  bool told_ = false;  // whether the host knows a state since Begin
   LinkState toldState_ = LinkState::kDisconnected;
   std::string toldReason_;
 

@@ -1,20 +1,20 @@
 // What a host sees of the device link beside the module: its state, its frames, its counters.
 //
-// Threads: OnState, OnNotice, received messages and OnHandedOver come on the link's thread; posted messages
-// come on the posting thread, before their bytes are written, so a confirmation is never seen before its
-// post; they hold other posts back until OnMessage returns, so it must not post. A call-back must not wait
-// for the thread that calls StopConnect or Shutdown. Received messages come before the batch that has them
-// goes to ReceiveCmd.
-// Owns: pointers live for the duration of the call. One observer at a time, set before StartConnect and
-// cleared after Shutdown; null switches off.
+// Threads: OnState, OnNotice, received messages and OnHandedOver come on the link's thread; posted
+// messages come on the posting thread, before their bytes are written, so a confirmation is never
+// seen before its post; they hold other posts back until OnMessage returns, so it must not post. A
+// call-back must not wait for the thread that calls StopConnect or Shutdown. Received messages come
+// before the batch that has them goes to ReceiveCmd. Owns: pointers live for the duration of the
+// call. One observer at a time, set before StartConnect and cleared after Shutdown; null switches
+// off.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
 #include <string>
 
-#include "platform/platform_export.h"
 #include "platform/devlink/link_client.h"
+#include "platform/platform_export.h"
 
 namespace devlink {
 
@@ -70,11 +70,13 @@ class LinkObserver {
   virtual ~LinkObserver() = default;
   // With each change. Attempts to connect that fail for the reason told before are not told again.
   virtual void OnState(const StateChange& change) = 0;
-  // A line that the child process wrote to its standard error, or a notice of the link itself (a gap in
-  // the sequence, a dropped frame burst), UTF-8 without line end, control characters as they came.
+  // A line that the child process wrote to its standard error, or a notice of the link itself (a
+  // gap in the sequence, a dropped frame burst), UTF-8 without line end, control characters as they
+  // came.
   virtual void OnNotice(const char* line, std::size_t lengthBytes) = 0;
   virtual void OnMessage(const TapMessage& message) = 0;
-  // A post that OnMessage announced could not be written; `status` is what the caller of the post gets.
+  // A post that OnMessage announced could not be written; `status` is what the caller of the post
+  // gets. On the posting thread, like the announcement.
   virtual void OnPostFailed(std::uint16_t tag, std::uint32_t cmdId, std::uint32_t status) = 0;
   // ReceiveCmd returned for this batch: whatever it had to show has been shown.
   virtual void OnHandedOver(const ReceivedPacket* records, std::uint32_t count) = 0;

@@ -16,8 +16,8 @@ namespace {
 constexpr std::uint32_t kConsoleTextId = 0;
 constexpr std::uint32_t kLineTestId = 1;
 
-// Text of the device's console comes to clients as the shell's answer does, under its id. The protocol
-// variants that have an id of their own:
+// Text of the device's console comes to clients as the shell's answer does, under its id. The
+// protocol variants that have an id of their own:
 struct ShellAnswer {
   std::uint32_t variant;
   std::uint32_t id;

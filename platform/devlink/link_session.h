@@ -1,6 +1,8 @@
-// LinkSession: the receiving half of a link over one open endpoint: first the greeting, then messages.
+// LinkSession: the receiving half of a link over one open endpoint: first the greeting, then
+// messages.
 //
-// Every read is taken apart as a whole and handed over as one batch; the tap sees each message before.
+// Every read is taken apart as a whole and handed over as one batch; the tap sees each message
+// before.
 //
 // Threads: the link's.
 // Borrows the client side (SessionHost), which outlives it.
@@ -36,8 +38,8 @@ class LinkSession : private MessageSink {
   // `helloTag` is the tag of our own hello: an answer with another one is of an earlier session.
   LinkSession(SessionHost& host, std::uint16_t helloTag, std::uint64_t ownFingerprint);
 
-  // What one read brought; the bytes are changed. Whatever it completes is handed over before it returns.
-  // True when a sound frame was in it.
+  // What one read brought; the bytes are changed. Whatever it completes is handed over before it
+  // returns. True when a sound frame was in it.
   bool Feed(std::span<std::uint8_t> piece);
 
   bool Greeted() const noexcept { return greeted_; }

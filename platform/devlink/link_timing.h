@@ -18,9 +18,9 @@ struct LinkTiming {
   Milliseconds firstPause{100};     // before the next attempt to connect; doubles ...
   Milliseconds longestPause{5000};  // ... up to this
   Milliseconds steadyAfter{1000};   // a session that lasted so long starts the pauses anew
-  Milliseconds childGrace{1000};    // for a child to end by itself once its standard input is closed
+  Milliseconds childGrace{1000};  // for a child to end by itself once its standard input is closed
   Milliseconds testAnswerWait{1000};
-  Milliseconds noticeEvery{1000};   // losses are told at most so often
+  Milliseconds noticeEvery{1000};  // losses are told at most so often
 };
 
 LinkTiming GetLinkTiming();

@@ -1,7 +1,9 @@
-// LinkWriter: the sending half of a link: numbers frames and writes them, on whichever thread posts.
+// LinkWriter: the sending half of a link: numbers frames and writes them, on whichever thread
+// posts.
 //
-// One lock makes one writer at a time: a message is written whole before another begins, and a frame that
-// was written in part is never continued by another writer, since the first failure ends the writing.
+// One lock makes one writer at a time: a message is written whole before another begins, and a
+// frame that was written in part is never continued by another writer, since the first failure ends
+// the writing.
 //
 // Threads: Post from any; the rest as the methods say.
 // Borrows bodies for the call. Shares the transport with the link.
@@ -39,11 +41,13 @@ class LinkWriter {
 
   explicit LinkWriter(BrokenHandler onBroken) : onBroken_(std::move(onBroken)) {}
 
-  // Any thread. 3207 when no session stands, 22 for a body beyond the wire's limit, 500 without memory.
+  // Any thread. 3207 when no session stands, 22 for a body beyond the wire's limit, 500 without
+  // memory.
   std::uint32_t Post(const OutMessage& message);
 
   // Link's thread: the endpoint is open. Writes the greeting, with which the numbers start anew.
-  void Greet(std::shared_ptr<Transport> transport, const OutMessage& hello, const LinkTiming& timing);
+  void Greet(std::shared_ptr<Transport> transport, const OutMessage& hello,
+             const LinkTiming& timing);
   // Link's thread: the greeting was answered, posts may go.
   void OpenSession();
   // Link's thread: a keep-alive, unless somebody else is writing or nothing can be written now.

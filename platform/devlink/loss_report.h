@@ -36,8 +36,8 @@ class LossReport {
   }
   std::uint64_t Get(Loss loss) const noexcept { return totals_[static_cast<std::size_t>(loss)]; }
 
-  // One line about what grew since the last line; nothing when nothing did, or when the last line is
-  // younger than `noticeEvery`.
+  // One line about what grew since the last line; nothing when nothing did, or when the last line
+  // is younger than `noticeEvery`.
   std::optional<std::string> Line(LinkClock::time_point now, Milliseconds noticeEvery);
 
  private:

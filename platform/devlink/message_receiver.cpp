@@ -64,8 +64,7 @@ bool MessageReceiver::TakeSequence(const FrameHead& head) noexcept {
 }
 
 void MessageReceiver::TakePart(const FrameHead& head, std::span<const std::uint8_t> payload) {
-  if (underWay_ &&
-      (!head.SameMessage(first_) || head.offsetBytes != collected_.SizeBytes())) {
+  if (underWay_ && (!head.SameMessage(first_) || head.offsetBytes != collected_.SizeBytes())) {
     GiveUp();
   }
   if (!underWay_ && head.offsetBytes != 0) {

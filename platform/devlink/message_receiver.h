@@ -1,12 +1,13 @@
 // MessageReceiver: sound frames of a session to whole messages (docs/wire-format.md 2 to 5).
 //
-// Checks heads, follows the sequence numbers, drops what was seen before, joins the frames of a message.
-// The total length is bounded before a byte is stored, and memory grows only with what really arrives.
+// Checks heads, follows the sequence numbers, drops what was seen before, joins the frames of a
+// message. The total length is bounded before a byte is stored, and memory grows only with what
+// really arrives.
 //
 // Threads: one receiver for one thread.
-// Borrows contents. A message handed to the sink lives until DropJoined, or until the content's memory
-// goes if that is sooner (a message of one frame points into it).
-// Errors: counted; a joined message that finds no memory is abandoned.
+// Borrows contents. A message handed to the sink lives until DropJoined, or until the content's
+// memory goes if that is sooner (a message of one frame points into it). Errors: counted; a joined
+// message that finds no memory is abandoned.
 #pragma once
 
 #include <cstdint>
@@ -30,7 +31,8 @@ struct ReceiverCounts {
 class MessageSink {
  public:
   virtual ~MessageSink() = default;
-  // A whole message; the head is that of its last frame. A hello is given on too, in or out of a session.
+  // A whole message; the head is that of its last frame. A hello is given on too, in or out of a
+  // session.
   virtual void OnMessage(const FrameHead& head, std::span<const std::uint8_t> body) = 0;
 };
 

@@ -1,12 +1,12 @@
 // Transport: one open endpoint, a stream of bytes each way; TransportOpener: the way to get one.
 //
-// A kind of endpoint is one opener; which there are stands in MakeOpener of the system's own file. The rest
-// of the link knows only what stands here.
+// A kind of endpoint is one opener; which there are stands in MakeOpener of the system's own file.
+// The rest of the link knows only what stands here.
 //
-// Threads: everything on the link's thread, except Write and Writable (any thread, one at a time) and
-// WakeWriter (any thread).
-// Owns its handles until it is destroyed. Handlers run on the link's thread and never after End.
-// Errors: an open that fails says why in one line; Read answers 0 bytes when the stream has ended.
+// Threads: everything on the link's thread, except Write and Writable (any thread, one at a time)
+// and WakeWriter (any thread). Owns its handles until it is destroyed. Handlers run on the link's
+// thread and never after End. Errors: an open that fails says why in one line; Read answers 0 bytes
+// when the stream has ended.
 #pragma once
 
 #include <cstddef>
@@ -36,20 +36,22 @@ class Transport {
 
   virtual ~Transport() = default;
 
-  // One read of at most the buffer's length; the buffer lives until the handler ran or End was called.
+  // One read of at most the buffer's length; the buffer lives until the handler ran or End was
+  // called.
   virtual void Read(std::span<std::uint8_t> buffer, ReadHandler handler) = 0;
   // Whether a read would find something at once.
   virtual bool Readable() = 0;
 
   // Writes everything or fails; after a failure nothing more may be written.
-  virtual WriteOutcome Write(std::span<const std::uint8_t> bytes, LinkClock::time_point deadline) = 0;
+  virtual WriteOutcome Write(std::span<const std::uint8_t> bytes,
+                             LinkClock::time_point deadline) = 0;
   // Whether a write would take something at once.
   virtual bool Writable() = 0;
   // Makes a Write that waits, and every later one that would wait, answer kBroken.
   virtual void WakeWriter() noexcept = 0;
 
-  // Closes the endpoint; a child process is waited for, then killed. Answers how the other side ended, one
-  // line, empty when there is nothing to say of it.
+  // Closes the endpoint; a child process is waited for, then killed. Answers how the other side
+  // ended, one line, empty when there is nothing to say of it.
   virtual std::string End(const KeepWaiting& keepWaiting) = 0;
 };
 

@@ -23,8 +23,8 @@ class ExecOpener : public TransportOpener {
     std::string problem;
     std::unique_ptr<Transport> transport;
     if (process.Start(arguments_, pipes, problem)) {
-      transport = std::make_unique<ChildTransport>(io_, std::move(process), std::move(pipes),
-                                                   errorLine_);
+      transport =
+          std::make_unique<ChildTransport>(io_, std::move(process), std::move(pipes), errorLine_);
     }
     handler(std::move(transport), std::move(problem));
   }
@@ -59,8 +59,8 @@ class UnixOpener : public TransportOpener {
     }
     std::memcpy(address.sun_path, path_.data(), path_.size());
     UniqueFd socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
-    if (!socket.Valid() ||
-        ::connect(socket.Get(), reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0) {
+    if (!socket.Valid() || ::connect(socket.Get(), reinterpret_cast<const sockaddr*>(&address),
+                                     sizeof(address)) != 0) {
       problem = SystemProblem(what, errno);
     }
     return socket;
