@@ -1,5 +1,5 @@
-// A client against a device in the same process: what is posted arrives as the wire page says, what the
-// device sends comes in batches, and statuses are as the header says.
+// A client against a device in the same process: what is posted arrives as the wire page says, what
+// the device sends comes in batches, and statuses are as the header says.
 #include <gmock/gmock.h>
 
 #include "platform/base/version_query.h"
@@ -32,8 +32,8 @@ TEST_F(LinkTest, GreetsAndTellsWhatTheDeviceIs) {
   EXPECT_THAT(record_.taps, ElementsAre("> 1 0 1", "< 1 0 1"));
 }
 
-// One row of a conversation: what the host posts, the frame that the device then sees, what the device
-// sends back (maybe cut into pieces), the packet that the client then gets.
+// One row of a conversation: what the host posts, the frame that the device then sees, what the
+// device sends back (maybe cut into pieces), the packet that the client then gets.
 struct Row {
   const char* name;
   std::function<std::uint32_t(RecordingClient&)> post;
@@ -61,25 +61,36 @@ const Bytes kSpecial = {0x7D, 0x7E, 0x7F, 0x5D, 0x5E, 0x00};
 std::vector<Row> Conversation() {
   return {
       {"a request with every word set, confirmed",
-       [](RecordingClient& client) { return client.PostCmd(0x1235, kSpecial.data(), 6, 32381, 3, 200); },
+       [](RecordingClient& client) {
+         return client.PostCmd(0x1235, kSpecial.data(), 6, 32381, 3, 200);
+       },
        Frame(kRequest, 0x1235, 32381, 3, 200, 0, kSpecial),
-       Frame(kCnf, 0x1235, 32381, 3, 200, 0, kSpecial), 0,
+       Frame(kCnf, 0x1235, 32381, 3, 200, 0, kSpecial),
+       0,
        {0x1235, 0, 0, kSpecial, 200, 32381, 3}},
       {"a request without a body, refused, the answer byte by byte",
        [](RecordingClient& client) { return client.PostCmd(0x9999, nullptr, 0, 8, 0, 0); },
-       Frame(kRequest, 0x9999, 8, 0, 0, 0, {}), Frame(kCnf, 0x9999, 8, 0, 0, 700, {}), 1,
+       Frame(kRequest, 0x9999, 8, 0, 0, 0, {}),
+       Frame(kCnf, 0x9999, 8, 0, 0, 700, {}),
+       1,
        {0x9999, 700, 0, {}, 0, 8, 0}},
       {"an indication in pieces of five bytes",
        [](RecordingClient& client) { return client.PostCmd(1, "x", 1, 9, 0, 0); },
-       Frame(kRequest, 1, 9, 0, 0, 0, {'x'}), Frame(kInd, 0x2001, 0, 0, 0, 0, {1, 0, 2, 0}), 5,
+       Frame(kRequest, 1, 9, 0, 0, 0, {'x'}),
+       Frame(kInd, 0x2001, 0, 0, 0, 0, {1, 0, 2, 0}),
+       5,
        {0x2001, 0, 1, {1, 0, 2, 0}, 0, 0, 0}},
       {"an SDT frame both ways",
        [](RecordingClient& client) { return client.PostSdtFrame(0x7E0B, "\1\3\f\0", 4); },
-       Frame(kSdt, 0x7E0B, 0, 0, 0, 0, {1, 3, 12, 0}), Frame(kSdt, 0x7E0B, 0, 0, 0, 0, {4, 14}), 0,
+       Frame(kSdt, 0x7E0B, 0, 0, 0, 0, {1, 3, 12, 0}),
+       Frame(kSdt, 0x7E0B, 0, 0, 0, 0, {4, 14}),
+       0,
        {0x7E0B, 0, 1, {4, 14}, 0, 0, 0}},
       {"console text, handed over under the shell's answer id",
        [](RecordingClient& client) { return client.PostRawData("ls\r\n", 4); },
-       Frame(kRaw, 0, 0, 0, 0, 0, {'l', 's', '\r', '\n'}), Frame(kRaw, 0, 0, 0, 0, 0, {'a', 'b'}), 3,
+       Frame(kRaw, 0, 0, 0, 0, 0, {'l', 's', '\r', '\n'}),
+       Frame(kRaw, 0, 0, 0, 0, 0, {'a', 'b'}),
+       3,
        {0xA012, 0, 1, {'a', 'b'}, 0, 0, 0}},
   };
 }
@@ -94,7 +105,8 @@ void SendInPieces(DeviceEnd& end, NaiveFrame frame, std::size_t pieceBytes) {
   const Bytes line = NaiveLine(frame);
   for (std::size_t at = 0; at < line.size(); at += pieceBytes) {
     const auto last = std::min(line.size(), at + pieceBytes);
-    end.SendBytes(Bytes(line.begin() + static_cast<long>(at), line.begin() + static_cast<long>(last)));
+    end.SendBytes(
+        Bytes(line.begin() + static_cast<long>(at), line.begin() + static_cast<long>(last)));
   }
 }
 

@@ -19,8 +19,8 @@ std::string TapText(const devlink::TapMessage& message) {
 }
 
 Packet Copy(const ReceivedPacket& record, bool withBody) {
-  Packet packet = {record.cmdId, record.resultCode, record.isInd, {}, record.word, record.tag,
-                   record.word16};
+  Packet packet = {record.cmdId, record.resultCode, record.isInd, {},
+                   record.word,  record.tag,        record.word16};
   if (withBody && record.body != nullptr) {
     packet.body.assign(record.body, record.body + record.bodyLengthBytes);
   }
@@ -126,9 +126,7 @@ void LinkTest::Start() {
   EXPECT_EQ(client_->StartConnect(256, 1, 8191, 1, 0), 0u);
 }
 
-void LinkTest::Stop() {
-  client_.reset();
-}
+void LinkTest::Stop() { client_.reset(); }
 
 void LinkTest::Connect(TestDevice::Script script) {
   device_ = std::make_unique<TestDevice>(Path("s"), std::move(script));

@@ -1,7 +1,8 @@
-// What every test of a running link stands on: a client and an observer that record, short periods, and an
-// endpoint in a directory of its own.
+// What every test of a running link stands on: a client and an observer that record, short periods,
+// and an endpoint in a directory of its own.
 //
-// Threads: recording happens on the link's and the posting threads; Wait and the lists are the test's.
+// Threads: recording happens on the link's and the posting threads; Wait and the lists are the
+// test's.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -69,7 +70,7 @@ class Record : public devlink::LinkObserver {
   std::vector<std::uint32_t> handedOver;
   std::uint64_t calls = 0;
   bool keepBodies = true;
-  std::function<void()> onReceive;   // before recording, outside the lock
+  std::function<void()> onReceive;  // before recording, outside the lock
   std::function<void()> onNotice;
 
  private:

@@ -1,5 +1,5 @@
-// Frames of the link byte by byte and bit by bit, as docs/wire-format.md words them: the tests' own second
-// reading, slow on purpose and sharing nothing with the platform.
+// Frames of the link byte by byte and bit by bit, as docs/wire-format.md words them: the tests' own
+// second reading, slow on purpose and sharing nothing with the platform.
 //
 // Threads: values; one object for one thread.
 #pragma once

@@ -101,7 +101,9 @@ bool DeviceEnd::SendBytes(const Bytes& bytes) {
     pollfd entries[] = {{writeFd_, POLLOUT, 0}, {stopFd_, POLLIN, 0}};
     if (::poll(entries, 2, kPatienceMs) <= 0 || entries[1].revents != 0) return false;
     const std::size_t left = std::min<std::size_t>(bytes.size() - sent, 4096);
-    const ssize_t put = ::send(writeFd_, bytes.data() + sent, left, MSG_NOSIGNAL | MSG_DONTWAIT);
+    const ssize_t put = readFd_ != writeFd_ ? ::write(writeFd_, bytes.data() + sent, left)
+                                            : ::send(writeFd_, bytes.data() + sent, left,
+                                                     MSG_NOSIGNAL | MSG_DONTWAIT);
     if (put < 0 && errno != EAGAIN) return false;
     if (put > 0) sent += static_cast<std::size_t>(put);
   }

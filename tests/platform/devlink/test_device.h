@@ -1,7 +1,8 @@
 // A device in the test's own process: a Unix socket that plays a script for each connection.
 //
-// Threads: the script runs on the device's thread, one connection at a time; everything else is the test's.
-// Owns the socket and its path. Errors: a script that waits in vain for 20 s, or is stopped, gets nothing.
+// Threads: the script runs on the device's thread, one connection at a time; everything else is the
+// test's. Owns the socket and its path. Errors: a script that waits in vain for 20 s, or is
+// stopped, gets nothing.
 #pragma once
 
 #include <atomic>

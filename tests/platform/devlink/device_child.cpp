@@ -1,0 +1,75 @@
+#include "tests/platform/devlink/device_child.h"
+
+#include <signal.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <map>
+
+#include "tests/platform/devlink/test_device.h"
+
+namespace linktest {
+
+namespace {
+
+constexpr int kNothing = -1;  // no descriptor: nobody stops a child but its input
+
+int Echo(DeviceEnd& end, int, char**) {
+  while (const auto request = end.NextMessage()) {
+    NaiveFrame answer;
+    answer.id = request->id;
+    answer.tag = request->tag;
+    answer.payload = request->payload;
+    end.Send(answer);
+  }
+  return 0;
+}
+
+int Deaf(DeviceEnd&, int, char**) {
+  ::signal(SIGTERM, SIG_IGN);
+  for (;;) ::pause();
+}
+
+int Arguments(DeviceEnd& end, int argc, char** argv) {
+  for (int i = 0; i < argc; ++i) {
+    const std::string text = argv[i];
+    NaiveFrame ind;
+    ind.kind = kInd;
+    ind.payload.assign(text.begin(), text.end());
+    end.Send(ind);
+  }
+  end.Linger();
+  return 0;
+}
+
+int Session(DeviceEnd& end, int, char**) {
+  NaiveFrame ind;
+  ind.kind = kInd;
+  ind.payload = {static_cast<std::uint8_t>(::getsid(0) == ::getpid() ? '1' : '0')};
+  end.Send(ind);
+  end.Linger();
+  return 0;
+}
+
+int Fail(DeviceEnd&, int, char**) { return 7; }
+
+}  // namespace
+
+int PlayRole(int argc, char** argv) {
+  static const std::map<std::string, int (*)(DeviceEnd&, int, char**)> roles = {
+      {"echo", Echo},       {"deaf", Deaf}, {"arguments", Arguments},
+      {"session", Session}, {"fail", Fail},
+  };
+  const auto role = roles.find(argc > 0 ? argv[0] : "");
+  if (role == roles.end()) return 3;
+  DeviceEnd end(STDIN_FILENO, STDOUT_FILENO, kNothing);
+  if (!end.Greet()) return 4;
+  return role->second(end, argc - 1, argv + 1);
+}
+
+std::string ChildEndpoint(const std::string& roleAndArguments) {
+  return "exec:'" + std::filesystem::read_symlink("/proc/self/exe").string() + "' --as-device " +
+         roleAndArguments;
+}
+
+}  // namespace linktest
