@@ -1,0 +1,289 @@
+#include "hosts/terminal/console.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <iterator>
+#include <utility>
+
+#include "hosts/terminal/console_texts.h"
+#include "hosts/terminal/shown_text.h"
+#include "platform/os/error_text.h"
+#include "platform/os/safe_file.h"
+#include "platform/os/utf8.h"
+
+namespace kiv {
+namespace {
+
+constexpr std::size_t kScriptLimitBytes = 256u << 20;
+constexpr std::uint32_t kStopTimeoutMs = 2000;
+
+int MillisecondsUntil(std::chrono::steady_clock::time_point deadline) {
+  const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
+  return static_cast<int>(std::clamp<std::int64_t>(left.count(), 0, 1'000'000));
+}
+
+}  // namespace
+
+Console::Console(ConsoleOptions options)
+    : options_(std::move(options)),
+      endpoint_(ShownText(bench::GetSetup().endpoint.view())),
+      queue_([this] { events_.Wake(); }),
+      facade_(queue_),
+      watch_(queue_, endpoint_, [this](bool connected) { facade_.SetConnected(connected); }) {}
+
+int Console::Run() {
+  interactive_ = !options_.HasScript() && os::ConsoleEvents::InputIsTerminal();
+  facade_.Start(watch_);
+  int status = interactive_ ? RunInteractive() : RunBatch();
+  if (outputGone_ && status == kDone) status = kCommandFailed;
+  queue_.Close();
+  if (!facade_.Stop(kStopTimeoutMs)) os::ExitNow(status);
+  return status;
+}
+
+int Console::RunBatch() {
+  LineSource source;
+  if (options_.file) {
+    std::string content;
+    const int error = os::ReadWholeFile(*options_.file, kScriptLimitBytes, content);
+    if (error != 0) {
+      Say("kiv: cannot read " + ShownUtf8(*options_.file) + ": " + os::ErrorText(error) + "\n");
+      return kWrongUsage;
+    }
+    source.Add(content);
+  }
+  if (!WaitForLink()) return interrupted_ || ended_ ? kInterrupted : kNotConnected;
+  int status = kDone;
+  for (const std::string& line : options_.lines) {
+    LineSource single;
+    single.Add(line);
+    single.End();
+    if (!RunLines(single, status)) return interrupted_ || ended_ ? kInterrupted : status;
+  }
+  if (options_.HasScript()) {
+    source.End();
+    if (!RunLines(source, status)) return interrupted_ || ended_ ? kInterrupted : status;
+    return status;
+  }
+  for (bool more = true; more;) {
+    os::ConsoleEvents::Ready ready;
+    if (!WaitForEvent(std::nullopt, true, &ready)) return kInterrupted;
+    std::string bytes;
+    more = !ready.input || events_.ReadInput(bytes);
+    source.Add(bytes);
+    if (!more) source.End();
+    if (!RunLines(source, status)) return interrupted_ || ended_ ? kInterrupted : status;
+  }
+  return status;
+}
+
+int Console::RunInteractive() {
+  Say("kiv: type help for the commands of the device, :help for the console's own words\n");
+  LineSource source;
+  int status = kDone;
+  for (bool more = true; more && !Ended();) {
+    ShowPrompt();
+    os::ConsoleEvents::Ready ready;
+    if (!WaitForEvent(std::nullopt, true, &ready)) {
+      if (!interrupted_) break;
+      interrupted_ = false;  // the terminal has dropped the typed text: a new prompt
+      promptShown_ = false;
+      os::WriteOut("\n");
+      continue;
+    }
+    if (!ready.input) continue;
+    promptShown_ = false;  // the user's own line end closed it
+    std::string bytes;
+    more = events_.ReadInput(bytes);
+    source.Add(bytes);
+    if (!more) source.End();
+    RunLines(source, status);
+    if (interrupted_) source = LineSource();  // what was typed ahead is not wanted any more
+    interrupted_ = false;
+  }
+  if (!outputGone_ && !ended_) os::WriteOut("\n");
+  return kDone;
+}
+
+bool Console::WaitForLink() {
+  const auto deadline = Clock::now() + std::chrono::milliseconds(options_.waitMs);
+  while (!watch_.IsUp()) {
+    if (Clock::now() >= deadline) {
+      ShowAll();
+      Say(NotConnectedText(endpoint_, options_.waitMs, lastReason_));
+      return false;
+    }
+    if (!WaitForEvent(deadline, false)) return false;
+  }
+  ShowAll();
+  return true;
+}
+
+bool Console::RunLines(LineSource& source, int& status) {
+  LineSource::Line line;
+  while (source.Next(line)) {
+    const int lineStatus = RunTyped(line);
+    if (status == kDone) status = lineStatus;
+    if (interrupted_ || Ended()) return false;
+  }
+  return true;
+}
+
+const Console::Word Console::kWords[] = {
+    {":help", "this list", &Console::WordHelp},
+    {":link", "what the console is connected to", &Console::WordLink},
+    {":quit", "end the console", &Console::WordQuit},
+    {":reload", "read the command catalogue again", &Console::WordReload},
+};
+
+int Console::RunTyped(const LineSource::Line& line) {
+  if (line.tooLong) {
+    Say(LineTooLongText(line.number));
+    return kCommandFailed;
+  }
+  if (line.text.starts_with(L"::")) return RunLine(line.text.substr(1));
+  if (!line.text.starts_with(L":")) return RunLine(line.text);
+  const Word* const end = std::end(kWords);
+  const std::string typed = ShownText(line.text);
+  const Word* const word =
+      std::find_if(std::begin(kWords), end, [&typed](const Word& row) { return typed == row.name; });
+  if (word == end) {
+    Say(UnknownWordText(typed));
+    return kCommandFailed;
+  }
+  (this->*word->run)();
+  return kDone;
+}
+
+int Console::RunLine(std::wstring line) {
+  const std::string shown = ShownText(line);
+  const std::uint64_t number = ++lineNumber_;
+  ShowAll();
+  answered_.reset();
+  facade_.Run(number, std::move(line));
+  ViewEvent reply;
+  // Texts that arrive meanwhile stay in the queue: they stand behind the reply.
+  while (!queue_.TakeReply(number, reply)) {
+    const os::ConsoleEvents::Ready ready = events_.Wait(-1, false);
+    if (ready.interrupt) interrupted_ = true;
+    if (ready.terminate) ended_ = true;
+    if (interrupted_ || ended_) return kInterrupted;
+  }
+  Show(reply);
+  if (reply.posts > 0) return WaitForAnswer(std::move(reply), shown);
+  if (reply.takenByChannel || reply.text.empty() || reply.isHelp) return kDone;
+  return reply.linkDown && reply.isCommand ? kNotConnected : kCommandFailed;
+}
+
+int Console::WaitForAnswer(ViewEvent line, const std::string& shown) {
+  const auto deadline = Clock::now() + std::chrono::milliseconds(options_.waitMs);
+  for (;;) {
+    ShowAll();
+    if (answered_ && answered_->line == line.line) line = *answered_;
+    if (line.answered) return line.result == 0 ? kDone : kCommandFailed;
+    int status = kDone;
+    if (lostEpoch_ > line.epoch) {
+      Say(LinkLostText(shown));
+      status = kNotConnected;
+    } else if (Clock::now() >= deadline) {
+      Say(NoAnswerText(shown, options_.waitMs));
+      status = kNoAnswer;
+    } else if (!WaitForEvent(deadline, false)) {
+      status = kInterrupted;
+    }
+    if (status != kDone) {
+      watch_.Abandon();
+      return status;
+    }
+  }
+}
+
+bool Console::WaitForEvent(std::optional<Clock::time_point> deadline, bool withInput,
+                           os::ConsoleEvents::Ready* ready) {
+  const os::ConsoleEvents::Ready now =
+      events_.Wait(deadline ? MillisecondsUntil(*deadline) : -1, withInput);
+  if (ready != nullptr) *ready = now;
+  if (now.terminate) ended_ = true;
+  if (now.interrupt) interrupted_ = true;
+  ShowAll();
+  return !interrupted_ && !Ended();
+}
+
+void Console::ShowAll() {
+  for (const ViewEvent& event : queue_.TakeAll()) Show(event);
+}
+
+void Console::Show(const ViewEvent& event) {
+  switch (event.kind) {
+    case ViewEvent::Kind::kText:
+    case ViewEvent::Kind::kReply:
+      Write(event.text);
+      break;
+    case ViewEvent::Kind::kNotice:
+      Say("link: " + event.text + "\n");
+      break;
+    case ViewEvent::Kind::kConnected:
+      lastReason_.clear();
+      connectedText_ = event.text;
+      Say(event.text);
+      break;
+    case ViewEvent::Kind::kDisconnected:
+      if (!connectedText_.empty()) lostEpoch_ = event.epoch;
+      connectedText_.clear();
+      // A device that stays away gives the same reason at each attempt: it is told once. A batch that has
+      // not begun tells it in its last line.
+      if (event.text != lastReason_ && (interactive_ || lineNumber_ > 0)) {
+        Say(DisconnectedText(event.text));
+      }
+      lastReason_ = event.text;
+      break;
+    case ViewEvent::Kind::kAnswered:
+      answered_ = event;
+      break;
+  }
+}
+
+void Console::Write(const std::string& text) {
+  if (text.empty()) return;
+  HidePrompt();
+  if (!os::WriteOut(text.back() == '\n' ? text : text + "\n")) outputGone_ = true;
+}
+
+void Console::Say(const std::string& text) {
+  HidePrompt();
+  os::WriteErr(text);
+}
+
+void Console::HidePrompt() {
+  if (!promptShown_) return;
+  promptShown_ = false;
+  const char* const terminal = std::getenv("TERM");
+  const bool canErase = terminal != nullptr && std::strcmp(terminal, "dumb") != 0;
+  os::WriteOut(canErase ? "\r\x1b[K" : "\n");
+}
+
+void Console::ShowPrompt() {
+  if (promptShown_) return;
+  promptShown_ = true;
+  if (!os::WriteOut(kPrompt)) outputGone_ = true;
+}
+
+void Console::WordHelp() {
+  std::string text;
+  for (const Word& word : kWords) {
+    text += std::string(word.name) + std::string(10 - std::string_view(word.name).size(), ' ') +
+            word.help + "\n";
+  }
+  Write(text + "::x       send the line :x to the module\n");
+}
+
+void Console::WordLink() {
+  Write(connectedText_.empty() ? DisconnectedText(lastReason_) : connectedText_);
+}
+
+void Console::WordQuit() { ended_ = true; }
+
+void Console::WordReload() { facade_.Reload(); }
+
+}  // namespace kiv

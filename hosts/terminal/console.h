@@ -1,0 +1,87 @@
+// Console: the terminal program around the module. It reads lines, has them run one after the other on the
+// facade's thread, shows replies and what arrives, and works out the status of each line.
+//
+// Standard output gets what the module answers and nothing else; the console's own notices go to standard error.
+//
+// Threads: everything here runs on the main thread.
+// Owns the queue, the watch and the facade's thread.
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include "hosts/terminal/console_options.h"
+#include "hosts/terminal/facade_thread.h"
+#include "hosts/terminal/line_source.h"
+#include "hosts/terminal/link_watch.h"
+#include "hosts/terminal/view_queue.h"
+#include "platform/os/console_events.h"
+
+namespace kiv {
+
+class Console {
+ public:
+  // The bench setup must have been set from the options.
+  explicit Console(ConsoleOptions options);
+
+  // Runs until the lines are used up or the user ends it; answers the process's exit status.
+  int Run();
+
+ private:
+  using Clock = std::chrono::steady_clock;
+  // One row of the console's own words, which begin with a colon.
+  struct Word {
+    const char* name;
+    const char* help;
+    void (Console::*run)();
+  };
+  static const Word kWords[];
+
+  int RunBatch();
+  int RunInteractive();
+  bool WaitForLink();
+  // Runs what `source` has; false when the console is to end.
+  bool RunLines(LineSource& source, int& status);
+  int RunTyped(const LineSource::Line& line);
+  int RunLine(std::wstring line);
+  int WaitForAnswer(ViewEvent line, const std::string& shown);
+  void RunOwnWord(const std::wstring& line);
+
+  // Waits for something to happen, at most until `deadline`; false when the user wants no more of it.
+  bool WaitForEvent(std::optional<Clock::time_point> deadline, bool withInput,
+                    os::ConsoleEvents::Ready* ready = nullptr);
+  void ShowAll();
+  void Show(const ViewEvent& event);
+  void Write(const std::string& text);
+  void Say(const std::string& text);
+  void HidePrompt();
+  void ShowPrompt();
+  bool Ended() const { return ended_ || outputGone_; }
+
+  void WordHelp();
+  void WordQuit();
+  void WordReload();
+  void WordLink();
+
+  const ConsoleOptions options_;
+  const std::string endpoint_;
+  os::ConsoleEvents events_;
+  ViewQueue queue_;
+  FacadeThread facade_;
+  LinkWatch watch_;
+
+  bool interactive_ = false;
+  bool promptShown_ = false;
+  bool ended_ = false;        // asked to end
+  bool interrupted_ = false;  // Ctrl-C while a line was waited for
+  bool outputGone_ = false;
+  std::uint64_t lineNumber_ = 0;
+  std::optional<ViewEvent> answered_;      // kAnswered of the line that is waited for
+  std::uint64_t lostEpoch_ = 0;            // epoch of the last loss of the link
+  std::string connectedText_;
+  std::string lastReason_;                 // why the link is not up
+};
+
+}  // namespace kiv

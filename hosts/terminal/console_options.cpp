@@ -1,0 +1,112 @@
+#include "hosts/terminal/console_options.h"
+
+#include <QCommandLineParser>
+#include <QLatin1String>
+
+#include "kiv_version.h"
+
+namespace kiv {
+namespace {
+
+struct OptionRow {
+  const char* name;
+  const char* shortName;  // null: none
+  const char* valueName;  // null: a flag
+  const char* help;
+};
+
+constexpr OptionRow kOptions[] = {
+    {"command", "c", "LINE", "Run LINE and end; may be given several times."},
+    {"file", "f", "FILE", "Run the lines of FILE (behind those of -c) and end."},
+    {"link", "l", "ENDPOINT",
+     "The device: exec:PROGRAM ARG... or unix:PATH. Default: the agent as a child process."},
+    {"catalogue", nullptr, "FILE", "Compiled command catalogue. Default: the shipped one."},
+    {"config-dir", nullptr, "DIR", "Configuration directory. Default: ~/.config/kiv."},
+    {"wait", "w", "MS", "How long to wait for the link and for each answer. Default: 5000."},
+    {"variant", nullptr, "N", "Protocol variant code, instead of what the device says."},
+    {"product", nullptr, "N", "Product version code, instead of what the device says."},
+    {"debug", nullptr, nullptr, "Write the debug log to kiv-debug.log in the configuration directory."},
+    {"version", nullptr, nullptr, "Print the version and end."},
+    {"help", "h", nullptr, "Print this help and end."},
+};
+
+void AddOptions(QCommandLineParser& parser) {
+  for (const OptionRow& row : kOptions) {
+    QStringList names;
+    if (row.shortName != nullptr) names << QLatin1String(row.shortName);
+    names << QLatin1String(row.name);
+    parser.addOption(QCommandLineOption(names, QString::fromUtf8(row.help),
+                                        row.valueName != nullptr ? QLatin1String(row.valueName)
+                                                                 : QString()));
+  }
+}
+
+std::string HelpText(const QCommandLineParser& parser) {
+  return parser.helpText().toStdString() +
+         "\n"
+         "Without -c and -f the lines are read from standard input. On a terminal, type help for the\n"
+         "commands of the device and :help for the console's own words.\n"
+         "\n"
+         "Ends with 0 when every line was answered with success, 1 when a command failed, 2 for wrong\n"
+         "usage, 3 when an answer did not come in time, 4 when the device was not connected.\n";
+}
+
+std::optional<QCString> TextOf(const QCommandLineParser& parser, const char* name) {
+  if (!parser.isSet(QLatin1String(name))) return std::nullopt;
+  return QCString::FromUtf8(parser.value(QLatin1String(name)).toStdString());
+}
+
+// False when the option is there and is not a number of 0 to 4294967295.
+bool NumberOf(const QCommandLineParser& parser, const char* name, std::optional<std::uint32_t>& number,
+              std::string& output) {
+  if (!parser.isSet(QLatin1String(name))) return true;
+  bool good = false;
+  const QString value = parser.value(QLatin1String(name));
+  number = value.toUInt(&good, 10);
+  if (!good) {
+    output = "kiv: --" + std::string(name) + " wants a number from 0 to 4294967295, not '" +
+             value.toStdString() + "'\n";
+  }
+  return good;
+}
+
+}  // namespace
+
+std::optional<int> ReadOptions(const QStringList& arguments, ConsoleOptions& options,
+                               std::string& output) {
+  QCommandLineParser parser;
+  parser.setApplicationDescription(QStringLiteral("Text console for device diagnostics."));
+  parser.setSingleDashWordOptionMode(QCommandLineParser::ParseAsCompactedShortOptions);
+  AddOptions(parser);
+  const auto wrong = [&output](const std::string& reason) {
+    output = "kiv: " + reason + "\nkiv: try 'kiv --help'\n";
+    return kWrongUsage;
+  };
+  if (!parser.parse(arguments)) return wrong(parser.errorText().toStdString());
+  if (parser.isSet(QStringLiteral("help"))) return output = HelpText(parser), kDone;
+  if (parser.isSet(QStringLiteral("version"))) return output = "kiv " KIV_VERSION "\n", kDone;
+  if (!parser.positionalArguments().isEmpty()) {
+    return wrong("unexpected argument '" + parser.positionalArguments().first().toStdString() +
+                 "'; a line to run comes behind -c");
+  }
+  std::optional<std::uint32_t> wait;
+  if (!NumberOf(parser, "wait", wait, output) ||
+      !NumberOf(parser, "variant", options.setup.variant, output) ||
+      !NumberOf(parser, "product", options.setup.product, output)) {
+    return kWrongUsage;
+  }
+  if (wait) options.waitMs = *wait;
+  options.setup.endpoint = TextOf(parser, "link");
+  options.setup.catalogue = TextOf(parser, "catalogue");
+  options.setup.configDir = TextOf(parser, "config-dir");
+  for (const QString& line : parser.values(QStringLiteral("command"))) {
+    options.lines.push_back(line.toStdString());
+  }
+  if (parser.isSet(QStringLiteral("file"))) {
+    options.file = parser.value(QStringLiteral("file")).toStdString();
+  }
+  options.debug = parser.isSet(QStringLiteral("debug"));
+  return std::nullopt;
+}
+
+}  // namespace kiv

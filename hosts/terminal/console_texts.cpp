@@ -1,0 +1,50 @@
+#include "hosts/terminal/console_texts.h"
+
+#include "hosts/terminal/line_source.h"
+#include "hosts/terminal/shown_text.h"
+
+namespace kiv {
+
+const char kPrompt[] = "kiv> ";
+
+std::string ConnectedText(const devlink::PeerInfo& peer, const std::string& endpoint) {
+  std::string text = "kiv: connected to " +
+                     (peer.agentName.empty() ? "a device" : ShownUtf8(peer.agentName)) +
+                     " (variant " + std::to_string(peer.variant) + ", product " +
+                     std::to_string(peer.product) + ") over " + endpoint + "\n";
+  if (peer.fingerprintDiffers) {
+    text +=
+        "kiv: warning: the device was built for another catalogue; commands that differ may fail or "
+        "show wrong values\n";
+  }
+  return text;
+}
+
+std::string DisconnectedText(const std::string& reason) {
+  return "kiv: not connected" + (reason.empty() ? "" : ": " + reason) + "\n";
+}
+
+std::string NotConnectedText(const std::string& endpoint, std::uint32_t waitMs,
+                             const std::string& reason) {
+  return "kiv: no device at " + endpoint + " within " + std::to_string(waitMs) + " ms" +
+         (reason.empty() ? "" : ": " + reason) + "; no line was run\n";
+}
+
+std::string NoAnswerText(const std::string& line, std::uint32_t waitMs) {
+  return "kiv: no answer to '" + line + "' within " + std::to_string(waitMs) + " ms\n";
+}
+
+std::string LinkLostText(const std::string& line) {
+  return "kiv: the link was lost before '" + line + "' was answered\n";
+}
+
+std::string LineTooLongText(std::size_t number) {
+  return "kiv: line " + std::to_string(number) + " is longer than " +
+         std::to_string(LineSource::kLimitBytes) + " bytes; it was not run\n";
+}
+
+std::string UnknownWordText(const std::string& word) {
+  return "kiv: '" + word + "' is none of the console's own words; :help lists them\n";
+}
+
+}  // namespace kiv

@@ -1,0 +1,25 @@
+// The console's own texts, in one place. They go to standard error and begin with "kiv: ", so they can be
+// told from what the module answers.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "platform/devlink/link_observer.h"
+
+namespace kiv {
+
+// "kiv: connected to NAME (variant N, product N) over ENDPOINT", and a second line when the device's catalogue is another.
+std::string ConnectedText(const devlink::PeerInfo& peer, const std::string& endpoint);
+std::string DisconnectedText(const std::string& reason);
+// A batch whose link did not come up.
+std::string NotConnectedText(const std::string& endpoint, std::uint32_t waitMs,
+                             const std::string& reason);
+std::string NoAnswerText(const std::string& line, std::uint32_t waitMs);
+std::string LinkLostText(const std::string& line);
+std::string LineTooLongText(std::size_t number);
+std::string UnknownWordText(const std::string& word);
+
+extern const char kPrompt[];
+
+}  // namespace kiv

@@ -1,0 +1,133 @@
+#include "hosts/terminal/facade_thread.h"
+
+#include <cwchar>
+#include <string_view>
+#include <utility>
+
+#include "hosts/terminal/shown_text.h"
+#include "platform/bounded/pool.h"
+
+namespace kiv {
+namespace {
+
+using SvcKivSpace::SvcKiv;
+using SvcKivSpace::SvcKivMsgType;
+
+// Indications are shown for a day after each command, in effect always.
+constexpr int kInstantIndPeriodMs = 86'400'000;
+
+// What a reply holder has before a line: still there afterwards means that a text channel took the line.
+constexpr wchar_t kSentinel[] = L"\x1\x2kiv: nobody has answered yet\x2\x1";
+
+std::wstring_view FirstWord(std::wstring_view line) {
+  line.remove_prefix(std::min(line.find_first_not_of(L' '), line.size()));
+  return line.substr(0, line.find(L' '));
+}
+
+}  // namespace
+
+FacadeThread::FacadeThread(ViewQueue& queue) : queue_(queue), context_(new QObject) {
+  context_->moveToThread(&thread_);
+  thread_.setObjectName(QStringLiteral("facade"));
+}
+
+FacadeThread::~FacadeThread() { delete context_; }
+
+void FacadeThread::Start(LinkWatch& watch) {
+  watch_ = &watch;
+  devlink::SetLinkObserver(&watch);
+  QObject::connect(
+      SvcKiv::GetMsgSender(), &SvcKivSpace::SvcKivMessage::SvcHandleMessage, context_,
+      [this](SvcKivMsgType kind, void* payload) { OnMessage(kind, payload); },
+      Qt::DirectConnection);
+  thread_.start();
+  QMetaObject::invokeMethod(
+      context_,
+      [] {
+        SvcKiv::Start();
+        SvcKiv::SetInstantIndTime(kInstantIndPeriodMs);
+        SvcKiv().SetIsEnableInstantInd(true);
+      },
+      Qt::QueuedConnection);
+}
+
+void FacadeThread::Run(std::uint64_t number, std::wstring line) {
+  QMetaObject::invokeMethod(
+      context_, [this, number, line = std::move(line)] { RunHere(number, line); },
+      Qt::QueuedConnection);
+}
+
+void FacadeThread::RunHere(std::uint64_t number, const std::wstring& line) {
+  const std::wstring_view word = FirstWord(line);
+  ViewEvent event;
+  event.kind = ViewEvent::Kind::kReply;
+  event.isHelp = word == L"help" || word == L"?";
+  const SvcKivSpace::MorviCmdList* const list = SvcKiv::GetMorviCmdList();
+  event.isCommand = event.isHelp || (list != nullptr && list->Find(word) != nullptr);
+  QCString reply(kSentinel);
+  watch_->BeginLine(number);
+  SvcKiv::GetDiagCmdResponse(line.c_str(), reply);
+  watch_->EndLine(event);
+  event.takenByChannel = reply == kSentinel;
+  if (!event.takenByChannel) event.text = ShownText(reply.view());
+  queue_.Push(std::move(event));
+}
+
+void FacadeThread::SetConnected(bool connected) {
+  QMetaObject::invokeMethod(
+      context_, [connected] { SvcKiv::SetUEConnectStatus(connected ? 1 : 0); },
+      Qt::QueuedConnection);
+}
+
+void FacadeThread::Reload() {
+  QMetaObject::invokeMethod(
+      context_,
+      [] {
+        SvcKiv::ReloadDb();
+        SvcKiv::SetInstantIndTime(kInstantIndPeriodMs);
+      },
+      Qt::QueuedConnection);
+}
+
+void FacadeThread::OnMessage(SvcKivMsgType kind, void* payload) {
+  if (payload == nullptr) return;
+  ViewEvent event;
+  switch (kind) {
+    case SvcKivSpace::kNotice:
+      event.text = ShownText(static_cast<QCString*>(payload)->view());
+      break;
+    case SvcKivSpace::kReply:
+      event.text = ShownText(static_cast<const wchar_t*>(payload));
+      break;
+    case SvcKivSpace::kTestCase:
+      event.text = ShownText(static_cast<const wchar_t*>(payload));
+      PoolFree(payload);
+      break;
+    case SvcKivSpace::kAt:
+    case SvcKivSpace::kText:
+    case SvcKivSpace::kShell:
+      event.text = ShownUtf8(static_cast<const char*>(payload));
+      PoolFree(payload);
+      break;
+  }
+  if (QThread::currentThread() == &thread_) {
+    queue_.Push(std::move(event));
+  } else {
+    queue_.PushWaiting(std::move(event));
+  }
+}
+
+bool FacadeThread::Stop(std::uint32_t timeoutMs) {
+  if (!thread_.isRunning()) return true;
+  QMetaObject::invokeMethod(
+      context_,
+      [this] {
+        SvcKiv::Stop();
+        devlink::SetLinkObserver(nullptr);
+        thread_.quit();
+      },
+      Qt::QueuedConnection);
+  return thread_.wait(timeoutMs);
+}
+
+}  // namespace kiv

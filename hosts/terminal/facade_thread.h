@@ -1,0 +1,51 @@
+// FacadeThread: the module's user-interface thread. It alone calls the facade; it has a Qt event loop,
+// because the module's period timer lives there, and it may block while a text channel paces its line.
+//
+// Texts of the message object are copied, or taken, at once on the thread that sends them, by the table of
+// kinds in svc_kiv_message.h, and pushed into the view queue: a link thread waits there for room, this thread
+// never does.
+//
+// Threads: made and used by the drawing thread; nothing here blocks it but Stop.
+// Borrows queue and watch.
+#pragma once
+
+#include <QObject>
+#include <QThread>
+#include <cstdint>
+#include <string>
+
+#include "hosts/terminal/link_watch.h"
+#include "hosts/terminal/view_queue.h"
+#include "svckiv/svc_kiv.h"
+
+namespace kiv {
+
+class FacadeThread {
+ public:
+  explicit FacadeThread(ViewQueue& queue);
+  ~FacadeThread();
+  FacadeThread(const FacadeThread&) = delete;
+  FacadeThread& operator=(const FacadeThread&) = delete;
+
+  // Starts the module; the link comes up later and tells the watch.
+  void Start(LinkWatch& watch);
+  // Runs one typed line; its reply comes as an event kReply with this number.
+  void Run(std::uint64_t number, std::wstring line);
+  void SetConnected(bool connected);
+  // Reads the catalogue again.
+  void Reload();
+  // Close the queue first. Stops the module and ends the thread; false when that took longer than
+  // `timeoutMs`: the process must then end without waiting.
+  bool Stop(std::uint32_t timeoutMs);
+
+ private:
+  void RunHere(std::uint64_t number, const std::wstring& line);
+  void OnMessage(SvcKivSpace::SvcKivMsgType kind, void* payload);
+
+  ViewQueue& queue_;
+  LinkWatch* watch_ = nullptr;
+  QThread thread_;
+  QObject* context_;  // lives in thread_; its events run there
+};
+
+}  // namespace kiv

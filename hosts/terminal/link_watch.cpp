@@ -1,0 +1,129 @@
+#include "hosts/terminal/link_watch.h"
+
+#include <algorithm>
+#include <string_view>
+#include <utility>
+
+#include "hosts/terminal/console_texts.h"
+#include "hosts/terminal/shown_text.h"
+#include "platform/base/result_codes.h"
+
+namespace kiv {
+
+using devlink::Direction;
+using devlink::LinkState;
+using devlink::MessageKind;
+
+LinkWatch::LinkWatch(ViewQueue& queue, std::string endpoint, std::function<void(bool)> onConnected)
+    : queue_(queue), endpoint_(std::move(endpoint)), onConnected_(std::move(onConnected)) {}
+
+void LinkWatch::BeginLine(std::uint64_t line) {
+  const std::lock_guard lock(mutex_);
+  runner_ = std::this_thread::get_id();
+  collecting_ = true;
+  line_ = line;
+  posts_.clear();
+  open_ = 0;
+  linkDown_ = !up_;
+  result_ = 0;
+}
+
+void LinkWatch::Describe(ViewEvent& event) const {
+  event.line = line_;
+  event.posts = static_cast<std::uint32_t>(posts_.size());
+  event.answered = !posts_.empty() && open_ == 0;
+  event.result = result_;
+  event.linkDown = linkDown_;
+  event.epoch = epoch_;
+}
+
+void LinkWatch::EndLine(ViewEvent& outcome) {
+  const std::lock_guard lock(mutex_);
+  collecting_ = false;
+  Describe(outcome);
+}
+
+void LinkWatch::Abandon() {
+  const std::lock_guard lock(mutex_);
+  posts_.clear();
+  open_ = 0;
+}
+
+bool LinkWatch::IsUp() const {
+  const std::lock_guard lock(mutex_);
+  return up_;
+}
+
+void LinkWatch::OnState(const devlink::StateChange& change) {
+  const bool connected = change.state == LinkState::kConnected;
+  bool changed = false;
+  ViewEvent event;
+  {
+    const std::lock_guard lock(mutex_);
+    changed = up_ != connected;
+    up_ = connected;
+    if (changed) ++epoch_;
+    event.epoch = epoch_;
+  }
+  if (changed) onConnected_(connected);
+  event.kind = connected ? ViewEvent::Kind::kConnected : ViewEvent::Kind::kDisconnected;
+  if (connected && change.peer != nullptr) {
+    event.text = ConnectedText(*change.peer, endpoint_);
+  } else if (change.reason != nullptr) {
+    event.text = ShownUtf8(change.reason);
+  }
+  if (change.state != LinkState::kConnecting) queue_.Push(std::move(event));
+}
+
+void LinkWatch::OnNotice(const char* line, std::size_t lengthBytes) {
+  ViewEvent event;
+  event.kind = ViewEvent::Kind::kNotice;
+  event.text = ShownUtf8(std::string_view(line, lengthBytes));
+  queue_.PushWaiting(std::move(event));
+}
+
+void LinkWatch::OnMessage(const devlink::TapMessage& message) {
+  if (message.direction != Direction::kToDevice || message.kind != MessageKind::kRequest) return;
+  const std::lock_guard lock(mutex_);
+  if (!collecting_ || std::this_thread::get_id() != runner_) return;
+  posts_.push_back({message.cmdId, message.tag, false});
+  ++open_;
+}
+
+void LinkWatch::OnPostFailed(std::uint16_t tag, std::uint32_t cmdId, std::uint32_t status) {
+  const std::lock_guard lock(mutex_);
+  const auto failed = std::find_if(posts_.rbegin(), posts_.rend(), [&](const Post& post) {
+    return post.tag == tag && post.cmdId == cmdId && !post.confirmed;
+  });
+  if (failed == posts_.rend()) return;
+  posts_.erase(std::next(failed).base());
+  --open_;
+  if (status == result::kLinkDown || status == result::kNotConnected) linkDown_ = true;
+}
+
+bool LinkWatch::Confirm(const ReceivedPacket& record) {
+  const auto post = std::find_if(posts_.begin(), posts_.end(), [&](const Post& candidate) {
+    return candidate.tag == record.tag && candidate.cmdId == record.cmdId && !candidate.confirmed;
+  });
+  if (post == posts_.end()) return false;
+  post->confirmed = true;
+  if (result_ == 0) result_ = record.resultCode;
+  return --open_ == 0;
+}
+
+void LinkWatch::OnHandedOver(const ReceivedPacket* records, std::uint32_t count) {
+  ViewEvent event;
+  event.kind = ViewEvent::Kind::kAnswered;
+  {
+    const std::lock_guard lock(mutex_);
+    bool lastConfirmed = false;
+    for (std::uint32_t i = 0; i < count && !posts_.empty(); ++i) {
+      if (records[i].isInd == 0 && Confirm(records[i])) lastConfirmed = true;
+    }
+    if (!lastConfirmed || collecting_) return;  // while the line still runs, EndLine tells it
+    Describe(event);
+  }
+  queue_.Push(std::move(event));
+}
+
+}  // namespace kiv

@@ -1,0 +1,69 @@
+// LinkWatch: what the console learns from the device link: is it up, which posts a typed line made, and
+// whether each of them has been confirmed and handed over.
+//
+// A line is done when its confirmations have been handed over to the module, shown or filtered. Posts made
+// by the thread that runs lines, between BeginLine and EndLine, are that line's; a confirmation belongs to the
+// first open post with its tag and id.
+//
+// Threads: BeginLine and EndLine on the thread that runs lines; the call-backs on the link's and the
+// posting threads.
+// Borrows the queue, which must outlive the link.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "hosts/terminal/view_queue.h"
+#include "platform/devlink/link_observer.h"
+
+namespace kiv {
+
+class LinkWatch final : public devlink::LinkObserver {
+ public:
+  // `onConnected` is told of each change, on the link's thread, before the queue gets the news.
+  LinkWatch(ViewQueue& queue, std::string endpoint, std::function<void(bool)> onConnected);
+
+  void BeginLine(std::uint64_t line);
+  // Fills what is known of the line's posts.
+  void EndLine(ViewEvent& outcome);
+  // The line is not waited for any more.
+  void Abandon();
+  bool IsUp() const;
+
+  void OnState(const devlink::StateChange& change) override;
+  void OnNotice(const char* line, std::size_t lengthBytes) override;
+  void OnMessage(const devlink::TapMessage& message) override;
+  void OnPostFailed(std::uint16_t tag, std::uint32_t cmdId, std::uint32_t status) override;
+  void OnHandedOver(const ReceivedPacket* records, std::uint32_t count) override;
+
+ private:
+  struct Post {
+    std::uint32_t cmdId;
+    std::uint16_t tag;
+    bool confirmed;
+  };
+
+  bool Confirm(const ReceivedPacket& record);
+  void Describe(ViewEvent& event) const;
+
+  ViewQueue& queue_;
+  const std::string endpoint_;
+  const std::function<void(bool)> onConnected_;
+
+  mutable std::mutex mutex_;
+  std::thread::id runner_;
+  bool collecting_ = false;
+  bool up_ = false;
+  std::uint64_t epoch_ = 0;  // changes of up_ so far
+  std::uint64_t line_ = 0;
+  std::vector<Post> posts_;
+  std::size_t open_ = 0;
+  bool linkDown_ = false;
+  std::uint32_t result_ = 0;
+};
+
+}  // namespace kiv

@@ -1,0 +1,42 @@
+// kiv: the terminal console. Arguments and file names are UTF-8 whatever the locale.
+#include <QCoreApplication>
+#include <QLoggingCategory>
+#include <QStringList>
+#include <clocale>
+#include <cstring>
+#include <string>
+
+#include "hosts/terminal/console.h"
+#include "hosts/terminal/console_options.h"
+#include "hosts/terminal/debug_log.h"
+#include "platform/os/console_events.h"
+
+namespace {
+
+// Qt warns on standard error in a locale that is not UTF-8, and readers of text expect one that is.
+void UseUtf8Locale() {
+  const char* const current = std::setlocale(LC_CTYPE, "");
+  if (current == nullptr || std::strstr(current, "UTF-8") == nullptr) {
+    std::setlocale(LC_CTYPE, "C.UTF-8");
+    qputenv("LC_ALL", "C.UTF-8");
+  }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  QStringList arguments;
+  for (int i = 0; i < argc; ++i) arguments << QString::fromUtf8(argv[i]);
+  UseUtf8Locale();
+  kiv::ConsoleOptions options;
+  std::string output;
+  if (const auto status = kiv::ReadOptions(arguments, options, output)) {
+    const bool written = *status == kiv::kDone ? os::WriteOut(output) : os::WriteErr(output);
+    return written ? *status : kiv::kCommandFailed;
+  }
+  bench::SetSetup(options.setup);
+  kiv::InstallDebugLog(options.debug);
+  QCoreApplication application(argc, argv);
+  kiv::Console console(std::move(options));
+  return console.Run();
+}

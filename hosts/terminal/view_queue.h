@@ -1,0 +1,74 @@
+// ViewQueue: texts and news on their way from the module's threads to the thread that draws.
+//
+// Bounded: when it is full a link thread that brings a text waits, so the pressure reaches the device and
+// nothing is lost. One wake-up is given a batch, not a text. What the facade's own thread brings never
+// waits, because the drawing thread may be waiting for that thread's reply.
+//
+// Threads: any thread pushes, one thread takes.
+// Owns its texts. Errors: none; after Close nothing is taken in any more and nobody waits.
+#pragma once
+
+#include <condition_variable>
+#include <cstddef>
+#include <cstdint>
+#include <deque>
+#include <functional>
+#include <mutex>
+#include <string>
+
+namespace kiv {
+
+struct ViewEvent {
+  enum class Kind {
+    kText,          // show `text`
+    kNotice,        // say `text` beside the output
+    kConnected,     // `text` says to what
+    kDisconnected,  // `text` says why, may be empty
+    kReply,         // a typed line has been run: `text` is its reply; see LineOutcome
+    kAnswered,      // every confirmation that `line` waits for has been handed over
+  };
+  Kind kind = Kind::kText;
+  std::string text = {};      // UTF-8, control characters already escaped
+  std::uint64_t line = 0;     // kReply, kAnswered
+  // kReply and kAnswered: what is known of the line.
+  bool takenByChannel = false;
+  bool isCommand = false;     // the word is a command of the catalogue, or help
+  bool isHelp = false;
+  bool linkDown = false;      // the link was not up when the line ran or its post was written
+  std::uint32_t posts = 0;    // requests posted, of which the device confirms each
+  bool answered = false;      // all of them are confirmed
+  std::uint32_t result = 0;   // first confirmation result that is not 0
+  std::uint64_t epoch = 0;    // how often the link's state had changed by then
+};
+
+class ViewQueue {
+ public:
+  // `wake` is called, from the pushing thread, when the queue was empty before, and for each reply.
+  explicit ViewQueue(std::function<void()> wake, std::size_t limitBytes = 4u << 20)
+      : wake_(std::move(wake)), limitBytes_(limitBytes) {}
+
+  // Waits while the queue holds `limitBytes` or more; false when it was closed.
+  bool PushWaiting(ViewEvent event);
+  // Never waits; false when it was closed.
+  bool Push(ViewEvent event);
+  // Takes the reply of `line` out of turn, so that what the device sends while the line runs stands behind
+  // its reply; false when it is not there yet.
+  bool TakeReply(std::uint64_t line, ViewEvent& reply);
+  // Takes everything that is there, in order.
+  std::deque<ViewEvent> TakeAll();
+  // Wakes whoever waits and drops what is there.
+  void Close();
+
+ private:
+  bool Add(std::unique_lock<std::mutex>& lock, ViewEvent event);
+
+  std::function<void()> wake_;
+  const std::size_t limitBytes_;
+  std::mutex mutex_;
+  std::condition_variable room_;
+  std::deque<ViewEvent> events_;
+  std::size_t heldBytes_ = 0;
+  bool closed_ = false;
+};
+
+}  // namespace kiv
