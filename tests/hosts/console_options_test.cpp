@@ -1,0 +1,98 @@
+#include "hosts/terminal/console_options.h"
+
+#include <gtest/gtest.h>
+
+#include "kiv_version.h"
+
+namespace kiv {
+namespace {
+
+struct Read {
+  std::optional<int> status;
+  ConsoleOptions options;
+  std::string output;
+};
+
+Read ReadFrom(QStringList arguments) {
+  Read read;
+  arguments.prepend(QStringLiteral("kiv"));
+  read.status = ReadOptions(arguments, read.options, read.output);
+  return read;
+}
+
+TEST(ConsoleOptions, LeaveEverythingToTheDefaultsWithoutArguments) {
+  const Read read = ReadFrom({});
+  EXPECT_EQ(read.status, std::nullopt);
+  EXPECT_FALSE(read.options.HasScript());
+  EXPECT_EQ(read.options.waitMs, 5000u);
+  EXPECT_FALSE(read.options.setup.endpoint.has_value());
+  EXPECT_FALSE(read.options.setup.catalogue.has_value());
+  EXPECT_FALSE(read.options.setup.configDir.has_value());
+  EXPECT_FALSE(read.options.setup.variant.has_value());
+  EXPECT_FALSE(read.options.debug);
+}
+
+TEST(ConsoleOptions, TakeEveryValue) {
+  const Read read = ReadFrom({"-c", "sys_info", "--command", "echo_all {1}", "-f", "b.txt", "--link",
+                              "unix:/run/kiv/\u00e4", "--catalogue", "c.kcat", "--config-dir", "/tmp/x",
+                              "--wait", "40", "--variant", "246", "--product=38", "--debug"});
+  ASSERT_EQ(read.status, std::nullopt) << read.output;
+  EXPECT_EQ(read.options.lines, (std::vector<std::string>{"sys_info", "echo_all {1}"}));
+  EXPECT_EQ(read.options.file, "b.txt");
+  EXPECT_EQ(*read.options.setup.endpoint, L"unix:/run/kiv/\u00e4");
+  EXPECT_EQ(*read.options.setup.catalogue, L"c.kcat");
+  EXPECT_EQ(*read.options.setup.configDir, L"/tmp/x");
+  EXPECT_EQ(read.options.waitMs, 40u);
+  EXPECT_EQ(read.options.setup.variant, 246u);
+  EXPECT_EQ(read.options.setup.product, 38u);
+  EXPECT_TRUE(read.options.debug);
+}
+
+TEST(ConsoleOptions, KeepALineThatBeginsWithADash) {
+  const Read read = ReadFrom({"-c", "-x 1"});
+  ASSERT_EQ(read.status, std::nullopt) << read.output;
+  EXPECT_EQ(read.options.lines, std::vector<std::string>{"-x 1"});
+}
+
+TEST(ConsoleOptions, RefuseWhatIsNoOption) {
+  const Read read = ReadFrom({"--lnik", "x"});
+  EXPECT_EQ(read.status, kWrongUsage);
+  EXPECT_EQ(read.output, "kiv: Unknown option 'lnik'.\nkiv: try 'kiv --help'\n");
+}
+
+TEST(ConsoleOptions, RefuseAPositionalArgument) {
+  const Read read = ReadFrom({"sys_info"});
+  EXPECT_EQ(read.status, kWrongUsage);
+  EXPECT_EQ(read.output,
+            "kiv: unexpected argument 'sys_info'; a line to run comes behind -c\nkiv: try 'kiv "
+            "--help'\n");
+}
+
+TEST(ConsoleOptions, RefuseANumberThatIsNone) {
+  for (const char* option : {"wait", "variant", "product"}) {
+    for (const char* value : {"", "x", "-1", "12x", "4294967296"}) {
+      const Read read = ReadFrom({QString("--") + option + "=" + value});
+      EXPECT_EQ(read.status, kWrongUsage) << option << " " << value;
+      EXPECT_EQ(read.output, std::string("kiv: --") + option +
+                                 " wants a number from 0 to 4294967295, not '" + value + "'\n");
+    }
+  }
+}
+
+TEST(ConsoleOptions, EndWithTheVersion) {
+  const Read read = ReadFrom({"--version"});
+  EXPECT_EQ(read.status, kDone);
+  EXPECT_EQ(read.output, "kiv " KIV_VERSION "\n");
+}
+
+TEST(ConsoleOptions, EndWithAHelpThatNamesEveryOptionAndEveryStatus) {
+  const Read read = ReadFrom({"--help"});
+  EXPECT_EQ(read.status, kDone);
+  for (const char* word : {"--command", "--file", "--link", "--catalogue", "--config-dir", "--wait",
+                           "--variant", "--product", "--debug", "--version", "--help", "Ends with 0"}) {
+    EXPECT_NE(read.output.find(word), std::string::npos) << word;
+  }
+}
+
+}  // namespace
+}  // namespace kiv

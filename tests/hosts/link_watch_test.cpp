@@ -1,0 +1,199 @@
+#include "hosts/terminal/link_watch.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace kiv {
+namespace {
+
+using devlink::Direction;
+using devlink::LinkState;
+using devlink::MessageKind;
+
+class LinkWatchTest : public testing::Test {
+ protected:
+  void Up() { watch.OnState({LinkState::kConnected, &peer, ""}); }
+  void Down(const char* reason = "gone") {
+    watch.OnState({LinkState::kDisconnected, nullptr, reason});
+  }
+  void Post(std::uint32_t cmdId, std::uint16_t tag,
+            MessageKind kind = MessageKind::kRequest) {
+    watch.OnMessage({Direction::kToDevice, kind, cmdId, tag, 0, 0, 0, 0, nullptr, 0, 0});
+  }
+  static ReceivedPacket Cnf(std::uint32_t cmdId, std::uint16_t tag, std::uint32_t result = 0) {
+    ReceivedPacket record = {};
+    record.cmdId = cmdId;
+    record.tag = tag;
+    record.resultCode = result;
+    return record;
+  }
+  void HandOver(std::vector<ReceivedPacket> records) {
+    watch.OnHandedOver(records.data(), static_cast<std::uint32_t>(records.size()));
+  }
+  ViewEvent End() {
+    ViewEvent outcome;
+    watch.EndLine(outcome);
+    return outcome;
+  }
+  std::vector<ViewEvent> Events() {
+    const auto taken = queue.TakeAll();
+    return {taken.begin(), taken.end()};
+  }
+
+  devlink::PeerInfo peer{"board", 1, 248, 0, 0, 0, false};
+  std::vector<bool> told;
+  ViewQueue queue{[] {}};
+  LinkWatch watch{queue, "unix:/x", [this](bool up) { told.push_back(up); }};
+};
+
+TEST_F(LinkWatchTest, TellsTheModuleOncePerChangeAndTheUserWhatItIsConnectedTo) {
+  EXPECT_FALSE(watch.IsUp());
+  watch.OnState({LinkState::kConnecting, nullptr, ""});
+  Up();
+  EXPECT_TRUE(watch.IsUp());
+  Down("the device went away");
+  Down("the device went away");
+  EXPECT_EQ(told, (std::vector<bool>{true, false}));
+  const auto events = Events();
+  ASSERT_EQ(events.size(), 3u);
+  EXPECT_EQ(events[0].text, "kiv: connected to board (variant 248, product 0) over unix:/x\n");
+  EXPECT_EQ(events[1].text, "the device went away");
+  EXPECT_LT(events[0].epoch, events[1].epoch);
+  EXPECT_EQ(events[1].epoch, events[2].epoch);
+}
+
+TEST_F(LinkWatchTest, WarnsOfADeviceWithAnotherCatalogue) {
+  peer.fingerprintDiffers = true;
+  Up();
+  EXPECT_EQ(Events().at(0).text,
+            "kiv: connected to board (variant 248, product 0) over unix:/x\n"
+            "kiv: warning: the device was built for another catalogue; commands that differ may fail "
+            "or show wrong values\n");
+}
+
+TEST_F(LinkWatchTest, EscapesTheNameOfADevice) {
+  peer.agentName = "b\x1b[2J";
+  Up();
+  EXPECT_EQ(Events().at(0).text,
+            "kiv: connected to b\\x1b[2J (variant 248, product 0) over unix:/x\n");
+}
+
+TEST_F(LinkWatchTest, ALineIsAnsweredWhenItsConfirmationWasHandedOver) {
+  Up();
+  Events();
+  watch.BeginLine(4);
+  Post(0x1001, 9);
+  const ViewEvent outcome = End();
+  EXPECT_EQ(outcome.line, 4u);
+  EXPECT_EQ(outcome.posts, 1u);
+  EXPECT_FALSE(outcome.answered);
+  EXPECT_FALSE(outcome.linkDown);
+  HandOver({Cnf(0x1001, 8), Cnf(0x1002, 9)});
+  EXPECT_TRUE(Events().empty());
+  HandOver({Cnf(0x1001, 9, 703)});
+  const auto events = Events();
+  ASSERT_EQ(events.size(), 1u);
+  EXPECT_EQ(events[0].kind, ViewEvent::Kind::kAnswered);
+  EXPECT_EQ(events[0].line, 4u);
+  EXPECT_TRUE(events[0].answered);
+  EXPECT_EQ(events[0].result, 703u);
+}
+
+TEST_F(LinkWatchTest, AConfirmationThatComesWhileTheLineRunsIsToldAtItsEnd) {
+  Up();
+  watch.BeginLine(1);
+  Post(5, 1);
+  Events();
+  HandOver({Cnf(5, 1)});
+  EXPECT_TRUE(Events().empty());
+  EXPECT_TRUE(End().answered);
+}
+
+TEST_F(LinkWatchTest, AnIndicationIsNoConfirmation) {
+  Up();
+  watch.BeginLine(1);
+  Post(5, 1);
+  End();
+  Events();
+  ReceivedPacket indication = Cnf(5, 1);
+  indication.isInd = 1;
+  HandOver({indication});
+  EXPECT_TRUE(Events().empty());
+}
+
+TEST_F(LinkWatchTest, ALineWithTwoPostsWaitsForBothAndKeepsTheFirstBadResult) {
+  Up();
+  watch.BeginLine(1);
+  Post(5, 1);
+  Post(6, 1);
+  EXPECT_EQ(End().posts, 2u);
+  Events();
+  HandOver({Cnf(6, 1, 700)});
+  EXPECT_TRUE(Events().empty());
+  HandOver({Cnf(5, 1, 0)});
+  EXPECT_EQ(Events().at(0).result, 700u);
+}
+
+TEST_F(LinkWatchTest, ADoubledConfirmationCountsOnce) {
+  Up();
+  watch.BeginLine(1);
+  Post(5, 1);
+  Post(5, 2);
+  End();
+  Events();
+  HandOver({Cnf(5, 1), Cnf(5, 1)});
+  EXPECT_TRUE(Events().empty());
+  HandOver({Cnf(5, 2)});
+  EXPECT_EQ(Events().size(), 1u);
+}
+
+TEST_F(LinkWatchTest, PostsThatAreNoRequestsOrNotOfTheLineAreNotWaitedFor) {
+  Up();
+  Post(1, 1);
+  watch.BeginLine(1);
+  Post(2, 1, MessageKind::kRawText);
+  std::thread([this] { Post(3, 1); }).join();
+  EXPECT_EQ(End().posts, 0u);
+  Post(4, 1);
+  ViewEvent again;
+  watch.EndLine(again);
+  EXPECT_EQ(again.posts, 0u);
+}
+
+TEST_F(LinkWatchTest, APostThatCouldNotBeWrittenIsNotWaitedFor) {
+  Up();
+  watch.BeginLine(1);
+  Post(5, 1);
+  watch.OnPostFailed(1, 5, 3207);
+  const ViewEvent outcome = End();
+  EXPECT_EQ(outcome.posts, 0u);
+  EXPECT_TRUE(outcome.linkDown);
+}
+
+TEST_F(LinkWatchTest, AnAbandonedLineIsNotAnsweredLater) {
+  Up();
+  watch.BeginLine(1);
+  Post(5, 1);
+  End();
+  watch.Abandon();
+  Events();
+  HandOver({Cnf(5, 1)});
+  EXPECT_TRUE(Events().empty());
+}
+
+TEST_F(LinkWatchTest, ALineThatBeganWithoutALinkSaysSo) {
+  watch.BeginLine(1);
+  EXPECT_TRUE(End().linkDown);
+}
+
+TEST_F(LinkWatchTest, ANoticeIsEscaped) {
+  const std::string line = "oops\x1b[0m";
+  watch.OnNotice(line.data(), line.size());
+  EXPECT_EQ(Events().at(0).text, "oops\\x1b[0m");
+}
+
+}  // namespace
+}  // namespace kiv
