@@ -1,0 +1,93 @@
+"""A device that does what a test tells it: greets, records what it receives, answers by a function."""
+
+import contextlib
+import socket
+import struct
+import threading
+
+from tests.wire import frames
+
+GREETING = struct.pack("<8sHHHHI", b"KIV-UNIT", 1, 248, 0, 0, 0x0107)
+
+
+def greeting_body(name=b"scripted", fingerprint=b""):
+    return (GREETING + bytes([len(fingerprint)]) + fingerprint + bytes([len(name)]) + name + b"\0")
+
+
+class ScriptedDevice:
+    """Listens on a Unix socket; `answer(device, head, body)` is called for each whole request.
+
+    Threads: one of its own a device; the recorded messages may be read when a test knows they are in.
+    """
+
+    def __init__(self, path, answer, name=b"scripted", fingerprint=b"", greet=True):
+        self.endpoint = f"unix:{path}"
+        self.received = []  # (head, body) of every request
+        self.greetings = 0
+        self._answer, self._name, self._fingerprint, self._greet = answer, name, fingerprint, greet
+        self._listener = socket.socket(socket.AF_UNIX)
+        self._listener.bind(str(path))
+        self._listener.listen()
+        self._connection = None
+        self._sequence = 0
+        self._closing = False
+        self._thread = threading.Thread(target=self._serve, daemon=True)
+        self._thread.start()
+
+    def close(self):
+        self._closing = True
+        with contextlib.suppress(OSError):
+            self._listener.shutdown(socket.SHUT_RDWR)
+        self.drop()
+        self._listener.close()
+        self._thread.join()
+
+    def drop(self):
+        """Cuts the connection as it is."""
+        if self._connection:
+            with contextlib.suppress(OSError):
+                self._connection.shutdown(socket.SHUT_RDWR)
+
+    def send(self, head, body=b""):
+        line, count = frames.encode_message(head, body, self._sequence)
+        self._sequence += count
+        self._connection.sendall(line)
+
+    def send_raw(self, line):
+        self._connection.sendall(line)
+
+    def confirm(self, head, body=b"", result=0):
+        self.send(frames.Head(frames.CNF, id=head.id, tag=head.tag, word16=head.word16,
+                              word32=head.word32, result=result), body)
+
+    def _serve(self):
+        while not self._closing:
+            try:
+                self._connection, _ = self._listener.accept()
+            except OSError:
+                return
+            with contextlib.suppress(OSError):
+                self._talk()
+            self._connection.close()
+
+    def _talk(self):
+        deframer = frames.Deframer()
+        body = b""
+        while True:
+            data = self._connection.recv(65536)
+            if not data:
+                return
+            for head, payload in deframer.feed(data):
+                if head.kind == frames.HELLO:
+                    self.greetings += 1
+                    if self._greet:
+                        self._sequence = 0
+                        self.send(frames.Head(frames.HELLO, tag=head.tag),
+                                  greeting_body(self._name, self._fingerprint))
+                elif head.kind == frames.KEEP_ALIVE:
+                    self.send(frames.Head(frames.KEEP_ALIVE, tag=head.tag), bytes(20))
+                else:
+                    body = payload if head.offset == 0 else body + payload
+                    if not head.flags & frames.MORE_FOLLOWS:
+                        self.received.append((head, body))
+                        self._answer(self, head, body)
