@@ -2,6 +2,7 @@
 
 #include <QCommandLineParser>
 #include <QLatin1String>
+#include <algorithm>
 
 #include "kiv_version.h"
 
@@ -35,14 +36,29 @@ void AddOptions(QCommandLineParser& parser) {
     QStringList names;
     if (row.shortName != nullptr) names << QLatin1String(row.shortName);
     names << QLatin1String(row.name);
-    parser.addOption(QCommandLineOption(names, QString::fromUtf8(row.help),
+    parser.addOption(QCommandLineOption(names, QString(),
                                         row.valueName != nullptr ? QLatin1String(row.valueName)
                                                                  : QString()));
   }
 }
 
-std::string HelpText(const QCommandLineParser& parser) {
-  return parser.helpText().toStdString() +
+// "  -c, --command LINE", the way people know it.
+std::string OptionHead(const OptionRow& row) {
+  std::string head = row.shortName != nullptr ? "  -" + std::string(row.shortName) + ", " : "      ";
+  head += "--" + std::string(row.name);
+  if (row.valueName != nullptr) head += " " + std::string(row.valueName);
+  return head;
+}
+
+std::string HelpText() {
+  constexpr std::size_t kHeadChars = 26;
+  std::string text = "Usage: kiv [options]\nText console for device diagnostics.\n\nOptions:\n";
+  for (const OptionRow& row : kOptions) {
+    std::string head = OptionHead(row);
+    head.resize(std::max(head.size() + 1, kHeadChars), ' ');
+    text += head + row.help + "\n";
+  }
+  return text +
          "\n"
          "Without -c and -f the lines are read from standard input. On a terminal, type help for the\n"
          "commands of the device and :help for the console's own words.\n"
@@ -75,7 +91,6 @@ bool NumberOf(const QCommandLineParser& parser, const char* name, std::optional<
 std::optional<int> ReadOptions(const QStringList& arguments, ConsoleOptions& options,
                                std::string& output) {
   QCommandLineParser parser;
-  parser.setApplicationDescription(QStringLiteral("Text console for device diagnostics."));
   parser.setSingleDashWordOptionMode(QCommandLineParser::ParseAsCompactedShortOptions);
   AddOptions(parser);
   const auto wrong = [&output](const std::string& reason) {
@@ -83,7 +98,7 @@ std::optional<int> ReadOptions(const QStringList& arguments, ConsoleOptions& opt
     return kWrongUsage;
   };
   if (!parser.parse(arguments)) return wrong(parser.errorText().toStdString());
-  if (parser.isSet(QStringLiteral("help"))) return output = HelpText(parser), kDone;
+  if (parser.isSet(QStringLiteral("help"))) return output = HelpText(), kDone;
   if (parser.isSet(QStringLiteral("version"))) return output = "kiv " KIV_VERSION "\n", kDone;
   if (!parser.positionalArguments().isEmpty()) {
     return wrong("unexpected argument '" + parser.positionalArguments().first().toStdString() +
