@@ -100,22 +100,25 @@ static uint32_t echo(void* context, const uint8_t* request, uint32_t request_byt
   return KIV_RESULT_OK;
 }
 
-// Shows the note before and keeps the new one; an empty text only shows.
+// Keeps the text and shows what is kept now; an empty text only shows.
 static uint32_t note(void* context, const uint8_t* request, uint32_t request_bytes,
                      kiv_writer* reply) {
   kiv_board* board = context;
   kiv_dbk_str_type_stru body;
   memset(&body, 0, sizeof body);
-  uint32_t length_bytes = 0;
-  const uint32_t read =
-      kiv_nv_read(&board->nv, kNoteItem, (uint8_t*)body.text, sizeof body.text - 1, &length_bytes);
-  if (read != KIV_RESULT_OK && read != KIV_RESULT_NO_SUCH_ITEM) return read;
   const uint32_t text_bytes = (uint32_t)strnlen((const char*)request, request_bytes);
   if (text_bytes > sizeof body.text - 1) return KIV_RESULT_BODY_LONG;
+  uint32_t result = KIV_RESULT_OK;
   if (text_bytes > 0) {
-    const uint32_t written = kiv_nv_write(&board->nv, kNoteItem, request, text_bytes);
-    if (written != KIV_RESULT_OK) return written;
+    result = kiv_nv_write(&board->nv, kNoteItem, request, text_bytes);
+    memcpy(body.text, request, text_bytes);
+  } else {
+    uint32_t length_bytes = 0;
+    result = kiv_nv_read(&board->nv, kNoteItem, (uint8_t*)body.text, sizeof body.text - 1,
+                         &length_bytes);
+    if (result == KIV_RESULT_NO_SUCH_ITEM) result = KIV_RESULT_OK;
   }
+  if (result != KIV_RESULT_OK) return result;
   kiv_write_bytes(reply, &body, sizeof body);
   return KIV_RESULT_OK;
 }

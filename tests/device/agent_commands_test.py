@@ -118,16 +118,16 @@ class Notes(CommandTest):
         self.assertEqual(len(body), 256)
         return body.rstrip(b"\0").decode()
 
-    def test_a_note_is_kept_and_the_one_before_is_shown(self):
+    def test_a_note_is_kept_and_shown(self):
         self.assertEqual(self.note(""), "")
-        self.assertEqual(self.note("first"), "")
-        self.assertEqual(self.note("second, with ä and \x07"), "first")
+        self.assertEqual(self.note("first"), "first")
+        self.assertEqual(self.note("second, with ä and \x07"), "second, with ä and \x07")
         self.assertEqual(self.note(""), "second, with ä and \x07")
         self.restart()
         self.assertEqual(self.note(""), "second, with ä and \x07")
 
     def test_the_longest_note_has_255_bytes(self):
-        self.assertEqual(self.note("n" * 255), "")
+        self.assertEqual(self.note("n" * 255), "n" * 255)
         self.assertEqual(self.note(""), "n" * 255)
         self.assertEqual(self.result(NOTE, b"m" * 256), 702)
         self.assertEqual(self.result(NOTE, b"m" * 260), 702)

@@ -10,6 +10,11 @@ from bench import KIV, BenchCase, wait_for
 from scripted_device import ScriptedDevice
 
 
+def echo(value):
+    """A line that comes back with `value` in its first row."""
+    return f"echo_all {value},,,,,,,,,,[],[],[],[],[],[],[]"
+
+
 class Reader:
     """Collects a stream in the background, so that a test can wait for a text in it."""
 
@@ -30,7 +35,6 @@ class Reader:
 class LinkLoss(BenchCase):
     def console(self, link, *arguments):
         process = self.start([KIV, "--link", link, *arguments])
-        self.addCleanup(lambda: None)
         return process, Reader(process.stdout), Reader(process.stderr)
 
     def type(self, process, line):
@@ -103,15 +107,15 @@ class LinkLoss(BenchCase):
         agent, link = self.agent()
         path = pathlib.Path(link.removeprefix("unix:"))
         process, out, err = self.console(link)
-        self.type(process, "echo_all 1")
-        out.wait(r"u8_value +", 2)
+        self.type(process, echo(1))
+        out.wait(r"u8_value += 1 ", 2)
         os.killpg(agent.pid, signal.SIGKILL)
         agent.wait()
         err.wait("kiv: not connected: ")
         path.unlink(missing_ok=True)
         self.agent_at(path)
         err.wait("kiv: connected to ", 2)
-        self.type(process, "echo_all 2")
+        self.type(process, echo(2))
         out.wait(r"u8_value += 2 ", 2)
         process.stdin.close()
         self.assertEqual(process.wait(timeout=60), 0)
@@ -119,13 +123,13 @@ class LinkLoss(BenchCase):
     def test_a_child_that_was_killed_is_started_again(self):
         import subprocess
         process, out, err = self.console(self.child())
-        self.type(process, "echo_all 1")
-        out.wait(r"u8_value +", 2)
+        self.type(process, echo(1))
+        out.wait(r"u8_value += 1 ", 2)
         children = subprocess.run(["pgrep", "-P", str(process.pid)], capture_output=True, check=False,
                                   text=True).stdout.split()
         os.kill(int(children[0]), signal.SIGKILL)
         err.wait("kiv: connected to ", 2)
-        self.type(process, "echo_all 3")
+        self.type(process, echo(3))
         out.wait(r"u8_value += 3 ", 2)
         process.stdin.close()
         self.assertEqual(process.wait(timeout=60), 0)
