@@ -1,0 +1,66 @@
+// A typed line through the whole facade, and its own bytes back as a confirmation and an
+// indication.
+//
+// The first byte switches display, connection and post result; the rest is the line in UTF-8. After
+// each line the pool holds as many blocks as before it.
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <string>
+#include <string_view>
+
+#include "platform/base/bench_setup.h"
+#include "platform/bounded/pool.h"
+#include "platform/text/qc_string.h"
+#include "svckiv/svc_kiv.h"
+#include "tests/fakes/platform_seam.h"
+
+namespace {
+
+using SvcKivSpace::SvcKiv;
+
+// Nothing is written: the directories cannot be made and the log has nowhere to go.
+bool StartOnce() {
+  static const bool started = [] {
+    bench::Setup setup;
+    setup.catalogue = QCString::FromUtf8(KIV_TEST_CATALOGUE);
+    setup.configDir = QCString(L"/dev/null/kiv-fuzz");
+    setup.dataDir = QCString(L"/dev/null/kiv-fuzz");
+    bench::SetSetup(setup);
+    SvcKiv::Start();
+    return true;
+  }();
+  return started;
+}
+
+void Switch(std::uint8_t flags) {
+  fake::ResetSeam();
+  SvcKiv::SetHexadecimalFlag((flags & 1) != 0);
+  SvcKiv::SetUEConnectStatus((flags & 2) != 0 ? 0 : 1);
+  SvcKiv().SetIsEnableInstantInd((flags & 4) != 0);
+  fake::SetDeviceThere((flags & 8) == 0);
+  fake::SetPostStatus((flags & 16) != 0 ? 9 : 0);
+}
+
+void Check(bool holds) {
+  if (!holds) std::abort();
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  if (size == 0 || !StartOnce()) return 0;
+  Switch(data[0]);
+  const QCString line =
+      QCString::FromUtf8(std::string_view(reinterpret_cast<const char*>(data + 1), size - 1));
+  const std::uint64_t blocks = pool::LiveBlocks();
+  QCString reply(L"<untouched>");
+  SvcKiv::GetDiagCmdResponse(line.c_str(), reply);
+  Check(!(reply == L"<untouched>"));  // there is no channel that could take the line
+  for (const fake::Post& post : fake::Posts()) {
+    fake::DeliverCnf(post.cmdId, post.body);
+    fake::DeliverInd(post.cmdId, post.body);
+  }
+  Check(pool::LiveBlocks() == blocks);
+  return 0;
+}
