@@ -4,6 +4,8 @@
 #include "platform/devlink/link_observer.h"
 #include "tests/fakes/seam_state.h"
 
+namespace devlink {
+
 // State of one client, and the way in for packets.
 class LinkEngine {
  public:
@@ -24,6 +26,10 @@ class LinkEngine {
     client.engine_->connected = connected;
   }
 };
+
+}  // namespace devlink
+
+using devlink::LinkEngine;
 
 namespace {
 
@@ -51,7 +57,7 @@ std::uint32_t Record(CLinkClient& client, fake::Post post) {
 }  // namespace
 
 CLinkClient::CLinkClient(std::int64_t word, const wchar_t* name)
-    : name_(name), engine_(std::make_unique<LinkEngine>()) {
+    : name_(name), engine_(std::make_shared<LinkEngine>()) {
   fake::Step("CLinkClient", std::to_string(word) + ", " + name_.ToUtf8());
 }
 
