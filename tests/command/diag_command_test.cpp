@@ -1,6 +1,7 @@
 // A diagnostic command from the typed line to the post: bodies, routes, sequence numbers, replies.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -35,12 +36,12 @@ Post Plain(std::uint32_t cmdId, Body body, std::uint16_t tag, std::uint32_t word
 
 // Head of a wrapped packet with its body.
 Body Wrapped(std::uint8_t sequence, std::uint16_t cmdId, const Body& route, const Body& data) {
-  Body packet(36);
+  Body packet(36 + data.size());
   packet[0] = sequence;
   packet[8] = static_cast<std::uint8_t>(cmdId);
   packet[9] = static_cast<std::uint8_t>(cmdId >> 8);
   std::copy(route.begin(), route.end(), packet.begin() + 12);
-  packet.insert(packet.end(), data.begin(), data.end());
+  std::copy(data.begin(), data.end(), packet.begin() + 36);
   return packet;
 }
 
