@@ -72,7 +72,7 @@ TEST(DiagCommand, WithoutRequestPostsAnEmptyBody) {
 TEST(DiagCommand, FillsNestedStructures) {
   ModuleBench bench;
   EXPECT_EQ(bench.Run(L"set_nested {1,{2,3}}"),
-            Input(L".lead    = 1 \n.pair    =  \n..left   = 2 \n..right  = 3 \n"));
+            Input(L".lead   = 1 \n.pair   =  \n..left  = 2 \n..right = 3 \n"));
   EXPECT_EQ(fake::Posts(), Posts{Plain(0x1002, {1, 2, 3}, 1)});
 }
 
@@ -328,17 +328,25 @@ TEST(DiagCommand, SurvivesEveryFailingAllocation) {
   EXPECT_EQ(bench.Run(line), kInput123);
 }
 
-TEST(DiagCommand, AnEncodingWithoutMemoryUsesNoNumber) {
+// The first block that a command takes is its tree, the second its body.
+TEST(DiagCommand, WithoutMemoryForItsTreeIsToldAsNotFound) {
   ModuleBench bench;
-  bench.Run(L"set_values 1,2,3");
-  const std::uint16_t number = bench.Controller().GetSequenceNumber();
   pool::FailNth(1);
+  EXPECT_EQ(bench.Run(L"set_values 1,2,3"),
+            L"*** Failed to find valid packet (id=0x1001, ret=500). Maybe the parameter is invalid "
+            L"or the ID does not exist. \n");
+  pool::FailNth(0);
+}
+
+TEST(DiagCommand, WithoutMemoryForItsBodyUsesNoNumber) {
+  ModuleBench bench;
+  pool::FailNth(2);
   EXPECT_EQ(bench.Run(L"set_values 1,2,3"),
             kInput123 +
                 L"*** Failed to execute diag command. Build diag command packet error. "
                 L"ErrNum =500\n");
   pool::FailNth(0);
-  EXPECT_EQ(bench.Controller().GetSequenceNumber(), number);
+  EXPECT_EQ(bench.Controller().GetSequenceNumber(), 0);
 }
 
 TEST(DiagCommand, ReleasesItsBodyOnEveryPath) {

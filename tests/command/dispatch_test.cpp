@@ -98,9 +98,7 @@ TEST(Dispatch, ListsHelpWordsThenTheCatalogueByAscendingId) {
 }
 
 TEST(Dispatch, KeepsTheHelpWordsWhenTheCatalogueCannotBeRead) {
-  kivtest::CoreApplication();
-  fake::ResetSeam();
-  ModuleBench bench({.start = false});
+  ModuleBench bench;
   fake::FailStep("EnumCommands", 51);
   kivtest::TraceEar traces;
   bench.App().ReloadDb();

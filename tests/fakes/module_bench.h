@@ -11,6 +11,7 @@
 #include <QString>
 #include <QTemporaryDir>
 #include <cstdint>
+#include <cstdio>
 #include <fstream>
 #include <memory>
 #include <mutex>
@@ -29,8 +30,17 @@
 
 namespace kivtest {
 
-// The one QCoreApplication of a test program: timers and queued calls need it.
+// Drops debug traces of category "default" (they are still built) and passes everything else on.
+inline void DropTraces(QtMsgType type, const QMessageLogContext& context, const QString& text) {
+  if (type == QtDebugMsg && std::string(context.category) == "default") return;
+  std::fprintf(stderr, "%s\n", text.toUtf8().constData());
+}
+
+// The one QCoreApplication of a test program: timers and queued calls need it. Traces are dropped
+// from here on unless a TraceEar listens.
 inline QCoreApplication& CoreApplication() {
+  static const bool quiet = (qInstallMessageHandler(&DropTraces), true);
+  static_cast<void>(quiet);
   static int argc = 1;
   static char name[] = "test";
   static char* argv[] = {name, nullptr};

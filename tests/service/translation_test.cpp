@@ -87,7 +87,12 @@ TEST_F(Translation, MarksTheInputDisplayAndEachFailureOfAPost) {
   EXPECT_EQ(bench.Run(L"ping"),
             input + Marked(L"*** Failed to execute diag command. Connect UE before using any "
                            L"commands.\n"));
+  // The first block that a command takes is its tree, the second its body.
   pool::FailNth(1);
+  EXPECT_EQ(bench.Run(L"ping"),
+            Marked(L"*** Failed to find valid packet (id=0x1004, ret=500). Maybe the parameter is "
+                   L"invalid or the ID does not exist. \n"));
+  pool::FailNth(2);
   EXPECT_EQ(bench.Run(L"ping"),
             input + Marked(L"*** Failed to execute diag command. Build diag command packet error. "
                            L"ErrNum =500\n"));
