@@ -3,6 +3,7 @@
 //
 // The first byte switches display, connection and post result; the rest is the line in UTF-8. After
 // each line the pool holds as many blocks as before it.
+#include <QtGlobal>
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
@@ -19,9 +20,13 @@ namespace {
 
 using SvcKivSpace::SvcKiv;
 
+// Traces are built, and go nowhere.
+void Drop(QtMsgType, const QMessageLogContext&, const QString&) {}
+
 // Nothing is written: the directories cannot be made and the log has nowhere to go.
 bool StartOnce() {
   static const bool started = [] {
+    qInstallMessageHandler(&Drop);
     bench::Setup setup;
     setup.catalogue = QCString::FromUtf8(KIV_TEST_CATALOGUE);
     setup.configDir = QCString(L"/dev/null/kiv-fuzz");

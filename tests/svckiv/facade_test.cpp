@@ -136,7 +136,7 @@ TEST_F(Facade, SetsItsFlagsThroughAnyInstance) {
   SvcKiv::SetHexadecimalFlag(true);
   SvcKiv::Start();
   SvcKiv::SetUEConnectStatus(1);
-  EXPECT_NE(Run(L"nv_read 255").find(L"0xff"), std::wstring::npos);
+  EXPECT_NE(Run(L"nv_read 255").find(L".item = 0x00ff \n"), std::wstring::npos);
 }
 
 TEST_F(Facade, EndsCleanlyWhenTheHostForgetsToStop) {
