@@ -10,22 +10,13 @@
 #include <vector>
 
 #include "tests/fakes/module_bench.h"
+#include "tests/service/queued_view.h"
 
 namespace {
 
+using kivtest::QueuedView;
 using SvcKivSpace::SvcKivMessage;
 using SvcKivSpace::SvcKivMsgType;
-
-// Old-style connections name the slot as a text, so the receiver needs a meta-object.
-class View : public QObject {
-  Q_OBJECT
-
- public:
-  std::vector<std::pair<int, void*>> got;
-
- public Q_SLOTS:
-  void Take(SvcKivMsgType kind, void* payload) { got.emplace_back(kind, payload); }
-};
 
 int g_payload = 0;
 
@@ -90,8 +81,8 @@ TEST(SvcKivMessage, SendsEachKindOnceWithItsPayloadInTheCallersThread) {
 TEST(SvcKivMessage, ReachesAQueuedViewOfTheNewConnectStyle) {
   kivtest::CoreApplication();
   SvcKivMessage message;
-  View view;
-  ASSERT_TRUE(QObject::connect(&message, &SvcKivMessage::SvcHandleMessage, &view, &View::Take,
+  QueuedView view;
+  ASSERT_TRUE(QObject::connect(&message, &SvcKivMessage::SvcHandleMessage, &view, &QueuedView::Take,
                                Qt::QueuedConnection));
   message.SVCSendMessage(SvcKivSpace::kAt, &g_payload);
   EXPECT_TRUE(view.got.empty());
@@ -103,7 +94,7 @@ TEST(SvcKivMessage, ReachesAQueuedViewOfTheNewConnectStyle) {
 TEST(SvcKivMessage, ReachesAQueuedViewOfTheOldConnectStyle) {
   kivtest::CoreApplication();
   SvcKivMessage message;
-  View view;
+  QueuedView view;
   ASSERT_TRUE(QObject::connect(&message, SIGNAL(SvcHandleMessage(SvcKivMsgType, void*)), &view,
                                SLOT(Take(SvcKivMsgType, void*)), Qt::QueuedConnection));
   message.SVCSendMessage(SvcKivSpace::kShell, nullptr);
@@ -124,5 +115,3 @@ TEST(SvcKivMessage, HasTheKindsThatHostsCountOn) {
 }
 
 }  // namespace
-
-#include "svc_kiv_message_test.moc"
