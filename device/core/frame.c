@@ -7,9 +7,21 @@
 
 enum { kFlag = 0x7E, kEscape = 0x7D, kEscapeXor = 0x20 };
 
+// Not 0 when one of the eight bytes is `byte`; says nothing of which.
+static uint64_t has_byte(uint64_t eight, uint8_t byte) {
+  const uint64_t ones = UINT64_C(0x0101010101010101);
+  const uint64_t zero_where_equal = eight ^ (ones * byte);
+  return (zero_where_equal - ones) & ~zero_where_equal & (ones << 7);
+}
+
 // How many bytes from the front are neither flag nor escape.
 static uint32_t plain_run(const uint8_t* bytes, uint32_t length_bytes) {
   uint32_t n = 0;
+  for (; length_bytes - n >= sizeof(uint64_t); n += (uint32_t)sizeof(uint64_t)) {
+    uint64_t eight;
+    memcpy(&eight, bytes + n, sizeof eight);
+    if ((has_byte(eight, kFlag) | has_byte(eight, kEscape)) != 0) break;
+  }
   while (n < length_bytes && bytes[n] != kFlag && bytes[n] != kEscape) ++n;
   return n;
 }

@@ -1,6 +1,7 @@
 // Frames and messages of the agent's core: good ones in any pieces, and bad ones.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <random>
 
 #include "device/core/crc32.h"
@@ -37,6 +38,49 @@ TEST(Crc32, OfTheCheckTextIsTheKnownValue) {
   EXPECT_EQ(~kiv_crc32_run(KIV_CRC32_START, bytes, 9), 0xCBF43926u);
   const uint8_t with[] = {'1', '2', '3', '4', '5', '6', '7', '8', '9', 0x26, 0x39, 0xF4, 0xCB};
   EXPECT_EQ(kiv_crc32_run(KIV_CRC32_START, with, sizeof with), KIV_CRC32_GOOD);
+}
+
+// The same, bit by bit.
+uint32_t SlowCrc(uint32_t crc, const uint8_t* bytes, size_t length) {
+  for (size_t i = 0; i < length; ++i) {
+    crc ^= bytes[i];
+    for (int bit = 0; bit < 8; ++bit) crc = (crc >> 1) ^ ((crc & 1) != 0 ? 0xEDB88320u : 0);
+  }
+  return crc;
+}
+
+TEST(Crc32, IsTheSameHoweverTheRunIsCut) {
+  std::mt19937 random(5);
+  Bytes bytes(4000);
+  for (uint8_t& byte : bytes) byte = static_cast<uint8_t>(random());
+  for (uint32_t length = 0; length < 70; ++length) {
+    for (uint32_t at = 0; at < 9; ++at) {
+      const uint32_t first = kiv_crc32_run(KIV_CRC32_START, bytes.data(), at);
+      EXPECT_EQ(kiv_crc32_run(first, bytes.data() + at, length),
+                SlowCrc(KIV_CRC32_START, bytes.data(), at + length));
+    }
+  }
+  EXPECT_EQ(kiv_crc32_run(7, bytes.data(), 4000), SlowCrc(7, bytes.data(), 4000));
+}
+
+TEST(Frame, EscapesFlagAndEscapeAtEachPlaceAndNothingElse) {
+  const kiv_head head = HeadOf(KIV_RAW, 1, 1, 1);
+  for (size_t place = 0; place < 40; ++place) {
+    for (int value = 0; value < 256; ++value) {
+      Bytes body(40, 'x');
+      body[place] = static_cast<uint8_t>(value);
+      const Bytes line = EncodeMessage(head, body);
+      const Bytes content(line.begin() + 1, line.end() - 1);
+      EXPECT_EQ(std::count(content.begin(), content.end(), kFlag), 0);
+      LineRecorder recorder(KIV_SIDE_HOST);
+      recorder.SkipGreeting(1);
+      recorder.Feed(line);
+      ASSERT_EQ(recorder.messages.size(), 1u) << place << ' ' << value;
+      ASSERT_EQ(recorder.messages[0].body, body) << place << ' ' << value;
+      const bool escaped = value == kFlag || value == kEscape;
+      EXPECT_EQ(line[1 + KIV_HEAD_BYTES + place], escaped ? kEscape : value);
+    }
+  }
 }
 
 TEST(Frame, ThatDoesNotFitIsNotWritten) {
