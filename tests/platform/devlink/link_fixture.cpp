@@ -1,9 +1,5 @@
 #include "tests/platform/devlink/link_fixture.h"
 
-#include <stdlib.h>
-
-#include <random>
-
 #include "platform/base/bench_setup.h"
 
 namespace linktest {
@@ -95,8 +91,6 @@ bool Record::WaitForPackets(std::size_t count) {
 }
 
 LinkTest::LinkTest() {
-  std::string pattern = (std::filesystem::temp_directory_path() / "kivlink-XXXXXX").string();
-  directory_ = ::mkdtemp(pattern.data());
   timing_.firstPause = devlink::Milliseconds(10);
   timing_.longestPause = devlink::Milliseconds(80);
   devlink::SetLinkObserver(&record_);
@@ -107,15 +101,14 @@ LinkTest::~LinkTest() {
   Stop();
   devlink::SetLinkObserver(nullptr);
   devlink::SetLinkTiming(devlink::LinkTiming());
-  std::filesystem::remove_all(directory_);
 }
 
 void LinkTest::SetEndpoint(const std::string& endpoint) {
   bench::Setup setup;
   setup.endpoint = QCString::FromUtf8(endpoint);
   setup.catalogue = QCString::FromUtf8(Path("no-catalogue"));
-  setup.configDir = QCString::FromUtf8(directory_.string());
-  setup.dataDir = QCString::FromUtf8(directory_.string());
+  setup.configDir = QCString::FromUtf8(directory_.path());
+  setup.dataDir = QCString::FromUtf8(directory_.path());
   bench::SetSetup(setup);
 }
 
@@ -136,22 +129,6 @@ void LinkTest::Connect(TestDevice::Script script) {
 
 std::uint32_t LinkTest::Post(std::uint32_t id, const Bytes& body, std::uint16_t tag) {
   return client_->PostCmd(id, body.data(), static_cast<std::uint32_t>(body.size()), tag, 0, 0);
-}
-
-Bytes Noise(std::size_t countBytes, std::uint32_t seed) {
-  std::minstd_rand random(seed);
-  Bytes bytes(countBytes);
-  for (auto& byte : bytes) byte = static_cast<std::uint8_t>(random() >> 8);
-  return bytes;
-}
-
-double SweepFactor() {
-  const char* const set = ::getenv("KIV_SWEEP");
-  const std::string sweep = set != nullptr ? set : "short";
-  if (sweep == "full") return 1;
-  if (sweep == "short" || sweep.empty()) return 0.1;
-  if (sweep == "torture") return 10;
-  return std::stod(sweep);
 }
 
 }  // namespace linktest

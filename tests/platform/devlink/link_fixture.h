@@ -9,7 +9,6 @@
 
 #include <chrono>
 #include <condition_variable>
-#include <filesystem>
 #include <functional>
 #include <memory>
 #include <mutex>
@@ -21,7 +20,9 @@
 #include "platform/devlink/link_observer.h"
 #include "platform/devlink/link_timing.h"
 #include "tests/platform/devlink/naive_frames.h"
+#include "tests/platform/devlink/noise.h"
 #include "tests/platform/devlink/test_device.h"
+#include "tests/support/temp_dir.h"
 
 namespace linktest {
 
@@ -101,7 +102,7 @@ class LinkTest : public testing::Test {
   LinkTest();
   ~LinkTest() override;
 
-  std::string Path(const std::string& name) const { return (directory_ / name).string(); }
+  std::string Path(const std::string& name) const { return directory_.File(name); }
   // What the link will connect to.
   void SetEndpoint(const std::string& endpoint);
   // Makes the client and starts it.
@@ -116,17 +117,11 @@ class LinkTest : public testing::Test {
 
   std::uint32_t Post(std::uint32_t id, const Bytes& body, std::uint16_t tag = 0);
 
-  std::filesystem::path directory_;
+  const kivtest::TempDir directory_;
   devlink::LinkTiming timing_;  // short; set by Start
   Record record_;
   std::unique_ptr<TestDevice> device_;
   std::unique_ptr<RecordingClient> client_;
 };
-
-// `countBytes` bytes that look like noise, the same for the same seed.
-Bytes Noise(std::size_t countBytes, std::uint32_t seed = 1);
-
-// KIV_SWEEP: "full" 1, "short" (and unset) 0.1, "torture" 10, or a number.
-double SweepFactor();
 
 }  // namespace linktest
