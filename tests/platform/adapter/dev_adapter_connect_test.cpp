@@ -62,9 +62,8 @@ TEST_F(Adapter, SendsOneLineTestAndWaitsForItsAnswer) {
   const Bytes test = Test();
   EXPECT_EQ(adapter_.TestServerResponse(test.data(), test.size()), 0ul);
   EXPECT_EQ(GetLinkCounters().testAnswers - before.testAnswers, 1u);
-  EXPECT_THAT(record_.With([&] { return record_.taps; }),
-              ElementsAre("> 1 0 1", "< 1 0 1", "> 6 1 1", "< 6 1 0", "< 6 1 1"));
-  EXPECT_TRUE(record_.packets.empty());  // a client does not see it
+  EXPECT_THAT(Taps(), ElementsAre("> 1 0 1", "< 1 0 1", "> 6 1 1", "< 6 1 0", "< 6 1 1"));
+  EXPECT_TRUE(Packets().empty());  // a client does not see it
   device_.reset();
   ASSERT_EQ(seen.size(), 1u);
   EXPECT_EQ(seen[0].payload, test);

@@ -61,6 +61,7 @@ class Record : public devlink::LinkObserver {
   bool WaitForState(const std::string& state);
   bool WaitForPackets(std::size_t count);
 
+  // To be read under the lock (Wait, With) or behind a stop.
   std::vector<std::string> states;
   std::optional<devlink::PeerInfo> peer;
   std::vector<std::string> notices;
@@ -114,6 +115,17 @@ class LinkTest : public testing::Test {
   void Stop();
   // Starts a device with this script and a client connected to it.
   void Connect(TestDevice::Script script);
+
+  // What was recorded so far.
+  std::vector<std::string> States() {
+    return record_.With([&] { return record_.states; });
+  }
+  std::vector<std::string> Taps() {
+    return record_.With([&] { return record_.taps; });
+  }
+  std::vector<Packet> Packets() {
+    return record_.With([&] { return record_.packets; });
+  }
 
   std::uint32_t Post(std::uint32_t id, const Bytes& body, std::uint16_t tag = 0);
 

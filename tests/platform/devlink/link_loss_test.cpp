@@ -51,7 +51,7 @@ TEST_F(LinkLoss, ADeviceThatClosesIsToldAndTheLinkComesBack) {
     AnswerAll(end);
   });
   ComesBack();
-  EXPECT_THAT(record_.states, LostOnce("the device closed the link"));
+  EXPECT_THAT(States(), LostOnce("the device closed the link"));
 }
 
 TEST_F(LinkLoss, ASilentDeviceIsGivenUpAndTheLinkComesBack) {
@@ -65,7 +65,7 @@ TEST_F(LinkLoss, ASilentDeviceIsGivenUpAndTheLinkComesBack) {
     AnswerAll(end);
   });
   ComesBack();
-  EXPECT_THAT(record_.states, LostOnce("the device has not answered for 0.25 s"));
+  EXPECT_THAT(States(), LostOnce("the device has not answered for 0.25 s"));
 }
 
 TEST_F(LinkLoss, ADeviceThatOnlyAnswersProbesIsKept) {
@@ -78,7 +78,7 @@ TEST_F(LinkLoss, ADeviceThatOnlyAnswersProbesIsKept) {
   ASSERT_TRUE(record_.Wait([&] {
     return GetLinkCounters().messagesIn - before.messagesIn >= 11;
   }) || GetLinkCounters().messagesIn - before.messagesIn >= 11);
-  EXPECT_THAT(record_.states, ElementsAre("connecting", "connected"));
+  EXPECT_THAT(States(), ElementsAre("connecting", "connected"));
 }
 
 TEST_F(LinkLoss, ADeviceCutInMidFrameIsToldAndTheFrameIsNotHandedOver) {
@@ -96,8 +96,8 @@ TEST_F(LinkLoss, ADeviceCutInMidFrameIsToldAndTheFrameIsNotHandedOver) {
     AnswerAll(end);
   });
   ComesBack();
-  EXPECT_THAT(record_.states, LostOnce("the device closed the link"));
-  EXPECT_EQ(record_.packets.size(), 1u);
+  EXPECT_THAT(States(), LostOnce("the device closed the link"));
+  EXPECT_EQ(Packets().size(), 1u);
 }
 
 // Connection n is cut behind n bytes of the greeting and what follows, so that each cut is met
@@ -125,7 +125,7 @@ TEST_F(LinkLoss, ACutAtAnyPlaceOfTheDevicesBytesGivesNoWrongPacket) {
   StartAt("unix:" + Path("s"));
   ASSERT_TRUE(record_.WaitForPackets(1));
   EXPECT_EQ(device_->Connections(), lengthBytes + 1);
-  EXPECT_EQ(record_.packets, (std::vector<Packet>{{0x2001, 0, 1, ind.payload, 0, 0, 0}}));
+  EXPECT_EQ(Packets(), (std::vector<Packet>{{0x2001, 0, 1, ind.payload, 0, 0, 0}}));
 }
 
 TEST_F(LinkLoss, AReplacedDeviceIsFoundAndItsNameTold) {
@@ -167,7 +167,7 @@ TEST_F(LinkLoss, AnAbsentDeviceIsLookedForWithGrowingPausesAndToldOnce) {
   while (GetLinkCounters().attempts - attemptsBefore < 8) ::usleep(1000);
   EXPECT_GE(std::chrono::steady_clock::now() - begin, Milliseconds(390));
   EXPECT_LT(ProcessCpuSeconds() - cpuBefore, 0.3);
-  EXPECT_THAT(record_.With([&] { return record_.states; }),
+  EXPECT_THAT(States(),
               ElementsAre("connecting", "disconnected: cannot connect to \"unix:" + Path("nobody") +
                                             "\": No such file or directory"));
 }
@@ -256,7 +256,7 @@ TEST_F(LinkLoss, TimeInWhichTheViewKeepsTheThreadDoesNotCount) {
   ASSERT_TRUE(record_.WaitForPackets(1));
   Post(1, {}, 2);
   ASSERT_TRUE(record_.WaitForPackets(2));
-  EXPECT_THAT(record_.With([&] { return record_.states; }), ElementsAre("connecting", "connected"));
+  EXPECT_THAT(States(), ElementsAre("connecting", "connected"));
 }
 
 // --- The greeting.
@@ -328,7 +328,7 @@ TEST_F(LinkLoss, TheAnswerToAnEarlierHelloIsNotTaken) {
   EXPECT_EQ(record_.With([&] { return record_.peer->agentName; }), "board");
   EXPECT_EQ(Post(1, {}, 2), 0u);
   ASSERT_TRUE(record_.WaitForPackets(1));
-  EXPECT_EQ(record_.packets[0].tag, 2);
+  EXPECT_EQ(Packets()[0].tag, 2);
 }
 
 // --- Losses are counted and told.
