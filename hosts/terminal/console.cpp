@@ -108,7 +108,7 @@ int Console::RunInteractive() {
 
 bool Console::WaitForLink() {
   const auto deadline = Clock::now() + std::chrono::milliseconds(options_.waitMs);
-  while (!watch_.IsUp()) {
+  while (!connected_) {
     if (Clock::now() >= deadline) {
       ShowAll();
       Say(NotConnectedText(endpoint_, options_.waitMs, lastReason_));
@@ -116,7 +116,6 @@ bool Console::WaitForLink() {
     }
     if (!WaitForEvent(deadline, false)) return false;
   }
-  ShowAll();
   return true;
 }
 
@@ -224,13 +223,14 @@ void Console::Show(const ViewEvent& event) {
       Say("link: " + event.text + "\n");
       break;
     case ViewEvent::Kind::kConnected:
+      connected_ = true;
       lastReason_.clear();
       connectedText_ = event.text;
       Say(event.text);
       break;
     case ViewEvent::Kind::kDisconnected:
-      if (!connectedText_.empty()) lostEpoch_ = event.epoch;
-      connectedText_.clear();
+      if (connected_) lostEpoch_ = event.epoch;
+      connected_ = false;
       // A device that stays away gives the same reason at each attempt: it is told once. A batch that has
       // not begun tells it in its last line.
       if (event.text != lastReason_ && (interactive_ || lineNumber_ > 0)) {
@@ -279,7 +279,7 @@ void Console::WordHelp() {
 }
 
 void Console::WordLink() {
-  Write(connectedText_.empty() ? DisconnectedText(lastReason_) : connectedText_);
+  Write(connected_ ? connectedText_ : DisconnectedText(lastReason_));
 }
 
 void Console::WordQuit() { ended_ = true; }

@@ -80,6 +80,7 @@ class Console {
   std::uint64_t lineNumber_ = 0;
   std::optional<ViewEvent> answered_;      // kAnswered of the line that is waited for
   std::uint64_t lostEpoch_ = 0;            // epoch of the last loss of the link
+  bool connected_ = false;  // by the events shown so far
   std::string connectedText_;
   std::string lastReason_;                 // why the link is not up
 };

@@ -22,6 +22,7 @@ void LinkWatch::BeginLine(std::uint64_t line) {
   runner_ = std::this_thread::get_id();
   collecting_ = true;
   line_ = line;
+  lineEpoch_ = epoch_;
   posts_.clear();
   open_ = 0;
   linkDown_ = !up_;
@@ -34,7 +35,7 @@ void LinkWatch::Describe(ViewEvent& event) const {
   event.answered = !posts_.empty() && open_ == 0;
   event.result = result_;
   event.linkDown = linkDown_;
-  event.epoch = epoch_;
+  event.epoch = lineEpoch_;
 }
 
 void LinkWatch::EndLine(ViewEvent& outcome) {
@@ -47,11 +48,6 @@ void LinkWatch::Abandon() {
   const std::lock_guard lock(mutex_);
   posts_.clear();
   open_ = 0;
-}
-
-bool LinkWatch::IsUp() const {
-  const std::lock_guard lock(mutex_);
-  return up_;
 }
 
 void LinkWatch::OnState(const devlink::StateChange& change) {
@@ -88,6 +84,7 @@ void LinkWatch::OnMessage(const devlink::TapMessage& message) {
   if (!collecting_ || std::this_thread::get_id() != runner_) return;
   posts_.push_back({message.cmdId, message.tag, false});
   ++open_;
+  lineEpoch_ = epoch_;
 }
 
 void LinkWatch::OnPostFailed(std::uint16_t tag, std::uint32_t cmdId, std::uint32_t status) {

@@ -32,7 +32,6 @@ class LinkWatch final : public devlink::LinkObserver {
   void EndLine(ViewEvent& outcome);
   // The line is not waited for any more.
   void Abandon();
-  bool IsUp() const;
 
   void OnState(const devlink::StateChange& change) override;
   void OnNotice(const char* line, std::size_t lengthBytes) override;
@@ -60,6 +59,7 @@ class LinkWatch final : public devlink::LinkObserver {
   bool up_ = false;
   std::uint64_t epoch_ = 0;  // changes of up_ so far
   std::uint64_t line_ = 0;
+  std::uint64_t lineEpoch_ = 0;  // when the line's last post was made: a later loss is the line's
   std::vector<Post> posts_;
   std::size_t open_ = 0;
   bool linkDown_ = false;

@@ -38,7 +38,7 @@ struct ViewEvent {
   std::uint32_t posts = 0;    // requests posted, of which the device confirms each
   bool answered = false;      // all of them are confirmed
   std::uint32_t result = 0;   // first confirmation result that is not 0
-  std::uint64_t epoch = 0;    // how often the link's state had changed by then
+  std::uint64_t epoch = 0;    // changes of the link's state: so far, or before the line's last post
 };
 
 class ViewQueue {

@@ -50,10 +50,8 @@ class LinkWatchTest : public testing::Test {
 };
 
 TEST_F(LinkWatchTest, TellsTheModuleOncePerChangeAndTheUserWhatItIsConnectedTo) {
-  EXPECT_FALSE(watch.IsUp());
   watch.OnState({LinkState::kConnecting, nullptr, ""});
   Up();
-  EXPECT_TRUE(watch.IsUp());
   Down("the device went away");
   Down("the device went away");
   EXPECT_EQ(told, (std::vector<bool>{true, false}));
@@ -187,6 +185,26 @@ TEST_F(LinkWatchTest, AnAbandonedLineIsNotAnsweredLater) {
 TEST_F(LinkWatchTest, ALineThatBeganWithoutALinkSaysSo) {
   watch.BeginLine(1);
   EXPECT_TRUE(End().linkDown);
+}
+
+TEST_F(LinkWatchTest, ALossBetweenPostAndEndOfTheLineIsTheLines) {
+  Up();
+  watch.BeginLine(1);
+  Post(5, 1);
+  Down();
+  const ViewEvent outcome = End();
+  EXPECT_EQ(outcome.posts, 1u);
+  EXPECT_GT(Events().back().epoch, outcome.epoch);
+}
+
+TEST_F(LinkWatchTest, ALossBeforeThePostIsNotTheLines) {
+  Up();
+  watch.BeginLine(1);
+  Down();
+  Up();
+  Post(5, 1);
+  const ViewEvent outcome = End();
+  EXPECT_EQ(Events().back().epoch, outcome.epoch);
 }
 
 TEST_F(LinkWatchTest, ANoticeIsEscaped) {
