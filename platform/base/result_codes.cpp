@@ -19,8 +19,6 @@ constexpr Entry kTable[] = {
     {kFileUnusable, "file_unusable", L"file cannot be opened"},
     {kNoMemory, "no_memory", L"not enough memory"},
     {kNotConnected, "not_connected", L"not connected"},
-    {kNotADevice, "not_a_device", L"the peer is not a device"},
-    {kLinkDropped, "link_dropped", L"the link was dropped while sending"},
     {kCatalogueDamaged, "catalogue_damaged", L"the catalogue file is damaged"},
     {kNoSuchCommand, "no_such_command", L"the catalogue has no such command"},
     {kBodySize, "body_size", L"the size is not that of the structure"},
