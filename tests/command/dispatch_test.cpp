@@ -55,6 +55,16 @@ TEST(Dispatch, AnswersNothingToAnEmptyWord) {
   EXPECT_EQ(bench.Run(static_cast<const wchar_t*>(nullptr)), L"");
 }
 
+TEST(Dispatch, LeavesNothingOfTheReplyBefore) {
+  ModuleBench bench;
+  const std::wstring ping = bench.Run(L"ping");
+  EXPECT_EQ(bench.Run(L""), L"");
+  bench.Run(L"help");
+  EXPECT_EQ(bench.Run(L"ping"), ping);
+  bench.Run(L"alone 1");
+  EXPECT_EQ(bench.Run(L"cls"), L"");
+}
+
 TEST(Dispatch, AnswersNothingToAScriptFileAndAHostWord) {
   ModuleBench bench;
   std::ofstream(bench.Setup().Path("run.hcs")) << "ping\n";

@@ -1,6 +1,7 @@
 // Lines and packets on their way through the text channels.
 #include <gtest/gtest.h>
 
+#include <fstream>
 #include <string>
 #include <vector>
 
@@ -67,6 +68,47 @@ TEST(Offering, LeavesTheReplyHolderAloneWhicheverChannelTookTheLine) {
       EXPECT_EQ(fake::Posts(), std::vector<fake::Post>());
     }
   }
+}
+
+TEST(Offering, MaySendOneLineTwice) {
+  ModuleBench bench(WithChannels());
+  FakeChannel<1>::State().onLine = [](const wchar_t*, const wchar_t*) {
+    FakeChannel<1>::State().tables.at(0).postDiagData(0x500D, "AT+X\r\n", 6, 0, 0);
+  };
+  FakeChannel<1>::State().commandAnswer = kChannelTaken;
+  FakeChannel<3>::State().onLine = [](const wchar_t*, const wchar_t*) {
+    FakeChannel<3>::State().tables.at(0).postHciData(0x7E0B, "AT+X", 4);
+  };
+  FakeChannel<3>::State().commandAnswer = kChannelTaken;
+  EXPECT_EQ(bench.Run(L"AT+X"), kKept);
+  const std::vector<fake::Post> expected = {
+      {fake::PostKind::kCmd, 0x500D, {'A', 'T', '+', 'X', '\r', '\n'}, 0, 0, 0},
+      {fake::PostKind::kSdt, 0x7E0B, {'A', 'T', '+', 'X'}, 0, 0, 0}};
+  EXPECT_EQ(fake::Posts(), expected);
+}
+
+TEST(Offering, MakesAFailedSendAnUnknownCommandAlthoughItWasSentElsewhere) {
+  ModuleBench bench(WithChannels());
+  FakeChannel<1>::State().commandAnswer = kChannelFailed;
+  EXPECT_EQ(bench.Run(L"AT+X"), L"Command 'AT+X' is not exist\n");
+  FakeChannel<3>::State().commandAnswer = kChannelTaken;
+  EXPECT_EQ(bench.Run(L"AT+X"), kKept);
+}
+
+TEST(Offering, ComesBeforeTheCatalogueAlsoForTheNamesThatItHas) {
+  ModuleBench bench(WithChannels());
+  FakeChannel<2>::State().commandAnswer = kChannelTaken;
+  EXPECT_EQ(bench.Run(L"show_all 1"), kKept);
+  EXPECT_EQ(FakeChannel<2>::State().lines, (Offered{{L"show_all", L"1"}}));
+  EXPECT_EQ(fake::Posts(), std::vector<fake::Post>());
+}
+
+TEST(Offering, GivesAScriptFileWithoutItsRest) {
+  ModuleBench bench(WithChannels());
+  std::ofstream(bench.Setup().Path("run.hcs")) << "x";
+  const std::wstring path = QCString::FromUtf8(bench.Setup().Path("run.hcs")).str();
+  bench.Run(path + L" a b");
+  EXPECT_EQ(FakeChannel<0>::State().lines, (Offered{{path, L""}}));
 }
 
 TEST(Offering, CountsEveryOtherAnswerAsNotTaken) {

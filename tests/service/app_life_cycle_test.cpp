@@ -237,6 +237,45 @@ TEST_F(AppLifeCycle, LeavesTheReplyHolderAloneWithoutController) {
   EXPECT_EQ(fake::Calls(), Texts());
 }
 
+TEST_F(AppLifeCycle, PassesTheAdaptersResultOnWithOrWithoutALink) {
+  SvcKivApp app(Parts());
+  fake::FailStep("TestServerResponse", 0xFFFFFFFFu);
+  EXPECT_EQ(app.TestServerResponse("abc", 3), 0xFFFFFFFFul);
+  fake::FailStep("TestServerResponse", 0);
+  EXPECT_EQ(app.TestServerResponse("", 0), 0ul);
+  EXPECT_EQ(fake::Calls(), (Texts{"TestServerResponse(abc, 3)", "TestServerResponse(, 0)"}));
+}
+
+TEST_F(AppLifeCycle, EachPairOfFailingStepsLeavesTheSequenceAsItIs) {
+  const char* const steps[] = {"InstallClient", "TpfClientInstall", "StartConnect",
+                               "EnumCommands",  "StopConnect",      "TpfClientUnInstall"};
+  for (const char* first : steps) {
+    for (const char* second : steps) {
+      SCOPED_TRACE(std::string(first) + " and " + second);
+      fake::ResetSeam();
+      fake::FailStep(first, 1);
+      fake::FailStep(second, 3207);
+      EXPECT_EQ(StartAndStop(), kLinkStart + kControllerStart + kStop);
+    }
+  }
+}
+
+TEST_F(AppLifeCycle, AFailedStartStillAnswersLines) {
+  for (const char* step : {"InstallClient", "TpfClientInstall", "StartConnect", "EnumCommands"}) {
+    SCOPED_TRACE(step);
+    fake::ResetSeam();
+    fake::FailStep(step, 500);
+    SvcKivApp app(Parts());
+    app.Start();
+    app.SetUEConnectStatus(1);
+    QCString reply;
+    app.GetDiagCmdResponse(L"nonsense", reply);
+    EXPECT_EQ(reply, L"Command 'nonsense' is not exist\n");
+    app.GetDiagCmdResponse(L"ping -r 00:11:22:33:44:55", reply);
+    EXPECT_EQ(fake::DeliverCnf(0x9999, {}), 0);
+  }
+}
+
 TEST_F(AppLifeCycle, SwitchesOutliveStopAndStart) {
   SvcKivApp app(Parts());
   app.SetHexadecimalFlag(true);
