@@ -41,7 +41,7 @@ void AppendHelpLine(QCString& reply, std::wstring_view name, std::wstring_view d
 
 }  // namespace
 
-CmdCtrl::CmdCtrl(CmdCtrlParts parts)
+CmdCtrl::CmdCtrl(const CmdCtrlParts& parts)
     : database_(parts.cataloguePath.IsEmpty() ? CCmdDatabase() : CCmdDatabase(parts.cataloguePath)),
       ueId_(parts.ueId),
       context_(parts.context) {

@@ -52,7 +52,7 @@ class CmdCtrl : public QObject, public SvcKivClass::ReplyHandlers {
 
  public:
   // Hands the service table to every channel.
-  explicit CmdCtrl(CmdCtrlParts parts);
+  explicit CmdCtrl(const CmdCtrlParts& parts);
   ~CmdCtrl() override;
 
   // Fills the command list from the catalogue.
@@ -64,16 +64,21 @@ class CmdCtrl : public QObject, public SvcKivClass::ReplyHandlers {
   // Splits and classifies: 1 when the line is accepted, else 0. Type, word, rest and id are set
   // anew; the last word stays when the line was empty or too long to be split.
   std::int32_t GetCmd(const QCString& line);
-  // Acts on the type of the last GetCmd.
+  // Acts on the type of the last GetCmd; what it has to say is appended to GetResponse().
   void DispatchCmd();
+  // Sets the response to the "is not exist" text of the word, its first 50 characters when it is
+  // longer than 80; an empty word leaves the response as it is.
   void DisposeErrCommand();
 
+  // This object's; hosts keep the pointer, so a replaced controller is kept too.
   SvcKivSpace::MorviCmdList* GetMorviCmdList() noexcept { return &commands_; }
+  // What the last GetCmd made of its line. The id is 0 where no catalogue command was found.
   CommandType GetCommandType() const noexcept { return line_.type; }
   std::uint32_t GetCommandId() const noexcept { return line_.cmdId; }
   const QCString& GetWord() const noexcept { return line_.word; }
   const QCString& GetRest() const noexcept { return line_.rest; }
   const QCString& GetLastWord() const noexcept { return lastWord_; }
+  // The reply to the last line as far as it was built; empty when a channel took it.
   const QCString& GetResponse() const noexcept { return response_; }
   // The number that the last post carried; 0 before the first. 65535 is never used.
   std::uint16_t GetSequenceNumber() const noexcept { return sequence_; }
@@ -107,9 +112,13 @@ class CmdCtrl : public QObject, public SvcKivClass::ReplyHandlers {
   };
 
   void FillMorviCmdList();
+  // False, and logged, when the catalogue cannot be read; the help entries stay.
   bool EnumerateCommands();
+  // Whether the line is accepted, as GetCmd answers it.
   bool ClassifyCommand(const CmdInfo& command);
   bool ClassifyOther();
+  // Offers to every handler; whether one took the line. Static: handlers may run another line
+  // meanwhile.
   static bool OfferLine(const Line& line,
                         const std::vector<SvcKivClass::ChannelCommandFn>& handlers);
   void ListHelp();
@@ -118,6 +127,7 @@ class CmdCtrl : public QObject, public SvcKivClass::ReplyHandlers {
   bool PreparePacket(SvcKivClass::DiagPacket& packet);
   void DisplayInputParams(SvcKivClass::DiagPacket& packet);
   void DispatchMyCommand(SvcKivClass::DiagPacket& packet);
+  // Plain, direct or routed as the path says; 23 for a bad path, 3207 without a link client.
   std::uint32_t Post(const SvcKivClass::DiagPacket& packet);
   void AdvanceSequence() noexcept;
   void DeleteTimer();
@@ -126,10 +136,10 @@ class CmdCtrl : public QObject, public SvcKivClass::ReplyHandlers {
   std::vector<SvcKivClass::ChannelInitFn> registrations_;
   std::vector<SvcKivClass::ChannelCommandFn> handlers_;
   std::vector<SvcKivClass::ChannelResponseFn> responseHandlers_;
-  SvcKivSpace::MorviCmdList commands_;
+  SvcKivSpace::MorviCmdList commands_;  // the two help entries first
   QCString response_;
   Line line_;
-  QCString lastWord_;
+  QCString lastWord_;  // as split, also when the line was then rejected
   std::int32_t ueId_;
   std::uint16_t sequence_ = 0;
   std::int32_t periodMs_ = 0;

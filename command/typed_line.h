@@ -22,6 +22,8 @@ struct TypedLine {
   bool accepted = false;  // false: empty, or line or word too long; `word` is still what to show
 };
 
+// Trims spaces, then line feeds, from both ends and drops every line end inside; then splits at the
+// first space. What is trimmed does not count against the limits.
 TypedLine SplitTypedLine(const QCString& line);
 
 // Results of the script-file test.

@@ -41,24 +41,33 @@ class SvcKivApp {
 
   // Makes only what is missing. Answers the settings object, null while there is none.
   SvcKivSpace::CSVCKIVConfig* Start();
+  // Ends and deletes the link client, then the controllers; a second call finds nothing to do. The
+  // switches keep their values, but for those of the settings.
   void Stop();
   // Replaces the controller by a fresh one; sequence number and period begin anew with it.
   void ReloadDb();
 
   // Leaves `reply` as it is when there is no controller.
   void GetDiagCmdResponse(const wchar_t* line, QCString& reply);
+  // What the device adapter answers, unchanged.
   unsigned long TestServerResponse(const void* buffer, unsigned long lengthBytes);
 
+  // Lives as long as this object; views may connect before Start.
   SvcKivSpace::SvcKivMessage* GetMsgSender() noexcept { return &sender_; }
   SvcKivSpace::MorviCmdList* GetMorviCmdList() noexcept;  // null without a controller
+  // Both null before Start and after Stop; for this object's own parts and their tests.
   CmdCtrl* GetController() noexcept { return controller_.get(); }
   LirnKivClient* GetLinkClient() noexcept { return link_.get(); }
   LiveSwitches& GetSwitches() noexcept { return switches_; }
   std::uint32_t GetUeId() const noexcept { return ueId_; }
 
+  // Any value but 0 means that a device is connected. The host tells it; the link does not.
   void SetUEConnectStatus(std::int32_t status) noexcept;
+  // How numbers are shown, from the next reply on.
   void SetHexadecimalFlag(bool hexadecimal) noexcept;
   bool GetHexadecimalFlag() const noexcept;
+  // Whether indications are shown for now. An accepted command sets it too, and the end of the
+  // period that begins with the command clears it.
   void SetIsEnableInstantInd(bool enable) noexcept;
   bool GetIsEnableInstantInd() const noexcept;
   // Ignored when there is no controller.
@@ -70,6 +79,7 @@ class SvcKivApp {
   void MakeController();
   void DeleteControllers();
 
+  // Destroyed from the last to the first: the link goes before what its thread uses.
   SvcKivAppParts parts_;
   std::uint32_t ueId_ = 0;
   LiveSwitches switches_;
