@@ -149,6 +149,8 @@ std::string LayOut(Model& model, std::uint32_t index) {
   structure.sizeBytes = static_cast<std::uint32_t>(RoundUp(offset, structure.alignmentBytes));
   if (structure.sizeBytes > kMaxStructureBytes) return "is longer than 16777216 bytes";
   structure.nodeCount = static_cast<std::uint32_t>(nodes);
+  model.totalBytes += structure.sizeBytes;
+  if (model.totalBytes > kMaxTotalBytes) return "makes all types together longer than 128 MiB";
   return {};
 }
 

@@ -18,6 +18,7 @@ namespace catalogue {
 // The bounds of docs/catalogue-format.md. They hold for compiled files too, so that a damaged one
 // cannot ask for more memory than an honest one.
 inline constexpr std::uint32_t kMaxStructureBytes = 16u * 1024 * 1024;
+inline constexpr std::uint64_t kMaxTotalBytes = 128u * 1024 * 1024;  // of all structures
 inline constexpr std::uint32_t kMaxFields = 4096;
 inline constexpr std::uint32_t kMaxNesting = 32;
 inline constexpr std::uint32_t kMaxNodes = 65536;
@@ -106,6 +107,7 @@ struct Model {
   std::vector<Command> commands;      // after Seal: ascending ids, equal ids in order of the source
   std::vector<std::string> hostWords;
   std::uint64_t fingerprint = 0;
+  std::uint64_t totalBytes = 0;  // of the structures laid out
 };
 
 // Places the fields of the structure `index` (those before it are laid out already) and sets its

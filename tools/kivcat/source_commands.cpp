@@ -37,7 +37,7 @@ class CommandReader {
     ObjectReader reader(value, "a command", faults_);
     if (!reader.IsObject()) return;
     Command made;
-    TakeId(reader, made);
+    const bool hasId = TakeId(reader, made);
     made.name = reader.TakeIdentifier("name", catalogue::kMaxCommandNameChars);
     made.text = reader.TakeText("text", Need::kOptional);
     made.group = reader.TakeText("group", Need::kOptional);
@@ -48,21 +48,21 @@ class CommandReader {
     TakeCombined(reader, made);
     reader.Finish();
     CheckName(value, made.name);
-    CheckId(value, made);
+    if (hasId) CheckId(value, made);
     model_.commands.push_back(std::move(made));
   }
 
  private:
-  void TakeId(ObjectReader& reader, Command& made) {
+  bool TakeId(ObjectReader& reader, Command& made) {
     const SourceValue* id = reader.Take("id", Need::kRequired);
-    if (id == nullptr) return;
-    const bool isNumber =
-        id->kind == Kind::kInteger && !id->negative && id->magnitude <= UINT32_MAX;
-    if (isNumber) {
+    if (id == nullptr) return false;
+    if (id->kind == Kind::kInteger && !id->negative && id->magnitude <= UINT32_MAX) {
       made.id = static_cast<std::uint32_t>(id->magnitude);
-    } else if (id->kind != Kind::kText || !ParseId(id->text, made.id)) {
-      faults_.Error(id->place, "\"id\" must be 32 bits, a number or a text such as \"0x1001\"");
+      return true;
     }
+    if (id->kind == Kind::kText && ParseId(id->text, made.id)) return true;
+    faults_.Error(id->place, "\"id\" must be 32 bits, a number or a text such as \"0x1001\"");
+    return false;
   }
 
   std::int32_t TakeStructure(ObjectReader& reader, std::string_view key) {

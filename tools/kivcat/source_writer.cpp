@@ -32,39 +32,51 @@ bool IsUtf8(std::string_view bytes) {
   }
 }
 
-// Defaults as a source says them: only what differs from the structure's own, or from zero.
+// Defaults as a source says them: what differs from the bytes that stand there without it, `base`.
 class DefaultReader {
  public:
   explicit DefaultReader(const catalogue::Model& model) : model_(model) {}
 
-  // Null when the field is at its default anyway. `bytes` is the whole field.
-  Json ReadField(const Field& field, const char* bytes) const {
-    if (!field.isArray) return ReadElement(field, bytes, false);
+  // Null when nothing has to be said. `bytes` and `base` are the whole field.
+  Json ReadField(const Field& field, const char* bytes, const char* base) const {
+    if (std::equal(bytes, bytes + field.SizeBytes(), base)) return nullptr;
+    if (!field.isArray) return ReadElement(field, bytes, base);
     std::size_t used = field.count;
-    while (used > 0 &&
-           ReadElement(field, bytes + (used - 1) * field.elementBytes, false).is_null()) {
-      --used;
-    }
-    if (used == 0) return nullptr;
+    while (used > 0 && Equal(field, bytes, base, used - 1)) --used;
     if (field.kind == FieldKind::kScalar && field.scalar == Scalar::kChar &&
         IsUtf8({bytes, used})) {
       return std::string(bytes, used);
     }
     Json list = Json::array();
     for (std::size_t i = 0; i < used; ++i) {
-      list.push_back(ReadElement(field, bytes + i * field.elementBytes, true));
+      const std::size_t offset = i * field.elementBytes;
+      list.push_back(ReadElement(field, bytes + offset, base + offset));
     }
     return list;
   }
 
+  // What stands in a field that says nothing: zeros, or what its own structure says.
+  std::string BaseOf(const Field& field) const {
+    if (field.kind != FieldKind::kStructure) return std::string(field.SizeBytes(), '\0');
+    std::string base;
+    base.reserve(field.SizeBytes());
+    for (std::uint32_t i = 0; i < field.count; ++i) {
+      base += model_.structures[field.reference].defaults;
+    }
+    return base;
+  }
+
  private:
-  // With `always` an element at its default is written, too: it holds a place in a list.
-  Json ReadElement(const Field& field, const char* bytes, bool always) const {
+  static bool Equal(const Field& field, const char* bytes, const char* base, std::size_t index) {
+    const std::size_t offset = index * field.elementBytes;
+    return std::equal(bytes + offset, bytes + offset + field.elementBytes, base + offset);
+  }
+
+  Json ReadElement(const Field& field, const char* bytes, const char* base) const {
     if (field.kind == FieldKind::kStructure) {
-      return ReadStructure(model_.structures[field.reference], bytes, always);
+      return ReadStructure(model_.structures[field.reference], bytes, base);
     }
     const std::uint64_t value = LoadScalar(field.scalar, bytes);
-    if (value == 0 && !always) return nullptr;
     if (field.kind == FieldKind::kEnumeration) {
       for (const catalogue::EnumerationValue& known : model_.enumerations[field.reference].values) {
         if (known.value == value) return known.name;
@@ -73,25 +85,13 @@ class DefaultReader {
     return Integer(field.scalar, value);
   }
 
-  Json ReadStructure(const Structure& structure, const char* bytes, bool always) const {
+  Json ReadStructure(const Structure& structure, const char* bytes, const char* base) const {
     Json object = Json::object();
     for (const Field& field : structure.fields) {
-      const char* own = structure.defaults.data() + field.offsetBytes;
-      const char* here = bytes + field.offsetBytes;
-      if (std::equal(here, here + field.SizeBytes(), own)) continue;
-      object[field.name] = Whole(field, here);
+      Json value = ReadField(field, bytes + field.offsetBytes, base + field.offsetBytes);
+      if (!value.is_null()) object[field.name] = std::move(value);
     }
-    return object.empty() && !always ? Json(nullptr) : object;
-  }
-
-  // Every element, since a list that ends early would leave the structure's own values behind it.
-  Json Whole(const Field& field, const char* bytes) const {
-    if (!field.isArray) return ReadElement(field, bytes, true);
-    Json list = Json::array();
-    for (std::uint32_t i = 0; i < field.count; ++i) {
-      list.push_back(ReadElement(field, bytes + std::size_t{i} * field.elementBytes, true));
-    }
-    return list;
+    return object;
   }
 
   const catalogue::Model& model_;
@@ -137,7 +137,9 @@ Json Describe(const catalogue::Model& model, const Structure& structure) {
     row["name"] = field.name;
     row["type"] = TypeName(model, field);
     if (field.isArray) row["count"] = field.count;
-    Json value = defaults.ReadField(field, structure.defaults.data() + field.offsetBytes);
+    const std::string base = defaults.BaseOf(field);
+    Json value =
+        defaults.ReadField(field, structure.defaults.data() + field.offsetBytes, base.data());
     if (!value.is_null()) row["default"] = std::move(value);
     PutText(row, "text", field.text);
     made["fields"].push_back(std::move(row));

@@ -1,0 +1,314 @@
+// kivcat as a person calls it: whole outputs, whole messages, exit statuses.
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "platform/catalogue/catalogue_writer.h"
+#include "tests/support/sweep.h"
+#include "tests/tools/kivcat_fixture.h"
+#include "tests/tools/random_model.h"
+#include "tools/kivcat/source_checker.h"
+#include "tools/kivcat/source_writer.h"
+
+namespace {
+
+using kivtest::BoardCompiled;
+using kivtest::BoardSource;
+using kivtest::CallResult;
+using kivtest::Kivcat;
+using kivtest::KivcatFolder;
+
+constexpr const char* kUsage = R"(usage:
+  kivcat build SOURCE -o FILE
+      compiles a source
+  kivcat check SOURCE
+      tells what is wrong with a source
+  kivcat show [--source] [-o FILE] CATALOGUE [COMMAND]
+      lists commands, or one with its structures; or writes the source
+  kivcat header CATALOGUE [-o FILE]
+      writes the C header for the device side
+  kivcat encode COMPILED COMMAND [PARAMETERS]
+      the request's body for a parameter text, in hexadecimal
+  kivcat decode [--hex] [--one-line] [--types] COMPILED COMMAND cnf|ind|req HEX
+      a body as the console shows it
+SOURCE is a catalogue in JSON, COMPILED one that kivcat build wrote, CATALOGUE either.
+)";
+
+constexpr const char* kSmall = R"({"format":1,"name":"small","text":"two\nlines",
+"enumerations":[{"name":"level","base":"i8","text":"a */ level","values":[{"name":"low","value":-1,"text":"down"},{"name":"high","value":1}]}],
+"types":[
+ {"name":"point","layout":"natural","text":"where","fields":[{"name":"x","type":"u8","default":7},{"name":"y","type":"i64"}]},
+ {"name":"none","fields":[]},
+ {"name":"set","fields":[{"name":"level","type":"level","default":"low"},{"name":"points","type":"point","count":2,"text":"both"},
+  {"name":"text","type":"char","count":4,"default":"a\"b"}]}],
+"commands":[
+ {"id":"0x20","name":"put","text":"puts","group":"g","request":"set","confirmation":"none","combined":["1","2"]},
+ {"id":"0x10","name":"tell","indication":"point","listed":false,"combined":"none"}],
+"host_words":["dir"]})";
+
+class KivcatProgram : public testing::Test {
+ protected:
+  // Runs a call that must end well.
+  static std::string Good(const std::vector<std::string>& arguments) {
+    const CallResult call = Kivcat(arguments);
+    EXPECT_EQ(call.status, 0) << call.errorOutput;
+    EXPECT_EQ(call.errorOutput, "");
+    return call.output;
+  }
+  static void ExpectFailure(const std::vector<std::string>& arguments, const std::string& text) {
+    const CallResult call = Kivcat(arguments);
+    EXPECT_EQ(call.status, 1);
+    EXPECT_EQ(call.output, "");
+    EXPECT_EQ(call.errorOutput, text);
+  }
+  static void ExpectWrongUsage(const std::vector<std::string>& arguments,
+                               const std::string& reason) {
+    const CallResult call = Kivcat(arguments);
+    EXPECT_EQ(call.status, 2);
+    EXPECT_EQ(call.output, "");
+    EXPECT_EQ(call.errorOutput, "kivcat: " + reason + "\n" + kUsage);
+  }
+
+  KivcatFolder folder_;
+};
+
+TEST_F(KivcatProgram, WrongCallsShowTheUsage) {
+  ExpectWrongUsage({}, "a command is missing");
+  ExpectWrongUsage({"paint"}, "there is no command \"paint\"");
+  ExpectWrongUsage({"check"}, "wrong number of words: kivcat check SOURCE");
+  ExpectWrongUsage({"header", "a", "b"},
+                   "wrong number of words: kivcat header CATALOGUE [-o FILE]");
+  ExpectWrongUsage({"header", "a", "--colour"}, "Unknown option 'colour'.");
+  ExpectWrongUsage({"header", "a", "-o"}, "Missing value after '-o'.");
+  EXPECT_EQ(Good({"--help"}), kUsage);
+  EXPECT_TRUE(Good({"--version"}).starts_with("kivcat "));
+}
+
+TEST_F(KivcatProgram, MissingFilesAreNamed) {
+  const std::string missing = folder_.File("missing");
+  const std::string text = missing + ": No such file or directory\n";
+  ExpectFailure({"check", missing}, text);
+  ExpectFailure({"header", missing}, text);
+  ExpectFailure({"show", missing}, text);
+  ExpectFailure({"build", missing, "-o", folder_.File("out")}, text);
+  ExpectFailure({"encode", missing, "a"}, "kivcat: " + missing + ": file not found\n");
+}
+
+TEST_F(KivcatProgram, FaultsOfASourceGoToTheErrorOutputWithItsName) {
+  const std::string source = folder_.Write("wrong.json", "{\n  \"format\": 3}");
+  const std::string text = source + ":1:1: the catalogue lacks \"name\"\n" + source +
+                           ":1:1: the catalogue lacks \"types\"\n" + source +
+                           ":1:1: the catalogue lacks \"commands\"\n" + source +
+                           ":2:13: \"format\" must be from 1 to 1\n";
+  ExpectFailure({"check", source}, text);
+  ExpectFailure({"header", source}, text);
+  ExpectFailure({"build", source, "-o", folder_.File("out")}, text);
+  EXPECT_FALSE(std::filesystem::exists(folder_.File("out")));
+}
+
+TEST_F(KivcatProgram, WarningsAreToldAndTheWorkIsDone) {
+  const std::string source = folder_.Write(
+      "w.json", R"({"format":1,"name":"n","types":[],"commands":[{"id":1,"name":"shout"}]})");
+  const CallResult call = Kivcat({"build", source, "-o", folder_.File("out")});
+  EXPECT_EQ(call.status, 0);
+  EXPECT_EQ(call.errorOutput,
+            source + ":1:47: warning: a console takes \"shout\" for a shell line\n");
+  EXPECT_TRUE(std::filesystem::exists(folder_.File("out")));
+}
+
+TEST_F(KivcatProgram, BuildGivesTheSameBytesEachTime) {
+  Good({"build", BoardSource(), "-o", folder_.File("a")});
+  Good({"build", BoardSource(), "-o", folder_.File("b")});
+  EXPECT_EQ(KivcatFolder::Read(folder_.File("a")), KivcatFolder::Read(folder_.File("b")));
+  EXPECT_EQ(KivcatFolder::Read(folder_.File("a")), KivcatFolder::Read(BoardCompiled()));
+  ExpectFailure({"build", BoardSource()}, "kivcat: build needs -o FILE\n");
+  ExpectFailure({"build", BoardSource(), "-o", folder_.File("no/where")},
+                "kivcat: " + folder_.File("no/where") + ": No such file or directory\n");
+  ExpectFailure({"check", BoardCompiled()},
+                BoardCompiled() +
+                    ":1:1: syntax error while parsing value - invalid literal; last "
+                    "read: 'S'\n");
+}
+
+TEST_F(KivcatProgram, SourceAndCompiledGiveTheSameHeaderAndListing) {
+  for (const std::vector<std::string>& rest : std::vector<std::vector<std::string>>{
+           {"header"}, {"show"}, {"show", "--source"}, {"show"}}) {
+    std::vector<std::string> fromSource = rest;
+    std::vector<std::string> fromCompiled = rest;
+    fromSource.push_back(BoardSource());
+    fromCompiled.push_back(BoardCompiled());
+    EXPECT_EQ(Good(fromSource), Good(fromCompiled));
+  }
+}
+
+TEST_F(KivcatProgram, DamagedCatalogueIsNamed) {
+  std::string bytes = KivcatFolder::Read(BoardCompiled());
+  const std::size_t at = bytes.find("CREATE TABLE field");
+  ASSERT_NE(at, std::string::npos);
+  bytes[at + 13] = 'F';
+  const std::string path = folder_.Write("damaged.kcat", bytes);
+  ExpectFailure({"show", path}, path + ": the catalogue file is damaged\n");
+  ExpectFailure({"encode", path, "sys_info"},
+                "kivcat: " + path + ": the catalogue file is damaged or not compiled\n");
+}
+
+TEST_F(KivcatProgram, ShowListsCommands) {
+  const std::string source = folder_.Write("small.json", kSmall);
+  EXPECT_EQ(Good({"show", source}),
+            "small, fingerprint c78f6743e516d7d7\n"
+            "two lines\n"
+            "\n"
+            "id    name  group  request  confirmation  indication  text\n"
+            "0x10  tell         -        -             point\n"
+            "0x20  put   g      set      none          -           puts\n");
+}
+
+TEST_F(KivcatProgram, ShowOfACommandHasOffsetsTypesAndDefaults) {
+  const std::string source = folder_.Write("small.json", kSmall);
+  const std::string expected =
+      "0x20 put, fingerprint a430cff28d7a375e\n"
+      "puts\n"
+      "group: g\n"
+      "combined:\n"
+      "  1\n"
+      "  2\n"
+      "request set, 37 bytes, packed\n"
+      "  0     level   level (i8: low=-1 high=1)  = -1\n"
+      "  1     points  point[2]                   = {{7, INT64_C(0)}, {7, INT64_C(0)}}  both\n"
+      "  1       x     u8                         = 7\n"
+      "  9       y     i64                        = INT64_C(0)\n"
+      "  33    text    char[4]                    = {97, 34, 98}\n"
+      "confirmation none, 0 bytes, packed\n";
+  EXPECT_EQ(Good({"show", source, "put"}), expected);
+  EXPECT_EQ(Good({"show", source, "0x20"}), expected);
+  EXPECT_EQ(Good({"show", source, "tell"}),
+            "0x10 tell, fingerprint fbc51b2d0cc250cd\n"
+            "not listed\n"
+            "combined: none\n"
+            "indication point, 16 bytes, natural\n"
+            "  0    x  u8   = 7\n"
+            "  8    y  i64  = INT64_C(0)\n");
+  ExpectFailure({"show", source, "nothing"},
+                "kivcat: " + source + ": there is no command \"nothing\"\n");
+}
+
+TEST_F(KivcatProgram, HeaderIsAsDocumented) {
+  const std::string source = folder_.Write("small.json", kSmall);
+  const std::string header = Good({"header", source});
+  EXPECT_EQ(header, KivcatFolder::Read(std::string(kivtest::SourceDir()) +
+                                       "/tests/tools/data/small_catalogue.h"));
+}
+
+TEST_F(KivcatProgram, NamesThatCCannotTellApartGiveNoHeader) {
+  const std::string source = folder_.Write("twice.json", R"({"format":1,"name":"n",
+"types":[{"name":"a","fields":[]},{"name":"A","fields":[]}],"commands":[]})");
+  ExpectFailure({"header", source},
+                "kivcat: " + source + ": two things would be called KIV_A_BYTES in C\n");
+}
+
+TEST_F(KivcatProgram, ShownSourceBuildsToTheSameCatalogue) {
+  const std::string small = folder_.Write("small.json", kSmall);
+  Good({"build", small, "-o", folder_.File("first")});
+  Good({"show", "--source", folder_.File("first"), "-o", folder_.File("again.json")});
+  Good({"build", folder_.File("again.json"), "-o", folder_.File("second")});
+  EXPECT_EQ(KivcatFolder::Read(folder_.File("first")), KivcatFolder::Read(folder_.File("second")));
+  const std::int64_t models = kivtest::SweepCount(500);
+  for (std::int64_t seed = 0; seed < models && !HasFailure(); ++seed) {
+    SCOPED_TRACE("seed " + std::to_string(seed));
+    const catalogue::Model model = kivtest::RandomModel(static_cast<std::uint32_t>(seed));
+    catalogue::Model again;
+    kivcat::Faults faults("again");
+    ASSERT_TRUE(kivcat::LoadSource(kivcat::WriteSource(model), again, faults)) << faults.Text();
+    std::string bytes;
+    std::string bytesAgain;
+    ASSERT_EQ(catalogue::WriteCatalogue(model, bytes), 0u);
+    ASSERT_EQ(catalogue::WriteCatalogue(again, bytesAgain), 0u);
+    EXPECT_EQ(bytes, bytesAgain);
+  }
+}
+
+TEST_F(KivcatProgram, EncodeWritesTheBodyOfAParameterText) {
+  const std::string board = BoardCompiled();
+  EXPECT_EQ(Good({"encode", board, "nv_read"}), "0100\n");
+  EXPECT_EQ(Good({"encode", board, "nv_read", "{0x102}"}), "0201\n");
+  EXPECT_EQ(Good({"encode", board, "nv_read", "-1"}), "ffff\n");
+  EXPECT_EQ(Good({"encode", board, "nv_read", " 7 \r\n"}), "0700\n");
+  EXPECT_EQ(Good({"encode", board, "nv_read", "7 -r 00:11:22:33:44:55"}), "0700\n");
+  EXPECT_EQ(Good({"encode", board, "sys_info"}), "\n");
+  EXPECT_EQ(Good({"encode", board, "note", "hello"}), "68656c6c6f000000\n");
+  EXPECT_EQ(Good({"encode", board, "note"}), "00000000\n");
+  EXPECT_EQ(Good({"encode", board, "echo_nested",
+                  "{5,{1,{2,3},{4,5}},{{1,2},{3,4},{5,6}},{{1,2,3},{4,5,6}},[7,8,9]}"}),
+            "050000000102000300040005000100020003000400050006000100000002000000030000000400000005"
+            "00000006000000070809\n");
+}
+
+TEST_F(KivcatProgram, EncodeTellsWhatTheConsoleWouldTell) {
+  const std::string board = BoardCompiled();
+  ExpectFailure({"encode", board, "nv_read", "{1"},
+                "*** Failed to parse the diag command parameters (1).the last '}' is missing.\n");
+  ExpectFailure({"encode", board, "nv_read", "[1]"},
+                "*** Failed to parse the diag command parameters (2).\n"
+                "Value type does not match, meeting the '[' for single value.\n"
+                "The index of current parameter is %d.\n");
+  ExpectFailure(
+      {"encode", board, "ind_tick"},
+      "*** Failed to find valid packet (id=0x1311, ret=1). Maybe the parameter is invalid "
+      "or the ID does not exist. \n");
+  ExpectFailure({"encode", board, "nv_read", "1 -r nowhere"},
+                "*** Failed to execute diag command. Check MAC path.\n");
+  ExpectFailure({"encode", board, "nothing"},
+                "kivcat: " + board + ": there is no command \"nothing\"\n");
+  ExpectFailure({"encode", BoardSource(), "nv_read"},
+                "kivcat: " + BoardSource() + ": the catalogue file is damaged or not compiled\n");
+}
+
+TEST_F(KivcatProgram, DecodeShowsABodyAsTheConsoleDoes) {
+  const std::string board = BoardCompiled();
+  EXPECT_EQ(Good({"decode", board, "nv_read", "req", "0201"}), ".item = 258 \n");
+  EXPECT_EQ(Good({"decode", board, "ind_tick", "ind", "01000000 FFffFFff"}),
+            ".number    = 1 \n.uptime_ms = 4294967295 \n");
+  EXPECT_EQ(Good({"decode", "--hex", board, "ind_tick", "ind", "0100000010000000"}),
+            ".number    = 0x00000001 \n.uptime_ms = 0x00000010 \n");
+  const std::string load =
+      "02000000"
+      "0100" +
+      std::string(64, '0') + "010000000200000003000000";
+  EXPECT_EQ(Good({"decode", "--one-line", "--types", board, "cpu_load", "cnf", load}),
+            ".cpu_count          = 2  \n"
+            ".total_permille     = 1  \n"
+            ".cpu_permille       = 0,0,0,0,0,0,0,0,0,0,0,0,0,0,0,0  u16\n"
+            ".load_average_centi = 1,2,3  u32\n");
+  EXPECT_EQ(Good({"decode", board, "nv_write", "cnf", "00000000"}), "ok\n");
+  EXPECT_EQ(Good({"decode", board, "nv_write", "cnf", ""}), "ok\n");
+  EXPECT_EQ(Good({"decode", board, "note", "req", "6869001b"}), "hi\n");
+}
+
+TEST_F(KivcatProgram, DecodeEscapesControlCharacters) {
+  const std::string text = "681b5d0a" + std::string(504, '0') + "0000";
+  EXPECT_EQ(Good({"decode", BoardCompiled(), "note", "cnf", text.substr(0, 512)}), "h\\x1b]\n  \n");
+}
+
+TEST_F(KivcatProgram, DecodeTellsWhyABodyIsNone) {
+  const std::string board = BoardCompiled();
+  const CallResult shortBody = Kivcat({"decode", board, "nv_read", "cnf", "00"});
+  EXPECT_EQ(shortBody.status, 1);
+  EXPECT_EQ(shortBody.output, "ok [ack(0x1201)]\n");
+  EXPECT_EQ(shortBody.errorOutput, "kivcat: the size is not that of the structure\n");
+  const CallResult noInd = Kivcat({"decode", board, "nv_read", "ind", "00"});
+  EXPECT_EQ(noInd.status, 1);
+  EXPECT_EQ(noInd.output, "Not supported!\n");
+  EXPECT_EQ(noInd.errorOutput, "kivcat: not supported\n");
+  ExpectFailure({"decode", board, "nv_read", "req", "00"},
+                "kivcat: the size is not that of the structure\n");
+  ExpectFailure({"decode", board, "nv_read", "cnf", "0"},
+                "kivcat: the body must be pairs of hexadecimal digits\n");
+  ExpectFailure({"decode", board, "nv_read", "cnf", "0x01"},
+                "kivcat: the body must be pairs of hexadecimal digits\n");
+  ExpectFailure({"decode", board, "nv_read", "rsp", "00"},
+                "kivcat: \"rsp\" is none of cnf, ind, req\n");
+  ExpectFailure({"decode", board, "nothing", "cnf", "00"},
+                "kivcat: " + board + ": there is no command \"nothing\"\n");
+}
+
+}  // namespace
