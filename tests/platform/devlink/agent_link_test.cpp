@@ -52,6 +52,13 @@ TEST_P(AgentLink, GreetsAndConfirmsAnUnknownCommandWithItsCode) {
   EXPECT_EQ(Packets()[0], (Packet{kNoSuchCommand, 700, 0, {}, 9, 77, 5}));
 }
 
+TEST_P(AgentLink, SaysTheFingerprintOfTheCatalogueThatShips) {
+  UseShippedCatalogue();
+  StartLink();
+  EXPECT_NE(record_.With([&] { return record_.peer->catalogueFingerprint; }), 0u);
+  EXPECT_FALSE(record_.With([&] { return record_.peer->fingerprintDiffers; }));
+}
+
 TEST_P(AgentLink, LineTestsOfManyLengthsComeBackUnchanged) {
   StartLink();
   CDevAdapterConnect adapter;

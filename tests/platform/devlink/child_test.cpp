@@ -117,6 +117,20 @@ TEST_F(Child, ItsKillingIsToldAndAnotherOneIsStarted) {
                           "disconnected: \"" + agent + "\" was killed by signal 9", "connected"));
 }
 
+// A pipe whose other end is closed raises a signal that would end a host that does not expect it.
+TEST_F(Child, APostToOneThatClosedItsInputAnswers3207AndTheHostLivesOn) {
+  StartRole("shut");
+  ASSERT_TRUE(record_.WaitForState("connected"));
+  std::uint32_t status = 0;
+  for (int i = 0; i < 20'000 && status == 0; ++i) {
+    status = Post(1, {1}, 2);
+    ::usleep(1000);
+  }
+  EXPECT_EQ(status, 3207u);
+  ASSERT_TRUE(record_.Wait([&] { return record_.states.size() >= 3; }));
+  EXPECT_THAT(States()[2], testing::HasSubstr("\" ended with status 0"));
+}
+
 TEST_F(Child, AMissingProgramIsTold) {
   StartAt("exec:no-such-program-here --stdio");
   EXPECT_TRUE(record_.WaitForState(

@@ -1,5 +1,6 @@
 #include "tests/platform/devlink/device_child.h"
 
+#include <poll.h>
 #include <signal.h>
 #include <unistd.h>
 
@@ -51,6 +52,13 @@ int Session(DeviceEnd& end, int, char**) {
   return 0;
 }
 
+int Shut(DeviceEnd&, int, char**) {
+  ::close(STDIN_FILENO);
+  pollfd output = {STDOUT_FILENO, 0, 0};
+  ::poll(&output, 1, -1);
+  return 0;
+}
+
 int Fail(DeviceEnd&, int, char**) { return 7; }
 
 }  // namespace
@@ -58,7 +66,7 @@ int Fail(DeviceEnd&, int, char**) { return 7; }
 int PlayRole(int argc, char** argv) {
   static const std::map<std::string, int (*)(DeviceEnd&, int, char**)> roles = {
       {"echo", Echo},       {"deaf", Deaf}, {"arguments", Arguments},
-      {"session", Session}, {"fail", Fail},
+      {"session", Session}, {"shut", Shut}, {"fail", Fail},
   };
   const auto role = roles.find(argc > 0 ? argv[0] : "");
   if (role == roles.end()) return 3;

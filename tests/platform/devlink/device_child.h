@@ -12,6 +12,7 @@ namespace linktest {
 //   deaf       greets, then reads nothing and ignores the end of its input
 //   arguments  greets; sends an IND for each further argument, its text the body
 //   session    greets; sends an IND: "1" when it leads a session of its own, else "0"
+//   shut       greets, closes its input, lives on until its output is closed
 //   fail       ends with 7 once it was greeted
 //   broken     ends with 3 at once
 int PlayRole(int argc, char** argv);

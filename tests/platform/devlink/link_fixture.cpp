@@ -1,6 +1,7 @@
 #include "tests/platform/devlink/link_fixture.h"
 
 #include "platform/base/bench_setup.h"
+#include "tests/support/tree_paths.h"
 
 namespace linktest {
 
@@ -106,10 +107,14 @@ LinkTest::~LinkTest() {
 void LinkTest::SetEndpoint(const std::string& endpoint) {
   bench::Setup setup;
   setup.endpoint = QCString::FromUtf8(endpoint);
-  setup.catalogue = QCString::FromUtf8(Path("no-catalogue"));
+  setup.catalogue = QCString::FromUtf8(catalogue_);
   setup.configDir = QCString::FromUtf8(directory_.path());
   setup.dataDir = QCString::FromUtf8(directory_.path());
   bench::SetSetup(setup);
+}
+
+void LinkTest::UseShippedCatalogue() {
+  catalogue_ = std::string(kivtest::BuildDir()) + "/share/kiv/board.kcat";
 }
 
 void LinkTest::Start() {

@@ -106,6 +106,8 @@ class LinkTest : public testing::Test {
   std::string Path(const std::string& name) const { return directory_.File(name); }
   // What the link will connect to.
   void SetEndpoint(const std::string& endpoint);
+  // The catalogue that ships in place of none; for the next SetEndpoint.
+  void UseShippedCatalogue();
   // Makes the client and starts it.
   void Start();
   void StartAt(const std::string& endpoint) {
@@ -131,6 +133,7 @@ class LinkTest : public testing::Test {
 
   const kivtest::TempDir directory_;
   devlink::LinkTiming timing_;  // short; set by Start
+  std::string catalogue_ = Path("no-catalogue");
   Record record_;
   std::unique_ptr<TestDevice> device_;
   std::unique_ptr<RecordingClient> client_;

@@ -381,5 +381,18 @@ TEST_F(LinkLoss, WhatTheDeviceSaysItLostIsTold) {
           "4 unfinished messages dropped by the device"});
 }
 
+TEST_F(LinkLoss, AnotherCatalogueIsAWarningAndNoRefusal) {
+  UseShippedCatalogue();
+  Connect([](DeviceEnd& end, int) {
+    if (end.Greet()) AnswerAll(end);
+  });
+  EXPECT_TRUE(record_.With([&] { return record_.peer->fingerprintDiffers; }));
+  ASSERT_TRUE(record_.Wait([&] { return !record_.notices.empty(); }));
+  EXPECT_EQ(record_.With([&] { return record_.notices[0]; }),
+            "link: the device works with another catalogue; commands that differ may fail");
+  EXPECT_EQ(Post(1, {}, 2), 0u);
+  EXPECT_TRUE(record_.WaitForPackets(1));
+}
+
 }  // namespace
 }  // namespace linktest
