@@ -45,7 +45,8 @@ bool CmdInfoStore::Add(std::uint32_t id, std::string_view name, std::string_view
   const auto nameChars = static_cast<std::uint32_t>(names_.size());
   const auto textBytes = static_cast<std::uint32_t>(texts_.size());
   if (IsAscii(name)) {
-    names_.append(name.begin(), name.end());
+    names_.resize(nameChars + name.size());
+    std::copy(name.begin(), name.end(), names_.begin() + nameChars);
   } else {
     names_ += os::Utf8ToWide(name);
   }
