@@ -1,5 +1,6 @@
-// ChannelServiceTable: what the command controller offers to every text channel, and the entries that a
-// channel gives back. Copied whole, by value; a null entry means that the service is not there.
+// ChannelServiceTable: what the command controller offers to every text channel, and the entries
+// that a channel gives back. Copied whole, by value; a null entry means that the service is not
+// there.
 //
 // The entries take no context argument: hosts' tools and channels share this layout of 24 pointers.
 //

@@ -1,5 +1,5 @@
-// What the link client needs of the command controller, handed in from above: the chain of reply handlers
-// and the text hook.
+// What the link client needs of the command controller, handed in from above: the chain of reply
+// handlers and the text hook.
 //
 // Threads: called on the link's receive thread.
 #pragma once

@@ -1,7 +1,7 @@
 // MorviCmdList: the diagnostic command list that the facade hands out.
 //
-// Always begins with the two help entries, then the catalogue's commands in ascending order of id. Two
-// commands of one name both stand in the list; a look-up by name finds the first.
+// Always begins with the two help entries, then the catalogue's commands in ascending order of id.
+// Two commands of one name both stand in the list; a look-up by name finds the first.
 //
 // Threads: the facade's; the list does not change after it was filled.
 // Owned by the module: the pointer stays valid until SvcKiv::Stop(), also after ReloadDb().

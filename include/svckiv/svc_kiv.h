@@ -1,13 +1,13 @@
 // SvcKiv: the facade of the module, static functions over the one application object.
 //
-// The application object is made on the first call of any function and destroyed when the library is
-// unloaded. A host fills the bench setup (platform/base/bench_setup.h), calls Start(), tells the device's
-// state with SetUEConnectStatus, and runs typed lines with GetDiagCmdResponse.
+// The application object is made on the first call of any function and destroyed when the library
+// is unloaded. A host fills the bench setup (platform/base/bench_setup.h), calls Start(), tells the
+// device's state with SetUEConnectStatus, and runs typed lines with GetDiagCmdResponse.
 //
-// Threads: one, the module's user-interface thread: the first that calls Start. It needs a Qt event loop,
-// for the instant-indication period is a timer. The first call of any function may come from any thread.
-// Owns: no function takes or gives ownership.
-// Errors: a failure is told in the reply text.
+// Threads: one, the module's user-interface thread: the first that calls Start. It needs a Qt event
+// loop, for the instant-indication period is a timer. The first call of any function may come from
+// any thread. Owns: no function takes or gives ownership. Errors: a failure is told in the reply
+// text.
 #pragma once
 
 #include "platform/text/qc_string.h"
@@ -30,20 +30,21 @@ class SVCKIV_API SvcKiv {
   static CSVCKIVConfig* Start();
   // When it returns no message is sent any more. Not to be called from inside a message slot.
   static void Stop();
-  // Reads the command list from the catalogue again; pointers to the old list stay valid until Stop.
+  // Reads the command list from the catalogue again; pointers to the old list stay valid until
+  // Stop.
   static void ReloadDb();
   // Non-zero: a device is connected.
   static void SetUEConnectStatus(int status);
-  // Runs one typed line (null is the empty line). `reply` gets the reply text; when a text channel took
-  // the line it keeps what it held, because the answer comes as a message.
+  // Runs one typed line (null is the empty line). `reply` gets the reply text; when a text channel
+  // took the line it keeps what it held, because the answer comes as a message.
   static void GetDiagCmdResponse(const wchar_t* line, QCString& reply);
   // Sends a raw buffer of `lengthBytes` bytes and answers the device adapter's result.
   static unsigned long TestServerBufferResponse(const void* buffer, unsigned long lengthBytes);
   static void SetHexadecimalFlag(bool hexadecimal);
   // An ordinary member: hosts call it through an instance; it changes the one application object.
   void SetIsEnableInstantInd(bool enable) const;
-  // How long indications are shown after each accepted command, in milliseconds. Belongs to the current
-  // command controller: set it again after ReloadDb.
+  // How long indications are shown after each accepted command, in milliseconds. Belongs to the
+  // current command controller: set it again after ReloadDb.
   static void SetInstantIndTime(int periodMs);
 };
 

@@ -1,5 +1,5 @@
-// CSVCKIVConfig: the exported configuration interface. Declared here; SvcKiv::Start() answers null until a
-// settings document stands behind it.
+// CSVCKIVConfig: the exported configuration interface. Declared here; SvcKiv::Start() answers null
+// until a settings document stands behind it.
 #pragma once
 
 namespace SvcKivSpace {

@@ -1,13 +1,13 @@
-// SvcKivMessage: all text that the module produces without being asked reaches the view through this one
-// object and its one signal.
+// SvcKivMessage: all text that the module produces without being asked reaches the view through
+// this one object and its one signal.
 //
-// Threads: the signal is emitted in the sender's thread: the link's receive thread or the caller of the
-// facade. A view may connect directly or queued.
-// Owns nothing. Payloads, by kind:
+// Threads: the signal is emitted in the sender's thread: the link's receive thread or the caller of
+// the facade. A view may connect directly or queued. Owns nothing. Payloads, by kind:
 //
 //   kind                payload                                   who releases it
-//   kNotice      0      QCString*                                 nobody; lives during the emission only
-//   kReply       1      wchar_t*, begins with a line feed, or     the sender, right after the emission: a
+//   kNotice      0      QCString*                                 nobody; lives during the emission
+//   only kReply       1      wchar_t*, begins with a line feed, or     the sender, right after the
+//   emission: a
 //                       null for an empty text                    direct view copies it at once
 //   kAt          2      char*, 8-bit text, or null                the receiver, with PoolFree
 //   kTestCase    3      wchar_t*, ends with a line feed           the receiver, with PoolFree
@@ -34,8 +34,8 @@ class SVCKIV_API SvcKivMessage : public QObject {
   Q_OBJECT
 
  public:
-  // Registers the kinds as the meta-type "SVC_KIV_MGS_TYPE" (hosts look it up under this spelling) with
-  // the aliases that queued connections need.
+  // Registers the kinds as the meta-type "SVC_KIV_MGS_TYPE" (hosts look it up under this spelling)
+  // with the aliases that queued connections need.
   explicit SvcKivMessage(QObject* parent = nullptr);
   ~SvcKivMessage() override;
 

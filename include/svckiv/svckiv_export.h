@@ -1,4 +1,5 @@
-// SVCKIV_API marks what libsvckiv exports: the facade, the message object and the configuration interface.
+// SVCKIV_API marks what libsvckiv exports: the facade, the message object and the configuration
+// interface.
 #pragma once
 
 #if defined(_WIN32)

@@ -1,8 +1,10 @@
-// LiveSwitches: the few values that the facade's thread sets and the link's receive thread reads. They
-// exist once, here; the application object owns the block, the settings object and the exported record
-// reach into it by get and set, never by copy, so a host's store is seen by the next reply.
+// LiveSwitches: the few values that the facade's thread sets and the link's receive thread reads.
+// They exist once, here; the application object owns the block, the settings object and the
+// exported record reach into it by get and set, never by copy, so a host's store is seen by the
+// next reply.
 //
-// Threads: every field may be read and written from any thread; the order between fields does not matter.
+// Threads: every field may be read and written from any thread; the order between fields does not
+// matter.
 #pragma once
 
 #include <atomic>
@@ -19,7 +21,9 @@ struct LiveSwitches {
   std::atomic<bool> showType{false};
   std::atomic<bool> indicationsEnabled{false};
 
-  bool IsUeConnected() const noexcept { return ueConnectStatus.load(std::memory_order_relaxed) != 0; }
+  bool IsUeConnected() const noexcept {
+    return ueConnectStatus.load(std::memory_order_relaxed) != 0;
+  }
   void ResetSettings() noexcept {
     oneLineArrays.store(false, std::memory_order_relaxed);
     showType.store(false, std::memory_order_relaxed);
