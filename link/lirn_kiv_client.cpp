@@ -163,7 +163,7 @@ std::int32_t LirnKivClient::SendText(const QCString& text) {
     return QCString(L"[LirnKivClient::ReceiveCmd]text = ") + (buffer != nullptr ? buffer : L"");
   });
   parts_.sender.SVCSendMessage(SvcKivSpace::kReply, buffer);
-  PoolFree(buffer);
+  if (buffer != nullptr) PoolFree(buffer);
   return kShown;
 }
 
