@@ -566,7 +566,7 @@ TEST(PostedLine, ACommandWithoutAPacketIsToldWithItsIdAndStatus) {
   app.SetUEConnectStatus(1);
   app.GetMorviCmdList()->AddCommand(CmdInfo::Make(0xABCD, L"ghost", L"", L"", 0, 0));
   QCString reply;
-  app.GetDiagCmdResponse(L"ghost 1", reply);
+  app.GetDiagCmdResponse(L"ghost", reply);
   EXPECT_EQ(
       reply.str(),
       L"*** Failed to find valid packet (id=0xabcd, ret=521). Maybe the parameter is invalid or "

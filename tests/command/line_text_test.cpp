@@ -213,7 +213,7 @@ TEST(KindOfLine, AHostWordIsAcceptedUnlessTheCatalogueHasACommandOfItsName) {
          {L"dir 1", {1, 1, L"dir", L"1", L"dir", 0x1013}}});
 }
 
-class ScriptFile : public testing::Test {
+class TypedScriptFile : public testing::Test {
  protected:
   std::wstring Make(const std::string& name) {
     std::ofstream(bench_.Setup().Path(name)) << "ping\n";
@@ -227,7 +227,7 @@ class ScriptFile : public testing::Test {
   ModuleBench bench_;
 };
 
-TEST_F(ScriptFile, AnExistingOneIsAcceptedAndLosesItsRest) {
+TEST_F(TypedScriptFile, AnExistingOneIsAcceptedAndLosesItsRest) {
   for (const char* name : {"a.hcs", "b.HCS", "c.hCs"}) {
     const std::wstring path = Make(name);
     EXPECT_EQ(SeenOf(bench_, path + L" 1 2"), (Seen{1, 3, path, L"", path}));
@@ -235,20 +235,20 @@ TEST_F(ScriptFile, AnExistingOneIsAcceptedAndLosesItsRest) {
   }
 }
 
-TEST_F(ScriptFile, AMissingOneIsAnUnknownWord) {
+TEST_F(TypedScriptFile, AMissingOneIsAnUnknownWord) {
   const std::wstring path = Path("none.hcs");
   EXPECT_EQ(SeenOf(bench_, path + L" 1"), (Seen{0, 0, path, L"1", path}));
   EXPECT_EQ(Test(path), 51);
 }
 
-TEST_F(ScriptFile, AFolderOfSuchANameIsNone) {
+TEST_F(TypedScriptFile, AFolderOfSuchANameIsNone) {
   std::filesystem::create_directory(bench_.Setup().Path("folder.hcs"));
   const std::wstring path = Path("folder.hcs");
   EXPECT_EQ(SeenOf(bench_, path), (Seen{0, 0, path, L"", path}));
   EXPECT_EQ(Test(path), 51);
 }
 
-TEST_F(ScriptFile, TheTestTellsShortWordsFromOtherSuffixes) {
+TEST_F(TypedScriptFile, TheTestTellsShortWordsFromOtherSuffixes) {
   EXPECT_EQ(Test(L""), 2);
   EXPECT_EQ(Test(L"hcs"), 2);
   EXPECT_EQ(Test(L"hcs."), 10012);
@@ -258,7 +258,7 @@ TEST_F(ScriptFile, TheTestTellsShortWordsFromOtherSuffixes) {
   EXPECT_EQ(Test(Make("kept.txt")), 10012);
 }
 
-TEST_F(ScriptFile, RunsNothingAndEmptiesTheHolder) {
+TEST_F(TypedScriptFile, RunsNothingAndEmptiesTheHolder) {
   EXPECT_EQ(bench_.Run(Make("a.hcs") + L" x"), L"");
   EXPECT_EQ(fake::Posts(), std::vector<fake::Post>());
 }

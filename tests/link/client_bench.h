@@ -55,12 +55,15 @@ class RecordingHandlers : public SvcKivClass::ReplyHandlers {
 
 class ClientBench {
  public:
-  // Without `ver` the ini file says nothing about it.
-  explicit ClientBench(int ver = 1, const std::string& ini = {}) : setup_((Prepare(), ver)) {
+  // `ini` replaces the ini file with `ver`, `catalogue` the tests' own one.
+  explicit ClientBench(int ver = 1, const std::string& ini = {}, const std::string& catalogue = {})
+      : setup_((Prepare(), ver)) {
     if (!ini.empty()) std::ofstream(setup_.Path("platform.ini")) << ini;
+    if (!catalogue.empty()) UseCatalogue(catalogue);
     // The client's decoding uses the catalogue that the process works with.
     QCList<CmdInfo> commands;
-    database_.EnumCommands(commands, 3, 256, 0, 0);
+    CCmdDatabase database;
+    database.EnumCommands(commands, 3, 256, 0, 0);
     handlersPointer.store(&handlers);
     switches.ueConnectStatus = 1;
     client = std::make_unique<SvcKivClass::LirnKivClient>(
@@ -98,8 +101,14 @@ class ClientBench {
     fake::ResetSeam();
   }
 
+  void UseCatalogue(const std::string& path) const {
+    bench::Setup setup;
+    setup.configDir = QCString::FromUtf8(setup_.Path("."));
+    setup.catalogue = QCString::FromUtf8(path);
+    bench::SetSetup(setup);
+  }
+
   ScratchSetup setup_;
-  CCmdDatabase database_;
   std::unique_ptr<MessageEar> ear_;
 };
 
