@@ -8,7 +8,7 @@
 class KIVPLATFORM_API CDevAdapterConnect {
  public:
   CDevAdapterConnect();
-  ~CDevAdapterConnect();
+  ~CDevAdapterConnect();  // NOLINT(performance-trivially-destructible): exported, defined apart
   // Sends the buffer as one raw-text message over the installed link. An answer within a second is
   // counted and shown by the link's tap; this call waits for it, but answers the post's status.
   unsigned long TestServerResponse(const void* buffer, unsigned long lengthBytes);

@@ -77,6 +77,7 @@ class SpawnPlan {
   void CloseTheRest() { posix_spawn_file_actions_addclosefrom_np(&actions_, kFirstFreeFd); }
   int Run(const std::string& program, const std::vector<std::string>& arguments, pid_t& pid) {
     std::vector<char*> argv;
+    argv.reserve(arguments.size() + 1);
     for (const std::string& argument : arguments)
       argv.push_back(const_cast<char*>(argument.c_str()));
     argv.push_back(nullptr);
@@ -92,7 +93,7 @@ class SpawnPlan {
 
 std::string FindProgram(const std::string& name) {
   if (name.find('/') != std::string::npos) return name;
-  const std::string beside = os::ProgramDirectory() + "/" + name;
+  std::string beside = os::ProgramDirectory() + "/" + name;
   if (IsProgram(beside)) return beside;
   const char* const set = std::getenv("PATH");
   std::string_view path = set != nullptr ? set : kPathWithoutEnvironment;

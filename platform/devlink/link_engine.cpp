@@ -184,7 +184,7 @@ void LinkEngine::Opened(std::unique_ptr<Transport> transport, std::string proble
 }
 
 void LinkEngine::Greet() {
-  const bench::Resolved setup = bench::GetSetup();
+  const bench::Resolved& setup = bench::GetSetup();
   HostGreeting greeting;
   greeting.variant = Code16(setup.variant);
   greeting.product = Code16(setup.product);
