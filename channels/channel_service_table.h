@@ -20,6 +20,7 @@ using PostHciDataFn = std::uint32_t (*)(std::uint32_t, const void*, std::uint32_
 // Buffer, length in bytes; 0 on success.
 using PostRawTextFn = std::uint32_t (*)(const void*, std::uint32_t);
 
+// What the controller offers; entries that are not named stay null.
 struct ChannelServiceTable {
   IsUeConnectedFn isUeConnected;  // 0
   PostDiagDataFn postDiagData;    // 1

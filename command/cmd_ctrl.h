@@ -47,6 +47,7 @@ struct CmdCtrlParts {
   QCString cataloguePath = {};                        // empty: the bench setup's
 };
 
+// Takes a typed line from the facade, runs it and leaves the reply text.
 class CmdCtrl : public QObject, public SvcKivClass::ReplyHandlers {
   Q_OBJECT
 

@@ -20,6 +20,7 @@ namespace SvcKivClass {
 
 class LirnKivClient;
 
+// What the entries of the service table reach: they take no context argument of their own.
 struct ServiceContext {
   std::atomic<LirnKivClient*> link{nullptr};  // null while there is no link client
   LiveSwitches* switches = nullptr;

@@ -14,6 +14,7 @@ inline constexpr std::size_t kMaxWordChars = 80;
 inline constexpr std::size_t kMaxRestChars = 16384;
 inline constexpr std::size_t kShownLongWordChars = 50;  // of a word beyond kMaxWordChars
 
+// A typed line taken apart, before it is classified.
 struct TypedLine {
   QCString word;      // the whole line for a line that begins with "at", in any case
   QCString rest;      // trimmed of spaces

@@ -29,6 +29,7 @@ struct LirnKivClientParts {
   const std::atomic<ReplyHandlers*>& handlers;  // null inside: no controller, everything is shown
 };
 
+// The module's connection: posts commands, shows what comes back.
 class LirnKivClient : public CLinkClientDiagCmd, public ResultCodeTexts {
  public:
   // Longest command, and longest wrapped packet, in bytes.

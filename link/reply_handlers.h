@@ -11,6 +11,7 @@
 
 namespace SvcKivClass {
 
+// Implemented by the command controller; the link knows no more of it.
 class ReplyHandlers {
  public:
   virtual ~ReplyHandlers() = default;

@@ -8,6 +8,7 @@
 
 namespace SvcKivClass {
 
+// A number as far as it could be read, and whether that was all of the text.
 struct ParsedNumber {
   std::uint32_t value = 0;  // of the digits read so far, also when something follows them
   bool whole = false;       // nothing is left behind the number; true for the empty text

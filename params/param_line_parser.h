@@ -25,6 +25,7 @@
 
 namespace SvcKivClass {
 
+// Hands out one value or array after the other; knows nothing of the tree.
 class ParamLineParser {
  public:
   // Position of a used-up line; depth of a line without braces.

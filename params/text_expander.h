@@ -24,6 +24,7 @@
 
 namespace SvcKivClass {
 
+// Replaces text-file references in one pass, and finds files that name themselves.
 class TextExpander {
  public:
   // Both are borrowed until Run has returned.

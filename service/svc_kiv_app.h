@@ -31,6 +31,7 @@ struct SvcKivAppParts {
   QCString cataloguePath = {};  // empty: the bench setup's
 };
 
+// The one application object behind the facade.
 class SvcKivApp {
  public:
   explicit SvcKivApp(SvcKivAppParts parts = {});

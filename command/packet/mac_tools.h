@@ -12,6 +12,7 @@ namespace SvcKivClass {
 
 using RoutingHeader = std::array<std::uint8_t, 18>;  // three hops of six bytes
 
+// Static functions only; see the form of a path at PathToHeader.
 class MacTools {
  public:
   static constexpr std::uint32_t kMaxHops = 3;

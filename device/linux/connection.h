@@ -23,6 +23,7 @@ typedef struct kiv_connection kiv_connection;
 // The session of this connection begins (`accepted`) or is refused or over.
 typedef void (*kiv_session_fn)(void* context, kiv_connection* connection, bool accepted);
 
+// One peer: its descriptors, what was read of it, what waits to be written to it.
 struct kiv_connection {
   int in;
   int out;

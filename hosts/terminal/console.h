@@ -21,6 +21,7 @@
 
 namespace kiv {
 
+// One run of the program, from the first line to the exit status.
 class Console {
  public:
   // The bench setup must have been set from the options.

@@ -23,6 +23,7 @@ enum ExitStatus : int {
   kInterrupted = 130,
 };
 
+// What the command line says; unset fields are looked up elsewhere.
 struct ConsoleOptions {
   bench::Setup setup;
   std::vector<std::string> lines;   // -c, in order

@@ -20,6 +20,7 @@
 
 namespace kiv {
 
+// The one thread that calls SvcKiv; closures are queued to it.
 class FacadeThread {
  public:
   explicit FacadeThread(ViewQueue& queue);

@@ -12,11 +12,13 @@
 
 namespace kiv {
 
+// Cuts bytes into lines, however they come in pieces.
 class LineSource {
  public:
   // A longer line is not run; the module takes 16,463 characters at most.
   static constexpr std::size_t kLimitBytes = 1u << 20;
 
+  // One typed line, or the news that it was too long.
   struct Line {
     std::wstring text;
     std::size_t number = 0;  // from 1

@@ -22,6 +22,7 @@
 
 namespace kiv {
 
+// Observer of the link: state, posts of the line that runs, their confirmations.
 class LinkWatch final : public devlink::LinkObserver {
  public:
   // `onConnected` is told of each change, on the link's thread, before the queue gets the news.
@@ -40,6 +41,7 @@ class LinkWatch final : public devlink::LinkObserver {
   void OnHandedOver(const ReceivedPacket* records, std::uint32_t count) override;
 
  private:
+  // A request that the line posted; its confirmation has the same tag and id.
   struct Post {
     std::uint32_t cmdId;
     std::uint16_t tag;

@@ -18,6 +18,7 @@
 
 namespace kiv {
 
+// One thing to show, or to know, in the order in which it happened.
 struct ViewEvent {
   enum class Kind {
     kText,          // show `text`
@@ -41,6 +42,7 @@ struct ViewEvent {
   std::uint64_t epoch = 0;    // changes of the link's state: so far, or before the line's last post
 };
 
+// Bounded towards link threads, unbounded towards the facade's own.
 class ViewQueue {
  public:
   // `wake` is called, from the pushing thread, when the queue was empty before, and for each reply.

@@ -19,8 +19,10 @@
 
 namespace SvcKivSpace {
 
+// Help entries first, then commands; a look-up by name costs the same however many there are.
 class MorviCmdList {
  public:
+  // A word that is no command of the catalogue.
   struct HelpEntry {
     QCString name;
     QCString description;

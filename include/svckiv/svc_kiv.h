@@ -18,6 +18,7 @@
 
 namespace SvcKivSpace {
 
+// Everything is static but SetIsEnableInstantInd.
 class SVCKIV_API SvcKiv {
  public:
   SvcKiv();

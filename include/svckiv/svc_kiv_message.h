@@ -30,6 +30,7 @@ enum SvcKivMsgType : int {
   kShell = 5,     // shell channel on product 38
 };
 
+// The one object whose signal carries text to the view.
 class SVCKIV_API SvcKivMessage : public QObject {
   Q_OBJECT
 

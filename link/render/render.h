@@ -14,6 +14,7 @@
 
 namespace SvcKivClass {
 
+// The user's display settings at the moment of rendering.
 struct RenderFlags {
   bool hexadecimal = false;
   bool oneLineArrays = false;

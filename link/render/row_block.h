@@ -25,6 +25,7 @@ struct RowTexts {
   std::wstring_view comment;
 };
 
+// All rows of one rendering in one run of characters, no string of its own for any.
 class RowBlock {
  public:
   explicit RowBlock(const RenderFlags& flags) : flags_(flags) {}
@@ -43,6 +44,7 @@ class RowBlock {
   const RenderFlags& GetFlags() const noexcept { return flags_; }
 
  private:
+  // Where a row's name and value stand in the run of characters.
   struct Row {
     std::size_t nameAt;  // in chars_; the value follows the name
     std::size_t nameChars;

@@ -5,6 +5,7 @@
 
 #include "platform/platform_export.h"
 
+// Reaches the device over whichever link client was installed last.
 class KIVPLATFORM_API CDevAdapterConnect {
  public:
   CDevAdapterConnect();

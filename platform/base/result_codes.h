@@ -34,6 +34,7 @@ inline constexpr std::uint32_t kBadKeys = 10007;
 inline constexpr std::uint32_t kWrongSuffix = 10012;
 inline constexpr std::uint32_t kFailure = 0xFFFFFFFFu;
 
+// One result code.
 struct Entry {
   std::uint32_t code;
   const char* name;  // lower case with underscores, for documents and machine output

@@ -13,6 +13,7 @@
 #include "platform/platform_export.h"
 #include "platform/text/qc_string.h"
 
+// The log file of the configuration directory.
 class KIVPLATFORM_API CSysLogFile {
  public:
   // Appends the text, with the local time in front, to "kiv.log" in the configuration directory; at
@@ -23,6 +24,7 @@ class KIVPLATFORM_API CSysLogFile {
   static void SetObserver(std::function<void(const QCString&)> observer);
 };
 
+// Short notices to the person at the terminal.
 class KIVPLATFORM_API CConsolePrinter {
  public:
   // Writes the text, cut as above, to standard error with control characters shown escaped (a line

@@ -11,6 +11,7 @@
 
 #include "platform/platform_export.h"
 
+// Counts of packets and bytes in both directions, since the profile was installed.
 class KIVPLATFORM_API CTransferProfile {
  public:
   void IncTxSize(std::uint32_t count, std::uint32_t lengthBytes) noexcept;

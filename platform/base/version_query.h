@@ -10,12 +10,14 @@
 
 #include "platform/platform_export.h"
 
+// Which protocol variant the device speaks.
 class KIVPLATFORM_API CVersion {
  public:
   // The protocol variant code: 246, 248, 249, or another number for the base class of command ids.
   static std::uint32_t GetVersion();
 };
 
+// Which product the device is.
 class KIVPLATFORM_API CProductVersion {
  public:
   // The product version code; 38 selects the shell's raw path.

@@ -24,6 +24,7 @@
 
 enum class BodyKind : std::uint8_t { kRequest, kConfirmation, kIndication };
 
+// A compiled catalogue in memory, immutable once loaded and shared by codecs and databases.
 class Catalogue {
  public:
   // Opens and checks the file's tables. `opened` is null on failure.

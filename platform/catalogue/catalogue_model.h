@@ -33,12 +33,14 @@ KIVPLATFORM_API bool IsSigned(Scalar scalar) noexcept;
 // As sources spell it: "u8" ... "i64", "char".
 KIVPLATFORM_API std::string_view ScalarName(Scalar scalar) noexcept;
 
+// One name of an enumeration.
 struct EnumerationValue {
   std::string name;
   std::uint64_t value = 0;  // two's complement, sign-extended to 64 bits
   std::string text;
 };
 
+// A scalar whose values have names for the consoles.
 struct Enumeration {
   std::string name;
   Scalar base = Scalar::kU8;
@@ -49,6 +51,7 @@ struct Enumeration {
 // What a field's elements are.
 enum class FieldKind : std::uint8_t { kScalar, kEnumeration, kStructure };
 
+// One member of a structure, as the source describes it.
 struct Field {
   std::string name;
   std::string text;
@@ -64,6 +67,7 @@ struct Field {
   std::uint64_t SizeBytes() const noexcept { return std::uint64_t{elementBytes} * count; }
 };
 
+// A type with members, packed or with the gaps that a C compiler leaves.
 struct Structure {
   std::string name;
   std::string text;
@@ -78,6 +82,7 @@ struct Structure {
 
 enum class Combined : std::uint8_t { kAny, kNone, kListed };
 
+// One command and the structures of its packets.
 struct Command {
   static constexpr std::int32_t kNoStructure = -1;
 
@@ -99,6 +104,7 @@ struct Command {
   }
 };
 
+// A whole catalogue as its source describes it.
 struct Model {
   std::string name;
   std::string text;

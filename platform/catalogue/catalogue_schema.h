@@ -11,6 +11,7 @@ namespace catalogue {
 inline constexpr std::int32_t kApplicationId = 0x4B495643;  // "KIVC"
 inline constexpr std::int32_t kFormatVersion = 1;           // user_version
 
+// A table of the compiled file and the statement that makes it.
 struct TableRow {
   const char* name;
   const char* sql;  // as SQLite keeps it, so that it can be compared

@@ -20,6 +20,7 @@
 class Catalogue;
 class CmdInfoStore;
 
+// The controller's view of the catalogue: which commands there are, which may be sent.
 class KIVPLATFORM_API CCmdDatabase {
  public:
   // The bench setup's catalogue. Opening is part of the first call that needs it; a failure then

@@ -15,6 +15,7 @@
 
 class CmdInfoStore;
 
+// A reference to one command's record; cheap to copy.
 class KIVPLATFORM_API CmdInfo {
  public:
   CmdInfo() = default;

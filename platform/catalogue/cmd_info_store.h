@@ -14,6 +14,7 @@
 
 #include "platform/catalogue/sqlite_file.h"
 
+// The records of one enumeration, names and texts in common blocks.
 class CmdInfoStore {
  public:
   static constexpr std::uint32_t kNone = 0xFFFFFFFFu;
@@ -44,6 +45,7 @@ class CmdInfoStore {
   std::uint32_t Find(std::uint32_t id, std::uint32_t& hint) const noexcept;
 
  private:
+  // One command; texts are offsets into the common blocks.
   struct Record {
     std::uint32_t id;
     std::uint32_t nameChars;  // where the name begins in names_

@@ -32,6 +32,7 @@ struct DecodeDescriptor {
   std::uint32_t lengthBytes;
 };
 
+// Default trees, bodies from trees, trees from bodies.
 class KIVPLATFORM_API CParamCodec {
  public:
   // An empty (or null) path is the catalogue that the process works with: the one that CCmdDatabase

@@ -25,6 +25,7 @@ struct FieldLayout;
 // `depth` of the root is the starting depth. A non-zero answer stops the walk.
 using ParseNodesCallback = std::uint32_t (*)(CParamNode* node, void* user, std::uint32_t depth);
 
+// A position in a value tree; the root owns it all.
 class KIVPLATFORM_API CParamNode {
  public:
   // An empty root: kind 24, no names, no children.

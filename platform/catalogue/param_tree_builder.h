@@ -29,6 +29,7 @@ struct ParamNodeSpec {
       UINT64_MAX;  // length that GetValueBuf reports when not the field's size
 };
 
+// Collects nodes and makes the tree in one go.
 class KIVPLATFORM_API ParamTreeBuilder {
  public:
   void Add(ParamNodeSpec spec) { specs_.push_back(std::move(spec)); }

@@ -18,6 +18,7 @@
 struct sqlite3;
 struct sqlite3_stmt;
 
+// A catalogue file opened for reading only, with everything switched off that a file could abuse.
 class SqliteFile {
  public:
   SqliteFile() = default;

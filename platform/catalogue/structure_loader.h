@@ -13,6 +13,7 @@
 #include "platform/catalogue/catalogue_model.h"
 #include "platform/catalogue/sqlite_file.h"
 
+// Reads structures out of a compiled catalogue and refuses what does not fit together.
 class StructureLoader {
  public:
   // Prepares its statements.

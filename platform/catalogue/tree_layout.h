@@ -46,6 +46,7 @@ struct FieldLayout {
   bool takesBytes = false;  // SetValueBuf works
 };
 
+// The immutable shape that all trees of one structure share.
 class TreeLayout {
  public:
   const std::vector<FieldLayout>& Fields() const noexcept { return fields_; }
@@ -85,6 +86,7 @@ class TreeLayoutBuilder {
   std::uint32_t Intern(std::wstring_view name);
   void Link(std::uint32_t index);
 
+  // Where a field's two names stand in the block of names.
   struct NameOffsets {
     std::uint32_t variableName;
     std::uint32_t typeName;

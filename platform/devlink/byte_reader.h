@@ -14,6 +14,7 @@
 
 namespace devlink {
 
+// Reads numbers out of received bytes and never past their end.
 class ByteReader {
  public:
   explicit ByteReader(std::span<const std::uint8_t> bytes) noexcept : bytes_(bytes) {}

@@ -15,6 +15,7 @@
 
 namespace devlink {
 
+// A started program with its three pipes, in a session of its own.
 class ChildProcess {
  public:
   // Our ends of the three pipes.

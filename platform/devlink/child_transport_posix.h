@@ -13,6 +13,7 @@
 
 namespace devlink {
 
+// A link over the pipes of a child process.
 class ChildTransport : public FdTransport {
  public:
   ChildTransport(asio::io_context& io, ChildProcess process, ChildProcess::Pipes pipes,

@@ -25,6 +25,7 @@ struct DeframerCounts {
   std::uint64_t stray = 0;    // shorter than a frame can be
 };
 
+// Gets each sound frame while its bytes are still in the deframer.
 class FrameSink {
  public:
   virtual ~FrameSink() = default;
@@ -32,6 +33,7 @@ class FrameSink {
   virtual void OnFrame(std::span<const std::uint8_t> content) = 0;
 };
 
+// Bytes of the line, in any pieces, to frames.
 class Deframer {
  public:
   Deframer();

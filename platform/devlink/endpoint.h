@@ -18,6 +18,7 @@ namespace devlink {
 
 enum class EndpointKind { kNone, kExec, kUnix };
 
+// An endpoint's text, taken apart.
 struct Endpoint {
   EndpointKind kind = EndpointKind::kNone;
   std::vector<std::string> arguments;  // kExec: the program first

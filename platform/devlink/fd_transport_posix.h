@@ -14,6 +14,7 @@
 
 namespace devlink {
 
+// A link over descriptors: a socket, or a pair of pipes.
 class FdTransport : public Transport {
  public:
   // A connected socket.

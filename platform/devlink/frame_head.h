@@ -23,6 +23,7 @@ inline constexpr std::uint32_t kMaxBodyBytes = 64u * 1024 * 1024;
 inline constexpr std::uint8_t kWireVersion = 1;
 inline constexpr std::uint8_t kMoreFollows = 0x01;
 
+// The fields of a frame's head in the machine's own order.
 struct FrameHead {
   std::uint8_t version = kWireVersion;
   MessageKind kind = MessageKind::kKeepAlive;

@@ -11,6 +11,7 @@
 
 namespace devlink {
 
+// Decides when to probe and when the link is lost; has no clock of its own.
 class KeepAlive {
  public:
   enum class Due { kNothing, kProbe, kLost };

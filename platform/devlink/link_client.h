@@ -38,6 +38,7 @@ namespace devlink {
 class LinkEngine;
 }
 
+// A client of the link; what it receives comes through ReceiveCmd.
 class KIVPLATFORM_API CLinkClient {
  public:
   CLinkClient(std::int64_t word, const wchar_t* name);
@@ -74,6 +75,7 @@ class KIVPLATFORM_API CLinkClient {
   std::shared_ptr<devlink::LinkEngine> engine_;  // with the link's thread
 };
 
+// A client that posts diagnostic commands, raw text and frames.
 class KIVPLATFORM_API CLinkClientDiagCmd : public CLinkClient {
  public:
   CLinkClientDiagCmd(std::int64_t word, const wchar_t* name);

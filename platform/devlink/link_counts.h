@@ -8,6 +8,7 @@
 
 namespace devlink {
 
+// The counters while they are being raised.
 struct LinkCounts {
   using Count = std::atomic<std::uint64_t>;
   Count framesIn{0}, framesOut{0}, bytesIn{0}, bytesOut{0}, messagesIn{0}, messagesOut{0};

@@ -28,6 +28,7 @@
 
 namespace devlink {
 
+// Owns the link's thread: connects, greets, reads, and comes back after a loss.
 class LinkEngine : public std::enable_shared_from_this<LinkEngine>, private SessionHost {
  public:
   LinkEngine(CLinkClient& client, std::string name);

@@ -31,6 +31,7 @@ struct PeerInfo {
   bool fingerprintDiffers = false;  // from the catalogue this process works with
 };
 
+// The link's new state, and what there is to say about it.
 struct StateChange {
   LinkState state;
   const PeerInfo* peer;  // with kConnected, else null
@@ -65,6 +66,7 @@ struct TapMessage {
   std::uint64_t timeNs;  // CLOCK_REALTIME
 };
 
+// Implemented by a host; see the head of this file for the threads.
 class LinkObserver {
  public:
   virtual ~LinkObserver() = default;
@@ -84,6 +86,7 @@ class LinkObserver {
 
 KIVPLATFORM_API void SetLinkObserver(LinkObserver* observer);
 
+// A copy of the counters at one moment.
 struct LinkCounters {
   std::uint64_t framesIn, framesOut, bytesIn, bytesOut;
   std::uint64_t messagesIn, messagesOut;

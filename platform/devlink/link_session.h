@@ -33,6 +33,7 @@ class SessionHost {
   virtual void OnTestAnswer(std::uint16_t tag) = 0;
 };
 
+// One session, from the greeting to its end.
 class LinkSession : private MessageSink {
  public:
   // `helloTag` is the tag of our own hello: an answer with another one is of an earlier session.

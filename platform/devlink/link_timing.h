@@ -10,6 +10,7 @@ namespace devlink {
 using LinkClock = std::chrono::steady_clock;
 using Milliseconds = std::chrono::milliseconds;
 
+// Every time span of the link in one place; tests shorten them.
 struct LinkTiming {
   Milliseconds probeAfter{1000};    // silence before a probe, and between probes
   Milliseconds lostAfter{5000};     // silence after the first probe before the link is given up

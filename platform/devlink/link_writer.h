@@ -34,6 +34,7 @@ struct OutMessage {
   std::span<const std::uint8_t> body;
 };
 
+// The one way to the line: frames are written whole, one writer at a time.
 class LinkWriter {
  public:
   // Called on the thread whose write failed.

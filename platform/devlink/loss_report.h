@@ -28,6 +28,7 @@ enum class Loss : std::size_t {
   kCount
 };
 
+// Turns counted losses into few lines for people.
 class LossReport {
  public:
   // `total` is the count of this kind since the session began.

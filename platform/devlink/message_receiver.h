@@ -20,6 +20,7 @@
 
 namespace devlink {
 
+// What the receiver dropped, and why.
 struct ReceiverCounts {
   std::uint64_t frames = 0;     // sound and well formed, of this session
   std::uint64_t malformed = 0;  // sound frames that are no part of a message
@@ -28,6 +29,7 @@ struct ReceiverCounts {
   std::uint64_t abandoned = 0;  // messages given up before their last frame
 };
 
+// Gets each whole message.
 class MessageSink {
  public:
   virtual ~MessageSink() = default;
@@ -36,6 +38,7 @@ class MessageSink {
   virtual void OnMessage(const FrameHead& head, std::span<const std::uint8_t> body) = 0;
 };
 
+// Frames to messages: heads checked, sequence followed, pieces joined.
 class MessageReceiver : public FrameSink {
  public:
   explicit MessageReceiver(MessageSink& sink) : sink_(sink) {}

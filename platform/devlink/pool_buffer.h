@@ -14,6 +14,7 @@
 
 namespace devlink {
 
+// A block of the pool that is released with its owner.
 class PoolBuffer {
  public:
   PoolBuffer() = default;

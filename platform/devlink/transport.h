@@ -28,6 +28,7 @@ namespace devlink {
 
 enum class WriteOutcome { kWritten, kTimedOut, kBroken };
 
+// Bytes to and from a device, whatever carries them.
 class Transport {
  public:
   using ReadHandler = std::function<void(std::size_t lengthBytes)>;
@@ -55,6 +56,7 @@ class Transport {
   virtual std::string End(const KeepWaiting& keepWaiting) = 0;
 };
 
+// Makes the transport that an endpoint asks for.
 class TransportOpener {
  public:
   using Handler = std::function<void(std::unique_ptr<Transport> transport, std::string problem)>;

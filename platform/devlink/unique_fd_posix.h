@@ -9,6 +9,7 @@
 
 namespace devlink {
 
+// A descriptor that is closed with its owner.
 class UniqueFd {
  public:
   UniqueFd() = default;

@@ -15,8 +15,10 @@
 
 namespace os {
 
+// Takes the process's signals over while it lives.
 class KIVPLATFORM_API ConsoleEvents {
  public:
+  // What happened since the last Wait.
   struct Ready {
     bool input = false;  // ReadInput will not block
     bool woken = false;

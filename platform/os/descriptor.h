@@ -20,6 +20,7 @@ auto RetryWhenInterrupted(Call call) {
 // 0, or what errno says of a call that answered -1.
 inline int ErrorOf(long result) { return result == -1 ? errno : 0; }
 
+// A descriptor that is closed with its owner.
 class Descriptor {
  public:
   explicit Descriptor(int number = -1) : number_(number) {}

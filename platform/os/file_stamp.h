@@ -10,6 +10,7 @@
 
 namespace os {
 
+// What tells that a file is another one, or was written, since it was looked at.
 struct FileStamp {
   std::uint64_t device = 0;
   std::uint64_t file = 0;

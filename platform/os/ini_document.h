@@ -20,6 +20,7 @@
 
 namespace os {
 
+// An ini file in memory with its comments and foreign keys where they were.
 class IniDocument {
  public:
   IniDocument() = default;

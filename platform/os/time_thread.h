@@ -11,6 +11,7 @@
 #include "platform/os/files.h"
 #include "platform/platform_export.h"
 
+// A point in time, field by field, as the named service has it.
 struct SYSTEMTIME {
   std::uint16_t wYear, wMonth, wDayOfWeek, wDay, wHour, wMinute, wSecond, wMilliseconds;
 };

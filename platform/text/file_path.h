@@ -24,6 +24,7 @@ class KIVPLATFORM_API CFilePath {
   QCString path_;
 };
 
+// Static functions on files by wide path.
 class KIVPLATFORM_API CFilePathOperator {
  public:
   // Opens like fopen with the C mode text ("at", "wt", "rb", ...; "t" has no effect). The caller

@@ -14,6 +14,7 @@
 #include "platform/platform_export.h"
 #include "platform/text/qc_string.h"
 
+// A file read as bytes.
 class KIVPLATFORM_API QCFile {
  public:
   QCFile() = default;

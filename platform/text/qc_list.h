@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+// A list by value; copies copy the elements.
 template <typename T>
 class QCList {
  public:

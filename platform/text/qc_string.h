@@ -17,6 +17,7 @@
 
 #include "platform/platform_export.h"
 
+// A value; see the head of this file for positions and the code page.
 class KIVPLATFORM_API QCString {
  public:
   static constexpr std::size_t npos = std::wstring::npos;

@@ -12,6 +12,7 @@
 
 namespace SvcKivClass {
 
+// One block for the whole module, owned by the application object.
 struct LiveSwitches {
   std::atomic<std::int32_t> ueConnectStatus{0};
   std::atomic<bool> hexadecimal{false};

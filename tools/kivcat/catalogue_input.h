@@ -10,6 +10,7 @@
 
 namespace kivcat {
 
+// A catalogue that the tool was given, compiled or as source.
 struct LoadedCatalogue {
   catalogue::Model model;
   std::string warnings;  // ready for standard error

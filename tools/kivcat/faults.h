@@ -11,6 +11,7 @@
 
 namespace kivcat {
 
+// Collects what is wrong with a source, so that one run tells all of it.
 class Faults {
  public:
   // The name that stands before each line.
@@ -25,6 +26,7 @@ class Faults {
   std::string Text() const;
 
  private:
+  // One thing that is wrong, and where.
   struct Fault {
     SourcePlace place;
     std::string reason;

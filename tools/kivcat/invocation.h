@@ -11,6 +11,7 @@
 
 namespace kivcat {
 
+// What the tool was called with.
 struct Invocation {
   std::vector<std::string> words;              // behind the command's own
   std::map<std::string, std::string> options;  // long name to value; present when it was given

@@ -10,6 +10,7 @@
 
 namespace kivcat {
 
+// Where the tool writes, so that tests can look.
 struct Outputs {
   std::string output;       // for standard output
   std::string errorOutput;  // for standard error

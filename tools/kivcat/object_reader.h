@@ -15,6 +15,7 @@
 
 namespace kivcat {
 
+// Reads the members of one JSON object and reports those it does not know.
 class ObjectReader {
  public:
   enum class Need : std::uint8_t { kRequired, kOptional };

@@ -16,6 +16,7 @@ struct SourcePlace {
   std::uint32_t column = 1;
 };
 
+// A JSON value that knows where it stands.
 struct SourceValue {
   enum class Kind : std::uint8_t { kNull, kBoolean, kInteger, kFraction, kText, kList, kObject };
 
