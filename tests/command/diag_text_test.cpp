@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
+#include <memory>
 #include <set>
 #include <string>
 #include <tuple>
@@ -203,6 +204,14 @@ TEST(TextLine, IsSentInUtf8) {
                 Plain(0x1003, {'g', 'r', 0xC3, 0xBC, 0xF0, 0x9F, 0x98, 0x80, 0, 0, 0, 0}, 1)});
 }
 
+TEST(TextLine, OfTheLongestRestIsPostedWhole) {
+  ModuleBench bench;
+  EXPECT_EQ(bench.Run(L"note " + std::wstring(16384, L'n')), InputShown(L""));
+  Bytes body(16384, 'n');
+  body.resize(16388);
+  EXPECT_EQ(fake::Posts(), std::vector<Post>{Plain(0x1003, body, 1)});
+}
+
 TEST(TextLine, LosesTheBlankBeforeItsOption) {
   ModuleBench bench;
   bench.Run(L"note a  b  -d 5");
@@ -217,40 +226,65 @@ TEST(TextLine, TakesAnEarlierOptionAsText) {
   EXPECT_EQ(fake::Posts(), std::vector<Post>{Plain(0x1003, {'-', 'd', ' ', '5', 0, 0, 0, 0}, 1)});
 }
 
+// Started and connected over a catalogue made on the spot.
+class OwnCatalogue {
+ public:
+  explicit OwnCatalogue(const std::string& source) {
+    const std::string catalogue = kivtest::CompiledCatalogue(setup_.Path("."), source);
+    EXPECT_NE(catalogue, "");
+    bench::Setup own;
+    own.configDir = QCString::FromUtf8(setup_.Path("config"));
+    own.catalogue = QCString::FromUtf8(catalogue);
+    bench::SetSetup(own);
+    app_ = std::make_unique<SvcKivClass::SvcKivApp>(SvcKivClass::SvcKivAppParts{{}, {}});
+    app_->Start();
+    app_->SetUEConnectStatus(1);
+  }
+  std::wstring Run(const wchar_t* line) {
+    QCString reply;
+    app_->GetDiagCmdResponse(line, reply);
+    return reply.str();
+  }
+
+ private:
+  struct Reset {
+    Reset() {
+      kivtest::CoreApplication();
+      fake::ResetSeam();
+    }
+  };
+
+  Reset reset_;
+  kivtest::ScratchSetup setup_;
+  std::unique_ptr<SvcKivClass::SvcKivApp> app_;
+};
+
 TEST(TextLine, IsEveryCommandWhoseTreeHasOneOfTheTwoTextTypes) {
-  kivtest::CoreApplication();
-  fake::ResetSeam();
-  const kivtest::ScratchSetup setup;
-  const std::string catalogue = kivtest::CompiledCatalogue(setup.Path("."), R"({
-    "format": 1, "name": "texts", "layout": "packed",
+  OwnCatalogue bench(R"({ "format": 1, "name": "texts", "layout": "packed",
     "types": [
-      { "name": "dbk_str_type", "fields": [ { "name": "text", "type": "char", "count": 8, "default": "one" } ] },
-      { "name": "dbk_str_type_stru", "fields": [ { "name": "text", "type": "char", "count": 8, "default": "two" } ] },
-      { "name": "my_dbk_str_type", "fields": [ { "name": "value", "type": "u8" } ] }
-    ],
+      { "name": "dbk_str_type", "fields": [
+        { "name": "text", "type": "char", "count": 8, "default": "one" } ] },
+      { "name": "dbk_str_type_stru", "fields": [
+        { "name": "text", "type": "char", "count": 8, "default": "two" } ] },
+      { "name": "my_dbk_str_type", "fields": [ { "name": "value", "type": "u8" } ] } ],
     "commands": [
       { "id": "0x1", "name": "first", "request": "dbk_str_type" },
       { "id": "0x2", "name": "second", "request": "dbk_str_type_stru" },
-      { "id": "0x3", "name": "third", "request": "my_dbk_str_type" }
-    ] })");
-  ASSERT_NE(catalogue, "");
-  bench::Setup own;
-  own.configDir = QCString::FromUtf8(setup.Path("config"));
-  own.catalogue = QCString::FromUtf8(catalogue);
-  bench::SetSetup(own);
-  SvcKivClass::SvcKivApp app(SvcKivClass::SvcKivAppParts{{}, {}});
-  app.Start();
-  app.SetUEConnectStatus(1);
-  QCString reply;
+      { "id": "0x3", "name": "third", "request": "my_dbk_str_type" } ] })");
   // The display is the untouched default tree's, not the typed text.
-  app.GetDiagCmdResponse(L"first 7", reply);
-  EXPECT_EQ(reply.str(), InputShown(L"one  "));
-  app.GetDiagCmdResponse(L"second 7", reply);
-  EXPECT_EQ(reply.str(), InputShown(L"two  "));
-  app.GetDiagCmdResponse(L"third 7", reply);
-  EXPECT_EQ(reply.str(), InputShown(L".value = 7 \n"));
+  EXPECT_EQ(bench.Run(L"first 7"), InputShown(L"one  "));
+  EXPECT_EQ(bench.Run(L"second 7"), InputShown(L"two  "));
+  EXPECT_EQ(bench.Run(L"third 7"), InputShown(L".value = 7 \n"));
   EXPECT_EQ(fake::Posts(), (std::vector<Post>{Plain(1, {'7', 0, 0, 0}, 1),
                                               Plain(2, {'7', 0, 0, 0}, 2), Plain(3, {7}, 3)}));
+}
+
+TEST(DiagLine, OfANullStructureShowsItsInputAllTheSame) {
+  OwnCatalogue bench(R"({ "format": 1, "name": "nulls", "layout": "packed",
+    "types": [ { "name": "my_Null_Stru", "fields": [ { "name": "value", "type": "u8" } ] } ],
+    "commands": [ { "id": "0x1", "name": "first", "request": "my_Null_Stru" } ] })");
+  EXPECT_EQ(bench.Run(L"first 7"), InputShown(L".value = 7 \n"));
+  EXPECT_EQ(fake::Posts(), (std::vector<Post>{Plain(1, {7}, 1)}));
 }
 
 TEST(PostedLine, NumbersPostsFromOneAndSkipsTheLastNumber) {

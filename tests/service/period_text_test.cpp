@@ -4,7 +4,10 @@
 
 #include <QElapsedTimer>
 #include <QMetaMethod>
+#include <QThread>
+#include <QTimer>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "tests/fakes/wait_until.h"
@@ -161,6 +164,28 @@ TEST(PeriodAfterACommand, AReplacedControllersPeriodEndsTheFlagWhenNoOtherRuns) 
   bench.App().ReloadDb();
   EXPECT_TRUE(Flag(bench));
   EXPECT_TRUE(WaitUntil([&] { return !Flag(bench); }));
+}
+
+TEST(PeriodAfterACommand, BegunFromAnotherThreadRunsInTheControllersOwn) {
+  ModuleBench bench;
+  bench.App().SetInstantIndTime(kLongMs);
+  std::thread([&] { bench.Controller().StartInstantIndPeriod(); }).join();
+  EXPECT_FALSE(bench.Controller().IsPeriodRunning());
+  ASSERT_TRUE(WaitUntil([&] { return bench.Controller().IsPeriodRunning(); }));
+  EXPECT_TRUE(Flag(bench));
+  const auto timers = bench.Controller().findChildren<QTimer*>();
+  ASSERT_EQ(timers.size(), 1);
+  EXPECT_EQ(timers[0]->thread(), QThread::currentThread());
+}
+
+TEST(PeriodAfterACommand, HasOneTimerHoweverManyCommandsWereAccepted) {
+  ModuleBench bench;
+  bench.App().SetInstantIndTime(kLongMs);
+  for (int i = 0; i < 5; ++i) bench.Run(L"ping");
+  QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+  const auto timers = bench.Controller().findChildren<QTimer*>();
+  ASSERT_EQ(timers.size(), 1);
+  EXPECT_EQ(timers[0]->interval(), kLongMs);
 }
 
 TEST(PeriodAfterACommand, StopEndsARunningPeriodWithoutALateSlot) {
