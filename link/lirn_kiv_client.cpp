@@ -3,10 +3,12 @@
 #include <algorithm>
 #include <cwchar>
 
+#include "link/link_texts.h"
 #include "link/wrapped_packet.h"
 #include "platform/base/ini_values.h"
 #include "platform/base/result_codes.h"
 #include "platform/bounded/pool.h"
+#include "platform/text/qt_text.h"
 #include "service/message/debug_trace.h"
 
 namespace SvcKivClass {
@@ -168,7 +170,9 @@ std::int32_t LirnKivClient::SendText(const QCString& text) {
 }
 
 QCString LirnKivClient::GetResultCodeText(std::uint32_t resultCode) const {
-  return GetResultCodeString(resultCode);
+  const result::Entry* const known = result::Find(resultCode);
+  if (known != nullptr) return Translated(known->text);
+  return FromQString(QObject::tr(texts::kUnknownResult).arg(resultCode));
 }
 
 }  // namespace SvcKivClass

@@ -14,8 +14,9 @@ struct ParsedNumber {
   bool whole = false;       // nothing is left behind the number; true for the empty text
 };
 
-// [white space] [sign] ( "0x" hex | "0" octal | decimal ). A magnitude beyond 32 bits gives all ones
-// whatever the sign; otherwise a minus sign negates modulo 2 to the 32nd. Without a digit nothing is read.
+// [white space] [sign] ( "0x" hex | "0" octal | decimal ). A magnitude beyond 32 bits gives all
+// ones whatever the sign; otherwise a minus sign negates modulo 2 to the 32nd. Without a digit
+// nothing is read.
 ParsedNumber ParseNumber(std::wstring_view text) noexcept;
 
 }  // namespace SvcKivClass

@@ -9,12 +9,12 @@
 //   "@" path        the whole line comes from a command file ("#" starts a comment there)
 //   "$(T<" path ")" is replaced by the content of a text file
 //
-// The parser does not know the tree: it hands out the next single value or the next array on request and
-// tells how deep in braces it stands.
+// The parser does not know the tree: it hands out the next single value or the next array on
+// request and tells how deep in braces it stands.
 //
 // Threads: one object for one thread. Owns its line.
-// Errors: every operation answers 1 for success, 0 for failure with the text in GetErrorText(); position and
-// depth stay as they were at the failure.
+// Errors: every operation answers 1 for success, 0 for failure with the text in GetErrorText();
+// position and depth stay as they were at the failure.
 #pragma once
 
 #include <cstddef>
@@ -37,21 +37,21 @@ class ParamLineParser {
   virtual ~ParamLineParser();
 
   std::uint32_t SetParamLine(const QCString& line);
-  // `leftAtDefault` is set when the line has no value here: the node keeps its default. Both are set also
-  // on failure.
+  // `leftAtDefault` is set when the line has no value here: the node keeps its default. Both are
+  // set also on failure.
   std::uint32_t GetNextValue(std::uint32_t* value, bool* leftAtDefault);
-  // Writes element by element; empty elements keep what `*buffer` held. Sizes in bytes. On failure the
-  // buffer may be partly written.
+  // Writes element by element; empty elements keep what `*buffer` held. Sizes in bytes. On failure
+  // the buffer may be partly written.
   std::uint32_t GetNextArray(std::uint8_t** buffer, std::uint32_t elementBytes,
                              std::uint32_t bufferBytes);
   // `*value` is stored also when the conversion fails.
   std::uint32_t StrToUint32(const wchar_t* text, std::uint32_t* value);
 
   const QCString& GetErrorText() const noexcept { return errorText_; }
-  const QCString& GetLine() const noexcept { return line_; }          // preprocessed
-  std::uint32_t GetPosition() const noexcept { return position_; }    // index into GetLine()
+  const QCString& GetLine() const noexcept { return line_; }        // preprocessed
+  std::uint32_t GetPosition() const noexcept { return position_; }  // index into GetLine()
   std::uint32_t GetDepth() const noexcept { return depth_; }
-  std::uint32_t GetIndex() const noexcept { return index_; }          // requests so far
+  std::uint32_t GetIndex() const noexcept { return index_; }  // requests so far
 
  private:
   static constexpr std::size_t npos = std::wstring_view::npos;
@@ -79,7 +79,8 @@ class ParamLineParser {
   std::uint32_t index_ = 0;
   QCString errorText_;
   std::size_t lastOpeningBrace_ = npos;  // of the whole line: no need to look for one behind it
-  std::size_t binaryReference_ = npos;  // first "$(B<" behind the position it was last looked for from
+  std::size_t binaryReference_ =
+      npos;  // first "$(B<" behind the position it was last looked for from
 };
 
 }  // namespace SvcKivClass

@@ -1,13 +1,14 @@
-// TextExpander: replaces every "$(T<path)" of a line by the content of the text file it names, references
-// inside inserted texts too.
+// TextExpander: replaces every "$(T<path)" of a line by the content of the text file it names,
+// references inside inserted texts too.
 //
-// The result is that of starting again at the line's beginning after each replacement, and is reached in
-// one pass: what stands in front of the insertion holds no tag any more, and the part of it that inserted
-// text may complete to one is still at the end of the output when the inserted text arrives. Each file is
-// read once.
+// The result is that of starting again at the line's beginning after each replacement, and is
+// reached in one pass: what stands in front of the insertion holds no tag any more, and the part of
+// it that inserted text may complete to one is still at the end of the output when the inserted
+// text arrives. Each file is read once.
 //
-// A reference whose tag lies inside text that came from the same file, directly or through other files,
-// would never end: it fails like a file that cannot be opened, and so does a line beyond kMaxLineChars.
+// A reference whose tag lies inside text that came from the same file, directly or through other
+// files, would never end: it fails like a file that cannot be opened, and so does a line beyond
+// kMaxLineChars.
 //
 // Threads: one object for one thread, for one line. Owns the files' contents.
 // Errors: Run answers false, with `errorText` set; the line is then as it was.
@@ -37,10 +38,10 @@ class TextExpander {
 
   // A text that stands in the line: the typed one or what one reference brought in.
   struct Span {
-    std::wstring_view rest;      // not yet in the output
-    std::size_t outStart;        // where its first character is in the output
-    const std::wstring* file;    // entry of files_; null for the typed line
-    std::size_t parent;          // the span in which its reference's tag stands
+    std::wstring_view rest;    // not yet in the output
+    std::size_t outStart;      // where its first character is in the output
+    const std::wstring* file;  // entry of files_; null for the typed line
+    std::size_t parent;        // the span in which its reference's tag stands
   };
 
   bool Expand(std::size_t tagAt);
@@ -53,9 +54,9 @@ class TextExpander {
   std::wstring& line_;
   QCString& errorText_;
   std::wstring out_;
-  std::vector<Span> spans_;         // all that ever were
-  std::vector<std::size_t> open_;   // those with a rest, innermost last
-  std::size_t lineChars_ = 0;       // of the whole line as it now reads
+  std::vector<Span> spans_;        // all that ever were
+  std::vector<std::size_t> open_;  // those with a rest, innermost last
+  std::size_t lineChars_ = 0;      // of the whole line as it now reads
   std::map<std::wstring, std::wstring> files_;
 };
 

@@ -17,8 +17,8 @@ class MacTools {
  public:
   static constexpr std::uint32_t kMaxHops = 3;
 
-  // Hops are separated by "->". 0 on success, 23 for a malformed hop or a fourth one (then `*hopCount` is
-  // 3). The header is zeroed first; hops before a bad one are left converted.
+  // Hops are separated by "->". 0 on success, 23 for a malformed hop or a fourth one (then
+  // `*hopCount` is 3). The header is zeroed first; hops before a bad one are left converted.
   static std::uint32_t PathToHeader(const QCString& path, RoutingHeader& header,
                                     std::uint32_t* hopCount);
 };

@@ -7,10 +7,10 @@
 #include <utility>
 
 #include "hosts/terminal/console_texts.h"
-#include "hosts/terminal/shown_text.h"
 #include "platform/os/error_text.h"
 #include "platform/os/safe_file.h"
 #include "platform/os/utf8.h"
+#include "platform/text/shown_text.h"
 
 namespace kiv {
 namespace {
@@ -19,7 +19,8 @@ constexpr std::size_t kScriptLimitBytes = 256u << 20;
 constexpr std::uint32_t kStopTimeoutMs = 2000;
 
 int MillisecondsUntil(std::chrono::steady_clock::time_point deadline) {
-  const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
+  const auto left =
+      std::chrono::ceil<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
   return static_cast<int>(std::clamp<std::int64_t>(left.count(), 0, 1'000'000));
 }
 
@@ -36,7 +37,10 @@ int Console::Run() {
   interactive_ = !options_.HasScript() && os::ConsoleEvents::InputIsTerminal();
   facade_.Start(watch_);
   int status = interactive_ ? RunInteractive() : RunBatch();
-  if (outputGone_ && status == kDone) status = kCommandFailed;
+  if (outputGone_) {
+    os::WriteErr("kiv: standard output cannot be written\n");
+    status = kCommandFailed;
+  }
   queue_.Close();
   if (!facade_.Stop(kStopTimeoutMs)) os::ExitNow(status);
   return status;
@@ -53,30 +57,32 @@ int Console::RunBatch() {
     }
     source.Add(content);
   }
-  if (!WaitForLink()) return interrupted_ || ended_ ? kInterrupted : kNotConnected;
+  if (!WaitForLink()) return EndStatus(kNotConnected);
   int status = kDone;
   for (const std::string& line : options_.lines) {
     LineSource single;
     single.Add(line);
     single.End();
-    if (!RunLines(single, status)) return interrupted_ || ended_ ? kInterrupted : status;
+    if (!RunLines(single, status)) return EndStatus(status);
   }
   if (options_.HasScript()) {
     source.End();
-    if (!RunLines(source, status)) return interrupted_ || ended_ ? kInterrupted : status;
-    return status;
+    RunLines(source, status);
+    return EndStatus(status);
   }
   for (bool more = true; more;) {
     os::ConsoleEvents::Ready ready;
-    if (!WaitForEvent(std::nullopt, true, &ready)) return kInterrupted;
+    if (!WaitForEvent(std::nullopt, true, &ready)) break;
     std::string bytes;
     more = !ready.input || events_.ReadInput(bytes);
     source.Add(bytes);
     if (!more) source.End();
-    if (!RunLines(source, status)) return interrupted_ || ended_ ? kInterrupted : status;
+    if (!RunLines(source, status)) break;
   }
-  return status;
+  return EndStatus(status);
 }
+
+int Console::EndStatus(int status) const { return interrupted_ || ended_ ? kInterrupted : status; }
 
 int Console::RunInteractive() {
   Say("kiv: type help for the commands of the device, :help for the console's own words\n");
@@ -102,7 +108,7 @@ int Console::RunInteractive() {
     if (interrupted_) source = LineSource();  // what was typed ahead is not wanted any more
     interrupted_ = false;
   }
-  if (!outputGone_ && !ended_) os::WriteOut("\n");
+  if (!outputGone_ && !ended_ && !quit_) os::WriteOut("\n");
   return kDone;
 }
 
@@ -145,8 +151,8 @@ int Console::RunTyped(const LineSource::Line& line) {
   if (!line.text.starts_with(L":")) return RunLine(line.text);
   const Word* const end = std::end(kWords);
   const std::string typed = ShownText(line.text);
-  const Word* const word =
-      std::find_if(std::begin(kWords), end, [&typed](const Word& row) { return typed == row.name; });
+  const Word* const word = std::find_if(std::begin(kWords), end,
+                                        [&typed](const Word& row) { return typed == row.name; });
   if (word == end) {
     Say(UnknownWordText(typed));
     return kCommandFailed;
@@ -222,8 +228,11 @@ void Console::Show(const ViewEvent& event) {
     case ViewEvent::Kind::kNotice:
       Say("link: " + event.text + "\n");
       break;
+    case ViewEvent::Kind::kWarning:
+      Say(event.text);
+      break;
     case ViewEvent::Kind::kConnected:
-      connected_ = true;
+      connected_ = wasConnected_ = true;
       lastReason_.clear();
       connectedText_ = event.text;
       Say(event.text);
@@ -231,9 +240,9 @@ void Console::Show(const ViewEvent& event) {
     case ViewEvent::Kind::kDisconnected:
       if (connected_) lostEpoch_ = event.epoch;
       connected_ = false;
-      // A device that stays away gives the same reason at each attempt: it is told once. A batch that has
-      // not begun tells it in its last line.
-      if (event.text != lastReason_ && (interactive_ || lineNumber_ > 0)) {
+      // A device that stays away gives the same reason at each attempt: it is told once. A batch
+      // whose link never came up tells it in its last line.
+      if (event.text != lastReason_ && (interactive_ || wasConnected_)) {
         Say(DisconnectedText(event.text));
       }
       lastReason_ = event.text;
@@ -278,11 +287,9 @@ void Console::WordHelp() {
   Write(text + "::x       send the line :x to the module\n");
 }
 
-void Console::WordLink() {
-  Write(connected_ ? connectedText_ : DisconnectedText(lastReason_));
-}
+void Console::WordLink() { Write(connected_ ? connectedText_ : DisconnectedText(lastReason_)); }
 
-void Console::WordQuit() { ended_ = true; }
+void Console::WordQuit() { quit_ = true; }
 
 void Console::WordReload() { facade_.Reload(); }
 

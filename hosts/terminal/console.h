@@ -1,7 +1,8 @@
-// Console: the terminal program around the module. It reads lines, has them run one after the other on the
-// facade's thread, shows replies and what arrives, and works out the status of each line.
+// Console: the terminal program around the module. It reads lines, has them run one after the other
+// on the facade's thread, shows replies and what arrives, and works out the status of each line.
 //
-// Standard output gets what the module answers and nothing else; the console's own notices go to standard error.
+// Standard output gets what the module answers and nothing else; the console's own notices go to
+// standard error.
 //
 // Threads: everything here runs on the main thread.
 // Owns the queue, the watch and the facade's thread.
@@ -50,7 +51,8 @@ class Console {
   int WaitForAnswer(ViewEvent line, const std::string& shown);
   void RunOwnWord(const std::wstring& line);
 
-  // Waits for something to happen, at most until `deadline`; false when the user wants no more of it.
+  // Waits for something to happen, at most until `deadline`; false when the user wants no more of
+  // it.
   bool WaitForEvent(std::optional<Clock::time_point> deadline, bool withInput,
                     os::ConsoleEvents::Ready* ready = nullptr);
   void ShowAll();
@@ -59,7 +61,8 @@ class Console {
   void Say(const std::string& text);
   void HidePrompt();
   void ShowPrompt();
-  bool Ended() const { return ended_ || outputGone_; }
+  bool Ended() const { return ended_ || quit_ || outputGone_; }
+  int EndStatus(int status) const;
 
   void WordHelp();
   void WordQuit();
@@ -75,15 +78,17 @@ class Console {
 
   bool interactive_ = false;
   bool promptShown_ = false;
-  bool ended_ = false;        // asked to end
+  bool ended_ = false;        // asked to end, by a signal
+  bool quit_ = false;         // asked to end, by the user's own word
   bool interrupted_ = false;  // Ctrl-C while a line was waited for
   bool outputGone_ = false;
   std::uint64_t lineNumber_ = 0;
-  std::optional<ViewEvent> answered_;      // kAnswered of the line that is waited for
-  std::uint64_t lostEpoch_ = 0;            // epoch of the last loss of the link
-  bool connected_ = false;  // by the events shown so far
+  std::optional<ViewEvent> answered_;  // kAnswered of the line that is waited for
+  std::uint64_t lostEpoch_ = 0;        // epoch of the last loss of the link
+  bool connected_ = false;             // by the events shown so far
+  bool wasConnected_ = false;
   std::string connectedText_;
-  std::string lastReason_;                 // why the link is not up
+  std::string lastReason_;  // why the link is not up
 };
 
 }  // namespace kiv

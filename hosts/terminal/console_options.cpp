@@ -5,6 +5,7 @@
 #include <algorithm>
 
 #include "kiv_version.h"
+#include "platform/text/shown_text.h"
 
 namespace kiv {
 namespace {
@@ -26,7 +27,8 @@ constexpr OptionRow kOptions[] = {
     {"wait", "w", "MS", "How long to wait for the link and for each answer. Default: 5000."},
     {"variant", nullptr, "N", "Protocol variant code, instead of what the device says."},
     {"product", nullptr, "N", "Product version code, instead of what the device says."},
-    {"debug", nullptr, nullptr, "Write the debug log to kiv-debug.log in the configuration directory."},
+    {"debug", nullptr, nullptr,
+     "Write the debug log to kiv-debug.log in the configuration directory."},
     {"version", nullptr, nullptr, "Print the version and end."},
     {"help", "h", nullptr, "Print this help and end."},
 };
@@ -36,15 +38,15 @@ void AddOptions(QCommandLineParser& parser) {
     QStringList names;
     if (row.shortName != nullptr) names << QLatin1String(row.shortName);
     names << QLatin1String(row.name);
-    parser.addOption(QCommandLineOption(names, QString(),
-                                        row.valueName != nullptr ? QLatin1String(row.valueName)
-                                                                 : QString()));
+    parser.addOption(QCommandLineOption(
+        names, QString(), row.valueName != nullptr ? QLatin1String(row.valueName) : QString()));
   }
 }
 
 // "  -c, --command LINE", the way people know it.
 std::string OptionHead(const OptionRow& row) {
-  std::string head = row.shortName != nullptr ? "  -" + std::string(row.shortName) + ", " : "      ";
+  std::string head =
+      row.shortName != nullptr ? "  -" + std::string(row.shortName) + ", " : "      ";
   head += "--" + std::string(row.name);
   if (row.valueName != nullptr) head += " " + std::string(row.valueName);
   return head;
@@ -60,10 +62,12 @@ std::string HelpText() {
   }
   return text +
          "\n"
-         "Without -c and -f the lines are read from standard input. On a terminal, type help for the\n"
+         "Without -c and -f the lines are read from standard input. On a terminal, type help for "
+         "the\n"
          "commands of the device and :help for the console's own words.\n"
          "\n"
-         "Ends with 0 when every line was answered with success, 1 when a command failed, 2 for wrong\n"
+         "Ends with 0 when every line was answered with success, 1 when a command failed, 2 for "
+         "wrong\n"
          "usage, 3 when an answer did not come in time, 4 when the device was not connected.\n";
 }
 
@@ -73,15 +77,15 @@ std::optional<QCString> TextOf(const QCommandLineParser& parser, const char* nam
 }
 
 // False when the option is there and is not a number of 0 to 4294967295.
-bool NumberOf(const QCommandLineParser& parser, const char* name, std::optional<std::uint32_t>& number,
-              std::string& output) {
+bool NumberOf(const QCommandLineParser& parser, const char* name,
+              std::optional<std::uint32_t>& number, std::string& output) {
   if (!parser.isSet(QLatin1String(name))) return true;
   bool good = false;
   const QString value = parser.value(QLatin1String(name));
   number = value.toUInt(&good, 10);
   if (!good) {
     output = "kiv: --" + std::string(name) + " wants a number from 0 to 4294967295, not '" +
-             value.toStdString() + "'\n";
+             ShownUtf8(value.toStdString()) + "'\n";
   }
   return good;
 }
@@ -97,11 +101,12 @@ std::optional<int> ReadOptions(const QStringList& arguments, ConsoleOptions& opt
     output = "kiv: " + reason + "\nkiv: try 'kiv --help'\n";
     return kWrongUsage;
   };
-  if (!parser.parse(arguments)) return wrong(parser.errorText().toStdString());
+  if (!parser.parse(arguments)) return wrong(ShownUtf8(parser.errorText().toStdString()));
   if (parser.isSet(QStringLiteral("help"))) return output = HelpText(), kDone;
   if (parser.isSet(QStringLiteral("version"))) return output = "kiv " KIV_VERSION "\n", kDone;
   if (!parser.positionalArguments().isEmpty()) {
-    return wrong("unexpected argument '" + parser.positionalArguments().first().toStdString() +
+    return wrong("unexpected argument '" +
+                 ShownUtf8(parser.positionalArguments().first().toStdString()) +
                  "'; a line to run comes behind -c");
   }
   std::optional<std::uint32_t> wait;

@@ -34,9 +34,9 @@ struct ConsoleOptions {
   bool HasScript() const { return !lines.empty() || file.has_value(); }
 };
 
-// Reads the arguments (the program's name first). When the process is to end at once, for --help, --version or
-// wrong usage, answers the status and fills `output`, which belongs on standard output for status 0 and on
-// standard error for any other.
+// Reads the arguments (the program's name first). When the process is to end at once, for --help,
+// --version or wrong usage, answers the status and fills `output`, which belongs on standard output
+// for status 0 and on standard error for any other.
 std::optional<int> ReadOptions(const QStringList& arguments, ConsoleOptions& options,
                                std::string& output);
 

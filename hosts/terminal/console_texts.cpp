@@ -1,23 +1,17 @@
 #include "hosts/terminal/console_texts.h"
 
 #include "hosts/terminal/line_source.h"
-#include "hosts/terminal/shown_text.h"
+#include "platform/base/result_codes.h"
+#include "platform/text/shown_text.h"
 
 namespace kiv {
 
 const char kPrompt[] = "kiv> ";
 
 std::string ConnectedText(const devlink::PeerInfo& peer, const std::string& endpoint) {
-  std::string text = "kiv: connected to " +
-                     (peer.agentName.empty() ? "a device" : ShownUtf8(peer.agentName)) +
-                     " (variant " + std::to_string(peer.variant) + ", product " +
-                     std::to_string(peer.product) + ") over " + endpoint + "\n";
-  if (peer.fingerprintDiffers) {
-    text +=
-        "kiv: warning: the device was built for another catalogue; commands that differ may fail or "
-        "show wrong values\n";
-  }
-  return text;
+  return "kiv: connected to " + (peer.agentName.empty() ? "a device" : ShownLine(peer.agentName)) +
+         " (variant " + std::to_string(peer.variant) + ", product " + std::to_string(peer.product) +
+         ") over " + endpoint + "\n";
 }
 
 std::string DisconnectedText(const std::string& reason) {
@@ -41,6 +35,11 @@ std::string LinkLostText(const std::string& line) {
 std::string LineTooLongText(std::size_t number) {
   return "kiv: line " + std::to_string(number) + " is longer than " +
          std::to_string(LineSource::kLimitBytes) + " bytes; it was not run\n";
+}
+
+std::string NoCommandsText(const std::string& catalogue, std::uint32_t status) {
+  return "kiv: warning: no commands from the catalogue " + catalogue +
+         (status == result::kOk ? "" : ": " + ShownText(result::Text(status).view())) + "\n";
 }
 
 std::string UnknownWordText(const std::string& word) {

@@ -1,5 +1,5 @@
-// The console's own texts, in one place. They go to standard error and begin with "kiv: ", so they can be
-// told from what the module answers.
+// The console's own texts, in one place. They go to standard error and begin with "kiv: ", so they
+// can be told from what the module answers.
 #pragma once
 
 #include <cstdint>
@@ -9,7 +9,7 @@
 
 namespace kiv {
 
-// "kiv: connected to NAME (variant N, product N) over ENDPOINT", and a second line when the device's catalogue is another.
+// "kiv: connected to NAME (variant N, product N) over ENDPOINT".
 std::string ConnectedText(const devlink::PeerInfo& peer, const std::string& endpoint);
 std::string DisconnectedText(const std::string& reason);
 // A batch whose link did not come up.
@@ -18,6 +18,8 @@ std::string NotConnectedText(const std::string& endpoint, std::uint32_t waitMs,
 std::string NoAnswerText(const std::string& line, std::uint32_t waitMs);
 std::string LinkLostText(const std::string& line);
 std::string LineTooLongText(std::size_t number);
+// A catalogue that gave no commands, with the status of the attempt to read it.
+std::string NoCommandsText(const std::string& catalogue, std::uint32_t status);
 std::string UnknownWordText(const std::string& word);
 
 extern const char kPrompt[];

@@ -4,8 +4,10 @@
 #include <string_view>
 #include <utility>
 
-#include "hosts/terminal/shown_text.h"
+#include "hosts/terminal/console_texts.h"
 #include "platform/bounded/pool.h"
+#include "platform/catalogue/cmd_database.h"
+#include "platform/text/shown_text.h"
 
 namespace kiv {
 namespace {
@@ -16,7 +18,8 @@ using SvcKivSpace::SvcKivMsgType;
 // Indications are shown for a day after each command, in effect always.
 constexpr int kInstantIndPeriodMs = 86'400'000;
 
-// What a reply holder has before a line: still there afterwards means that a text channel took the line.
+// What a reply holder has before a line: still there afterwards means that a text channel took the
+// line.
 constexpr wchar_t kSentinel[] = L"\x1\x2kiv: nobody has answered yet\x2\x1";
 
 std::wstring_view FirstWord(std::wstring_view line) {
@@ -43,12 +46,27 @@ void FacadeThread::Start(LinkWatch& watch) {
   thread_.start();
   QMetaObject::invokeMethod(
       context_,
-      [] {
+      [this] {
         SvcKiv::Start();
         SvcKiv::SetInstantIndTime(kInstantIndPeriodMs);
         SvcKiv().SetIsEnableInstantInd(true);
+        WarnOfNoCommands();
       },
       Qt::QueuedConnection);
+}
+
+// The module only logs why its list is empty; a mistyped path should not have to be looked up
+// there.
+void FacadeThread::WarnOfNoCommands() {
+  const SvcKivSpace::MorviCmdList* const list = SvcKiv::GetMorviCmdList();
+  if (list == nullptr || !list->Commands().IsEmpty()) return;
+  QCList<CmdInfo> none;
+  CCmdDatabase catalogue;
+  const std::uint32_t status = catalogue.EnumCommands(none, 3, 256, 0, 0);
+  ViewEvent event;
+  event.kind = ViewEvent::Kind::kWarning;
+  event.text = NoCommandsText(ShownText(catalogue.GetPath().view()), status);
+  queue_.Push(std::move(event));
 }
 
 void FacadeThread::Run(std::uint64_t number, std::wstring line) {
@@ -82,9 +100,10 @@ void FacadeThread::SetConnected(bool connected) {
 void FacadeThread::Reload() {
   QMetaObject::invokeMethod(
       context_,
-      [] {
+      [this] {
         SvcKiv::ReloadDb();
         SvcKiv::SetInstantIndTime(kInstantIndPeriodMs);
+        WarnOfNoCommands();
       },
       Qt::QueuedConnection);
 }

@@ -1,9 +1,10 @@
-// FacadeThread: the module's user-interface thread. It alone calls the facade; it has a Qt event loop,
-// because the module's period timer lives there, and it may block while a text channel paces its line.
+// FacadeThread: the module's user-interface thread. It alone calls the facade; it has a Qt event
+// loop, because the module's period timer lives there, and it may block while a text channel paces
+// its line.
 //
-// Texts of the message object are copied, or taken, at once on the thread that sends them, by the table of
-// kinds in svc_kiv_message.h, and pushed into the view queue: a link thread waits there for room, this thread
-// never does.
+// Texts of the message object are copied, or taken, at once on the thread that sends them, by the
+// table of kinds in svc_kiv_message.h, and pushed into the view queue: a link thread waits there
+// for room, this thread never does.
 //
 // Threads: made and used by the drawing thread; nothing here blocks it but Stop.
 // Borrows queue and watch.
@@ -40,6 +41,7 @@ class FacadeThread {
   bool Stop(std::uint32_t timeoutMs);
 
  private:
+  void WarnOfNoCommands();
   void RunHere(std::uint64_t number, const std::wstring& line);
   void OnMessage(SvcKivSpace::SvcKivMsgType kind, void* payload);
 

@@ -1,7 +1,7 @@
 // LineSource: bytes as they come, cut into typed lines.
 //
-// A line ends with LF or CR LF; a last line without an end counts. A byte order mark in front of the first
-// line is dropped. Bytes that are not UTF-8 become U+FFFD, so does NUL.
+// A line ends with LF or CR LF; a last line without an end counts. A byte order mark in front of
+// the first line is dropped. Bytes that are not UTF-8 become U+FFFD, so does NUL.
 //
 // Threads: one object for one thread.
 #pragma once
@@ -38,7 +38,7 @@ class LineSource {
   std::size_t from_ = 0;      // start of the next line in pending_
   std::size_t searched_ = 0;  // no line feed before this position
   std::size_t number_ = 0;
-  bool skipping_ = false;     // inside a line that is too long
+  bool skipping_ = false;  // inside a line that is too long
   bool ended_ = false;
 };
 

@@ -5,8 +5,8 @@
 #include <utility>
 
 #include "hosts/terminal/console_texts.h"
-#include "hosts/terminal/shown_text.h"
 #include "platform/base/result_codes.h"
+#include "platform/text/shown_text.h"
 
 namespace kiv {
 
@@ -66,7 +66,7 @@ void LinkWatch::OnState(const devlink::StateChange& change) {
   if (connected && change.peer != nullptr) {
     event.text = ConnectedText(*change.peer, endpoint_);
   } else if (change.reason != nullptr) {
-    event.text = ShownUtf8(change.reason);
+    event.text = ShownLine(change.reason);
   }
   if (change.state != LinkState::kConnecting) queue_.Push(std::move(event));
 }
@@ -74,7 +74,7 @@ void LinkWatch::OnState(const devlink::StateChange& change) {
 void LinkWatch::OnNotice(const char* line, std::size_t lengthBytes) {
   ViewEvent event;
   event.kind = ViewEvent::Kind::kNotice;
-  event.text = ShownUtf8(std::string_view(line, lengthBytes));
+  event.text = ShownLine(std::string_view(line, lengthBytes));
   queue_.PushWaiting(std::move(event));
 }
 

@@ -1,13 +1,12 @@
-// LinkWatch: what the console learns from the device link: is it up, which posts a typed line made, and
-// whether each of them has been confirmed and handed over.
+// LinkWatch: what the console learns from the device link: is it up, which posts a typed line made,
+// and whether each of them has been confirmed and handed over.
 //
-// A line is done when its confirmations have been handed over to the module, shown or filtered. Posts made
-// by the thread that runs lines, between BeginLine and EndLine, are that line's; a confirmation belongs to the
-// first open post with its tag and id.
+// A line is done when its confirmations have been handed over to the module, shown or filtered.
+// Posts made by the thread that runs lines, between BeginLine and EndLine, are that line's; a
+// confirmation belongs to the first open post with its tag and id.
 //
-// Threads: BeginLine and EndLine on the thread that runs lines; the call-backs on the link's and the
-// posting threads.
-// Borrows the queue, which must outlive the link.
+// Threads: BeginLine and EndLine on the thread that runs lines; the call-backs on the link's and
+// the posting threads. Borrows the queue, which must outlive the link.
 #pragma once
 
 #include <cstdint>

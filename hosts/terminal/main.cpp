@@ -25,6 +25,7 @@ void UseUtf8Locale() {
 }  // namespace
 
 int main(int argc, char** argv) {
+  os::FillStandardDescriptors();
   QStringList arguments;
   for (int i = 0; i < argc; ++i) arguments << QString::fromUtf8(argv[i]);
   UseUtf8Locale();

@@ -1,8 +1,8 @@
 // ViewQueue: texts and news on their way from the module's threads to the thread that draws.
 //
-// Bounded: when it is full a link thread that brings a text waits, so the pressure reaches the device and
-// nothing is lost. One wake-up is given a batch, not a text. What the facade's own thread brings never
-// waits, because the drawing thread may be waiting for that thread's reply.
+// Bounded: when it is full a link thread that brings a text waits, so the pressure reaches the
+// device and nothing is lost. One wake-up is given a batch, not a text. What the facade's own
+// thread brings never waits, because the drawing thread may be waiting for that thread's reply.
 //
 // Threads: any thread pushes, one thread takes.
 // Owns its texts. Errors: none; after Close nothing is taken in any more and nobody waits.
@@ -22,24 +22,25 @@ namespace kiv {
 struct ViewEvent {
   enum class Kind {
     kText,          // show `text`
-    kNotice,        // say `text` beside the output
+    kNotice,        // `text` is what the link has to say
+    kWarning,       // `text` is a whole line of the console's own
     kConnected,     // `text` says to what
     kDisconnected,  // `text` says why, may be empty
     kReply,         // a typed line has been run: `text` is its reply; see LineOutcome
     kAnswered,      // every confirmation that `line` waits for has been handed over
   };
   Kind kind = Kind::kText;
-  std::string text = {};      // UTF-8, control characters already escaped
-  std::uint64_t line = 0;     // kReply, kAnswered
+  std::string text = {};   // UTF-8, control characters already escaped
+  std::uint64_t line = 0;  // kReply, kAnswered
   // kReply and kAnswered: what is known of the line.
   bool takenByChannel = false;
-  bool isCommand = false;     // the word is a command of the catalogue, or help
+  bool isCommand = false;  // the word is a command of the catalogue, or help
   bool isHelp = false;
-  bool linkDown = false;      // the link was not up when the line ran or its post was written
-  std::uint32_t posts = 0;    // requests posted, of which the device confirms each
-  bool answered = false;      // all of them are confirmed
-  std::uint32_t result = 0;   // first confirmation result that is not 0
-  std::uint64_t epoch = 0;    // changes of the link's state: so far, or before the line's last post
+  bool linkDown = false;     // the link was not up when the line ran or its post was written
+  std::uint32_t posts = 0;   // requests posted, of which the device confirms each
+  bool answered = false;     // all of them are confirmed
+  std::uint32_t result = 0;  // first confirmation result that is not 0
+  std::uint64_t epoch = 0;   // changes of the link's state: so far, or before the line's last post
 };
 
 // Bounded towards link threads, unbounded towards the facade's own.
@@ -53,8 +54,8 @@ class ViewQueue {
   bool PushWaiting(ViewEvent event);
   // Never waits; false when it was closed.
   bool Push(ViewEvent event);
-  // Takes the reply of `line` out of turn, so that what the device sends while the line runs stands behind
-  // its reply; false when it is not there yet.
+  // Takes the reply of `line` out of turn, so that what the device sends while the line runs stands
+  // behind its reply; false when it is not there yet.
   bool TakeReply(std::uint64_t line, ViewEvent& reply);
   // Takes everything that is there, in order.
   std::deque<ViewEvent> TakeAll();

@@ -58,10 +58,10 @@ struct ReplyDescriptor {
 // Fills `text` with the whole text of a reply that has a body.
 void RenderReply(const ResultCodeTexts& client, QCString& text, const ReplyDescriptor& reply,
                  std::uint32_t cmdId, const RenderFlags& flags);
-// The codec's status, 0 after one that was turned into a line. `resultCodeOnly` is set when the structure
-// has nothing to show.
-std::uint32_t DecodeReply(std::uint32_t cmdId, const ReplyDescriptor& reply, const RenderFlags& flags,
-                          QCList<QCString>& lines, bool& resultCodeOnly);
+// The codec's status, 0 after one that was turned into a line. `resultCodeOnly` is set when the
+// structure has nothing to show.
+std::uint32_t DecodeReply(std::uint32_t cmdId, const ReplyDescriptor& reply,
+                          const RenderFlags& flags, QCList<QCString>& lines, bool& resultCodeOnly);
 // Callback for CParamNode::ParseNodes; `user` is the RenderTable. 2 for a null table.
 std::uint32_t RenderNode(CParamNode* node, void* user, std::uint32_t depth);
 void FormatTable(const RenderTable& table, QCList<QCString>& lines);

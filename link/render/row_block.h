@@ -1,9 +1,9 @@
-// RowBlock: the rows of one rendering in two blocks of memory, however many there are. It holds what a
-// RenderTable holds and is what whole trees are rendered through; a RenderTable is filled from it where a
-// caller asks for one.
+// RowBlock: the rows of one rendering in two blocks of memory, however many there are. It holds
+// what a RenderTable holds and is what whole trees are rendered through; a RenderTable is filled
+// from it where a caller asks for one.
 //
-// Threads: one object for one thread. Owns names and values; comments and the title are borrowed from the
-// tree, which must live as long.
+// Threads: one object for one thread. Owns names and values; comments and the title are borrowed
+// from the tree, which must live as long.
 #pragma once
 
 #include <cstddef>
@@ -30,7 +30,8 @@ class RowBlock {
  public:
   explicit RowBlock(const RenderFlags& flags) : flags_(flags) {}
 
-  // Adds a node's rows; `ancestors` is how many nodes stand above it. Structures of kind 17 add nothing.
+  // Adds a node's rows; `ancestors` is how many nodes stand above it. Structures of kind 17 add
+  // nothing.
   void AddNode(CParamNode& node, std::uint32_t ancestors);
   // Adds a whole tree's rows.
   void AddTree(CParamNode& root);

@@ -38,11 +38,13 @@ inline constexpr std::uint32_t kFailure = 0xFFFFFFFFu;
 struct Entry {
   std::uint32_t code;
   const char* name;  // lower case with underscores, for documents and machine output
-  const wchar_t* text;
+  const char* text;  // one line of English, marked for translation
 };
 
 // The whole table, in ascending order of code.
 KIVPLATFORM_API const Entry* Table(std::size_t* count);
+// Null for a code that is not in the table.
+KIVPLATFORM_API const Entry* Find(std::uint32_t code);
 // The English text of a code; "result %u" for one that is not in the table, never empty.
 KIVPLATFORM_API QCString Text(std::uint32_t code);
 }  // namespace result

@@ -329,7 +329,7 @@ void LinkEngine::OnGreeted(const PeerInfo& peer) {
   writer_.OpenSession();
   TellState(LinkState::kConnected, &peer, "");
   if (peer.fingerprintDiffers) {
-    TellNotice("link: the device works with another catalogue; commands that differ may fail");
+    TellNotice("the device works with another catalogue; commands that differ may fail");
   }
 }
 

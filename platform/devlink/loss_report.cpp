@@ -26,7 +26,7 @@ std::optional<std::string> LossReport::Line(LinkClock::time_point now, Milliseco
   std::string line;
   for (std::size_t i = 0; i < totals_.size(); ++i) {
     if (totals_[i] == told_[i]) continue;
-    line += line.empty() ? "link: " : ", ";
+    if (!line.empty()) line += ", ";
     line += std::to_string(totals_[i] - told_[i]) + " " + kTexts[i];
   }
   told_ = totals_;

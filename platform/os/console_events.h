@@ -46,6 +46,10 @@ class KIVPLATFORM_API ConsoleEvents {
   int wakeWrite_ = -1;
 };
 
+// Puts the null device where a standard descriptor is closed, so that no file or socket gets its
+// number. To be called before anything is opened.
+KIVPLATFORM_API void FillStandardDescriptors();
+
 // Writes all of it to standard output or standard error, whatever the process's locale; false when
 // the other side is gone or the device is full.
 KIVPLATFORM_API bool WriteOut(std::string_view bytes);

@@ -103,6 +103,15 @@ bool ConsoleEvents::ReadInput(std::string& bytes) {
 bool ConsoleEvents::InputIsTerminal() { return ::isatty(STDIN_FILENO) == 1; }
 bool ConsoleEvents::OutputIsTerminal() { return ::isatty(STDOUT_FILENO) == 1; }
 
+void FillStandardDescriptors() {
+  for (int descriptor = STDIN_FILENO; descriptor <= STDERR_FILENO; ++descriptor) {
+    if (::fcntl(descriptor, F_GETFD) >= 0) continue;
+    // The lowest free number is the missing one, since those below it are filled by now. Only for
+    // reading: input ends at once, and output fails instead of getting lost.
+    [[maybe_unused]] const int opened = ::open("/dev/null", O_RDONLY);
+  }
+}
+
 bool WriteOut(std::string_view bytes) { return WriteAll(STDOUT_FILENO, bytes); }
 bool WriteErr(std::string_view bytes) { return WriteAll(STDERR_FILENO, bytes); }
 

@@ -22,11 +22,20 @@ bool IsOpenDirectory(std::FILE* file) {
   return fstat(fileno(file), &status) == 0 && S_ISDIR(status.st_mode);
 }
 
+bool IsPipe(const std::string& path) {
+  struct stat status {};
+  return stat(path.c_str(), &status) == 0 && (S_ISFIFO(status.st_mode) || S_ISSOCK(status.st_mode));
+}
+
 }  // namespace
 
 std::FILE* OpenFile(const std::string& mappedPath, const char* mode) {
   if (mode == nullptr || mappedPath.find('\0') != std::string::npos) {
     errno = EINVAL;
+    return nullptr;
+  }
+  if (*mode == 'r' && IsPipe(mappedPath)) {
+    errno = ESPIPE;
     return nullptr;
   }
   std::FILE* file = std::fopen(mappedPath.c_str(), PosixMode(mode).c_str());

@@ -228,6 +228,22 @@ class Statuses(BenchCase):
             self.assertEqual((result.status, result.out), (2, ""), result)
             self.assertTrue(result.err.startswith("kiv: "), result)
 
+    def test_a_catalogue_that_gives_no_commands_is_told(self):
+        for path, reason in ((str(self.folder / "none.kcat"), "file not found"),
+                             ("/etc/passwd", "the catalogue file is damaged")):
+            result = self.kiv("--catalogue", path, "-c", "sys_info")
+            self.assertEqual((result.status, result.out), (1, "Command 'sys_info' is not exist\n"), result)
+            self.assertIn(f"kiv: warning: no commands from the catalogue {path}: {reason}\n", result.err)
+
+    def test_a_parameter_file_that_would_keep_its_reader_waiting_is_refused(self):
+        fifo = self.folder / "fifo"
+        os.mkfifo(fifo)
+        for line in (f"nv_read @{fifo}", f"nv_read $(T<{fifo})"):
+            result = self.kiv("-c", line)
+            self.assertEqual((result.status, result.out), (1,
+                "*** Failed to parse the diag command parameters (1)."
+                f"Failed to open {fifo}\n"), result)
+
     def test_a_file_that_cannot_be_read_has_status_2(self):
         result = self.kiv("-f", str(self.folder / "missing.txt"))
         self.assertEqual((result.status, result.out), (2, ""), result)
@@ -273,6 +289,23 @@ class Interrupting(BenchCase):
         with process.stdin as stdin:
             stdin.write(b"help\nhelp\nhelp\n")
         self.assertEqual(process.wait(timeout=60), 1)
+
+    def test_a_closed_standard_input_is_the_end_of_input(self):
+        done = subprocess.run(["/bin/sh", "-c", 'exec "$@" <&-', "sh", KIV, "--link", self.child()],
+                              env=self.environment(), capture_output=True, timeout=60, check=False)
+        self.assertEqual((done.returncode, done.stdout), (0, b""))
+
+    def test_an_output_that_cannot_be_written_is_told(self):
+        for lines in (["-c", "sys_info"], ["-c", "help", "-c", "sys_info"], ["-c", ":link"]):
+            with open("/dev/full", "wb") as full:
+                done = subprocess.run([KIV, "--link", self.child(), *lines], env=self.environment(),
+                                      stdout=full, stderr=subprocess.PIPE, timeout=60, check=False)
+            self.assertEqual(done.returncode, 1)
+            self.assertTrue(done.stderr.endswith(b"kiv: standard output cannot be written\n"), done)
+
+    def test_the_word_quit_ends_a_batch_with_the_status_so_far(self):
+        self.assertEqual(self.kiv("-c", ":quit", "-c", "nonsense").status, 0)
+        self.assertEqual(self.kiv(stdin=b"nonsense\n:quit\nhelp\n").status, 1)
 
     def test_the_child_ends_with_the_console(self):
         process = self.start([KIV, "--link", self.child()])

@@ -132,7 +132,7 @@ TEST_F(Translation, MarksEachFailureOfTheParameters) {
 TEST_F(Translation, MarksWhatIsShownOfAReply) {
   ModuleBench bench;
   fake::DeliverCnf(0xBEEF, {1});
-  EXPECT_EQ(bench.Messages().Texts(), Lines{L"\nok" + Marked(L" [ack(0xBEEF)]")});
+  EXPECT_EQ(bench.Messages().Texts(), Lines{L"\n" + Marked(L"ok") + Marked(L" [ack(0xBEEF)]")});
 }
 
 TEST_F(Translation, MarksTheNameOfTheLinkClient) {

@@ -1,6 +1,7 @@
 // kivcat: compiles and inspects command catalogues.
 #include <cstdio>
 
+#include "platform/text/shown_text.h"
 #include "tools/kivcat/kivcat_program.h"
 
 int main(int argc, char** argv) {
@@ -8,7 +9,9 @@ int main(int argc, char** argv) {
   kivcat::Outputs outputs;
   const int status = kivcat::RunKivcat(arguments, outputs);
   const std::string& out = outputs.output;
-  std::fwrite(outputs.errorOutput.data(), 1, outputs.errorOutput.size(), stderr);
+  // Paths, words and names in the messages come from outside.
+  const std::string messages = ShownUtf8(outputs.errorOutput);
+  std::fwrite(messages.data(), 1, messages.size(), stderr);
   const bool written =
       std::fwrite(out.data(), 1, out.size(), stdout) == out.size() && std::fflush(stdout) == 0;
   if (written) return status;

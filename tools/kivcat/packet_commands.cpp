@@ -7,6 +7,7 @@
 #include "platform/base/result_codes.h"
 #include "platform/catalogue/cmd_database.h"
 #include "platform/catalogue/param_codec.h"
+#include "platform/text/shown_text.h"
 #include "tools/kivcat/program_commands.h"
 
 namespace kivcat {
@@ -40,26 +41,9 @@ bool FindCommand(Invocation& invocation, std::uint32_t& cmdId) {
   return false;
 }
 
-// Lines as they may reach a terminal: other control characters are escaped, for the text may come
-// from a device.
-std::string Lines(const QCString& text) {
-  QCString shown;
-  for (const wchar_t c : text.view()) {
-    const bool isControl = c < L' ' || (c >= 0x7F && c <= 0x9F);
-    if (!isControl || c == L'\n') {
-      shown += c;
-    } else {
-      shown += L"\\x";
-      shown += L"0123456789abcdef"[c >> 4 & 15];
-      shown += L"0123456789abcdef"[c & 15];
-    }
-  }
-  return shown.ToUtf8();
-}
-
-// The same, with a line feed at the end of the last line.
+// With a line feed at the end of the last line.
 std::string WholeLines(const QCString& text) {
-  const std::string lines = Lines(text);
+  const std::string lines = ShownText(text.view());
   return lines.ends_with('\n') ? lines : lines + "\n";
 }
 
@@ -140,7 +124,7 @@ int DecodeRequest(Invocation& invocation, std::uint32_t cmdId,
       {cmdId, DecodeDescriptor::kReq, static_cast<std::uint32_t>(body.size())}, body.data(), tree,
       CategoryIdType::Any);
   if (status != 0) return invocation.Fail(result::Text(status).ToUtf8());
-  invocation.outputs.output += Lines(SvcKivClass::RenderTree(tree, FlagsOf(invocation)));
+  invocation.outputs.output += ShownText(SvcKivClass::RenderTree(tree, FlagsOf(invocation)).view());
   return 0;
 }
 

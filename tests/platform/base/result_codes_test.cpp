@@ -28,7 +28,7 @@ std::vector<std::string> RowsOfTheTable() {
   std::vector<std::string> rows;
   for (std::size_t i = 0; i < count; ++i) {
     rows.push_back("| " + std::to_string(table[i].code) + " | `" + table[i].name + "` | " +
-                   QCString(table[i].text).ToUtf8() + " |");
+                   table[i].text + " |");
   }
   return rows;
 }
@@ -45,8 +45,8 @@ TEST(ResultCodes, AscendAndHaveTextsOfOneLine) {
   ASSERT_EQ(table, result::Table(nullptr));
   for (std::size_t i = 0; i < count; ++i) {
     EXPECT_TRUE(i == 0 || table[i - 1].code < table[i].code) << i;
-    EXPECT_FALSE(std::wstring(table[i].text).empty());
-    EXPECT_EQ(std::wstring::npos, std::wstring(table[i].text).find_first_of(L"\r\n"));
+    EXPECT_FALSE(std::string(table[i].text).empty());
+    EXPECT_EQ(std::string::npos, std::string(table[i].text).find_first_of("\r\n"));
   }
 }
 
@@ -54,7 +54,8 @@ TEST(ResultCodes, HaveTheTextOfTheirRow) {
   std::size_t count = 0;
   const result::Entry* table = result::Table(&count);
   for (std::size_t i = 0; i < count; ++i) {
-    EXPECT_EQ(table[i].text, result::Text(table[i].code).str());
+    EXPECT_EQ(table[i].text, result::Text(table[i].code).ToUtf8());
+    EXPECT_EQ(&table[i], result::Find(table[i].code));
   }
 }
 

@@ -351,7 +351,7 @@ TEST_F(LinkLoss, GapsDamageAndDroppedIndicationsAreCountedAndTold) {
   });
   ASSERT_TRUE(record_.Wait([&] { return !record_.notices.empty(); }));
   EXPECT_EQ(record_.With([&] { return record_.notices.front(); }),
-            "link: 1 damaged frames from the device dropped, 5 frames from the device lost, "
+            "1 damaged frames from the device dropped, 5 frames from the device lost, "
             "12 indications dropped by the device");
   const auto after = GetLinkCounters();
   EXPECT_EQ(after.badFrames - before.badFrames, 1u);
@@ -373,12 +373,11 @@ TEST_F(LinkLoss, WhatTheDeviceSaysItLostIsTold) {
     }
   });
   ASSERT_TRUE(record_.Wait([&] { return !record_.notices.empty(); }));
-  EXPECT_EQ(
-      record_.With([&] { return record_.notices; }),
-      std::vector<std::string>{
-          "link: 5 indications dropped by the device, 1 damaged frames dropped by the device, "
-          "2 frames to the device lost, 3 repeated frames dropped by the device, "
-          "4 unfinished messages dropped by the device"});
+  EXPECT_EQ(record_.With([&] { return record_.notices; }),
+            std::vector<std::string>{
+                "5 indications dropped by the device, 1 damaged frames dropped by the device, "
+                "2 frames to the device lost, 3 repeated frames dropped by the device, "
+                "4 unfinished messages dropped by the device"});
 }
 
 TEST_F(LinkLoss, AnotherCatalogueIsAWarningAndNoRefusal) {
@@ -389,7 +388,7 @@ TEST_F(LinkLoss, AnotherCatalogueIsAWarningAndNoRefusal) {
   EXPECT_TRUE(record_.With([&] { return record_.peer->fingerprintDiffers; }));
   ASSERT_TRUE(record_.Wait([&] { return !record_.notices.empty(); }));
   EXPECT_EQ(record_.With([&] { return record_.notices[0]; }),
-            "link: the device works with another catalogue; commands that differ may fail");
+            "the device works with another catalogue; commands that differ may fail");
   EXPECT_EQ(Post(1, {}, 2), 0u);
   EXPECT_TRUE(record_.WaitForPackets(1));
 }

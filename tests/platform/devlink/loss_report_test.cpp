@@ -22,10 +22,10 @@ TEST(LossReport, TellsWhatGrewSinceTheLastLine) {
   report.Set(Loss::kLostFrames, 3);
   report.Set(Loss::kIndicationsDropped, 12);
   EXPECT_EQ(report.Line(now, Milliseconds(1000)),
-            "link: 3 frames from the device lost, 12 indications dropped by the device");
+            "3 frames from the device lost, 12 indications dropped by the device");
   report.Set(Loss::kLostFrames, 4);
   now += Milliseconds(1000);
-  EXPECT_EQ(report.Line(now, Milliseconds(1000)), "link: 1 frames from the device lost");
+  EXPECT_EQ(report.Line(now, Milliseconds(1000)), "1 frames from the device lost");
   EXPECT_FALSE(report.Line(now + Milliseconds(5000), Milliseconds(1000)));
 }
 
@@ -38,7 +38,7 @@ TEST(LossReport, WaitsBetweenTwoLinesAndLosesNothing) {
   EXPECT_FALSE(report.Line(now + Milliseconds(999), Milliseconds(1000)));
   report.Set(Loss::kDamagedFrames, 9);
   EXPECT_EQ(report.Line(now + Milliseconds(1000), Milliseconds(1000)),
-            "link: 8 damaged frames from the device dropped");
+            "8 damaged frames from the device dropped");
 }
 
 TEST(LossReport, HasAWordForEachKindOfLoss) {
@@ -48,7 +48,7 @@ TEST(LossReport, HasAWordForEachKindOfLoss) {
   }
   EXPECT_EQ(
       report.Line(LinkClock::now(), Milliseconds(1000)),
-      "link: 1 damaged frames from the device dropped, "
+      "1 damaged frames from the device dropped, "
       "2 malformed frames from the device dropped, 3 frames from the device lost, "
       "4 repeated frames from the device dropped, "
       "5 unfinished messages from the device dropped, 6 indications dropped by the device, "
