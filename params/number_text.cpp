@@ -1,11 +1,15 @@
 #include "params/number_text.h"
 
+#include <cstddef>
+
 #include "platform/text/qc_string.h"
 
 namespace SvcKivClass {
 namespace {
 
 constexpr std::uint32_t kNoDigit = 0xFF;
+constexpr std::uint64_t kMaxValue = 0xFFFFFFFFu;
+constexpr std::ptrdiff_t kMaxDecimalDigits = 19;  // of which 64 bits hold any number
 
 std::uint32_t DigitOf(wchar_t ch) noexcept {
   const auto code = static_cast<std::uint32_t>(ch);
@@ -30,6 +34,30 @@ std::uint32_t TakeBase(const wchar_t*& at, const wchar_t* end) noexcept {
   return 8;
 }
 
+// Digits of `base` from `at` on, which is moved behind them. Beyond 32 bits the value stays beyond.
+std::uint64_t TakeDigits(const wchar_t*& at, const wchar_t* end, std::uint32_t base) noexcept {
+  std::uint64_t magnitude = 0;
+  for (; at != end; ++at) {
+    const std::uint32_t digit = DigitOf(*at);
+    if (digit >= base) break;
+    magnitude = magnitude * base + digit;
+    if (magnitude > kMaxValue) magnitude = kMaxValue + 1;
+  }
+  return magnitude;
+}
+
+// The same in base 10, where the first digit is not 0 and so the count of digits bounds the value.
+std::uint64_t TakeDecimalDigits(const wchar_t*& at, const wchar_t* end) noexcept {
+  const wchar_t* const first = at;
+  std::uint64_t magnitude = 0;
+  for (std::uint32_t digit = 0; at != end; ++at) {
+    digit = static_cast<std::uint32_t>(*at) - L'0';
+    if (digit >= 10) break;
+    magnitude = magnitude * 10 + digit;
+  }
+  return at - first <= kMaxDecimalDigits ? magnitude : kMaxValue + 1;
+}
+
 }  // namespace
 
 ParsedNumber ParseNumber(std::wstring_view text) noexcept {
@@ -40,17 +68,13 @@ ParsedNumber ParseNumber(std::wstring_view text) noexcept {
   if (negative || (at != end && *at == L'+')) ++at;
   const std::uint32_t base = TakeBase(at, end);
   const wchar_t* const firstDigit = at;
-  std::uint64_t magnitude = 0;
-  for (; at != end; ++at) {
-    const std::uint32_t digit = DigitOf(*at);
-    if (digit >= base) break;
-    magnitude = magnitude * base + digit;
-    if (magnitude > 0xFFFFFFFFu) magnitude = 0x100000000u;  // stays beyond, whatever follows
-  }
-  if (at == firstDigit) return {0, text.empty()};
-  if (magnitude > 0xFFFFFFFFu) return {0xFFFFFFFFu, at == end};
+  const std::uint64_t magnitude =
+      base == 10 ? TakeDecimalDigits(at, end) : TakeDigits(at, end, base);
+  if (at == firstDigit) return {};
+  const auto readChars = static_cast<std::size_t>(at - text.data());
+  if (magnitude > kMaxValue) return {static_cast<std::uint32_t>(kMaxValue), readChars};
   const auto value = static_cast<std::uint32_t>(magnitude);
-  return {negative ? 0u - value : value, at == end};
+  return {negative ? 0u - value : value, readChars};
 }
 
 }  // namespace SvcKivClass

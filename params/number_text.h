@@ -3,6 +3,7 @@
 // Threads: any; no state.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string_view>
 
@@ -11,7 +12,7 @@ namespace SvcKivClass {
 // A number as far as it could be read, and whether that was all of the text.
 struct ParsedNumber {
   std::uint32_t value = 0;  // of the digits read so far, also when something follows them
-  bool whole = false;       // nothing is left behind the number; true for the empty text
+  std::size_t readChars = 0;  // how much of the text the number is; 0 without a digit
 };
 
 // [white space] [sign] ( "0x" hex | "0" octal | decimal ). A magnitude beyond 32 bits gives all

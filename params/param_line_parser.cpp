@@ -87,10 +87,11 @@ std::uint32_t ParamLineParser::SetParamLine(const QCString& line) {
   depth_ = 0;
   if (!Preprocess()) return 0;
   const std::wstring_view text = line_.view();
-  lastOpeningBrace_ = text.rfind(L'{');
   binaryReference_ = text.find(kBinaryFileTag);
+  lastOpeningBrace_ = text.find(L'{') != npos ? text.rfind(L'{') : npos;
   if (!text.starts_with(L'{')) {
-    if (text.find_first_of(L"{}") != npos) return Fail(texts::kOutermostBraceMissing);
+    const bool hasBrace = lastOpeningBrace_ != npos || text.find(L'}') != npos;
+    if (hasBrace) return Fail(texts::kOutermostBraceMissing);
     depth_ = kAllOnes;
     return 1;
   }
@@ -102,18 +103,18 @@ std::uint32_t ParamLineParser::SetParamLine(const QCString& line) {
 }
 
 bool ParamLineParser::Preprocess() {
-  std::wstring text;
   const std::wstring_view raw = line_.view();
   if (raw.find(L'@') == npos && raw.find(kTextFileTag) == npos) {
-    text = raw;
-  } else {
-    text = OneLine(raw);
-    const std::size_t at = text.find(L'@');
-    if (at != npos && !ReadCommandFile(QCString(text.substr(at + 1)), text, errorText_)) {
-      return false;
-    }
-    if (!TextExpander(text, errorText_).Run()) return false;
+    if (raw.find(L' ') == npos && raw.find(L'\n') == npos) return true;
+    std::wstring text(raw);
+    Tidy(text);
+    line_ = QCString(std::move(text));
+    return true;
   }
+  std::wstring text = OneLine(raw);
+  const std::size_t at = text.find(L'@');
+  if (at != npos && !ReadCommandFile(QCString(text.substr(at + 1)), text, errorText_)) return false;
+  if (!TextExpander(text, errorText_).Run()) return false;
   Tidy(text);
   line_ = QCString(std::move(text));
   return true;
@@ -129,6 +130,13 @@ std::uint32_t ParamLineParser::GetNextValue(std::uint32_t* value, bool* leftAtDe
   }
   const std::wstring_view line = line_.view();
   const std::size_t start = position_;
+  const ParsedNumber number = ParseNumber(line.substr(start));
+  const std::size_t behind = start + number.readChars;
+  if (number.readChars != 0 && behind < line.size() && line[behind] == L',') {
+    *value = number.value;  // the usual piece: a number and nothing else
+    PassComma(behind);
+    return 1;
+  }
   const Piece piece = ScanPiece(line, start);
   const bool endsWithComma = piece.end < line.size();
   if (!endsWithComma) position_ = kAllOnes;
@@ -211,12 +219,13 @@ bool ParamLineParser::SplitArrayValues(std::wstring_view text, std::uint8_t* buf
   std::uint32_t taken = 0;
   for (std::size_t start = 0; start <= text.size(); ++taken, buffer += elementBytes) {
     if (taken == capacity) return Fail(texts::kTooManyElements);
-    const std::size_t end = std::min(text.find(L',', start), text.size());
-    if (end > start) {
-      std::uint32_t value = 0;
-      if (!Convert(text.substr(start, end - start), &value)) return false;
-      StoreElement(buffer, elementBytes, value);
+    const ParsedNumber number = ParseNumber(text.substr(start));
+    std::size_t end = start + number.readChars;
+    if (end < text.size() && text[end] != L',') {
+      end = std::min(text.find(L',', start), text.size());
+      return FailNumber(text.substr(start, end - start));
     }
+    if (end > start) StoreElement(buffer, elementBytes, number.value);
     start = end + 1;
   }
   return true;
@@ -246,7 +255,10 @@ std::uint32_t ParamLineParser::StrToUint32(const wchar_t* text, std::uint32_t* v
 bool ParamLineParser::Convert(std::wstring_view text, std::uint32_t* value) {
   const ParsedNumber number = ParseNumber(text);
   *value = number.value;
-  if (number.whole) return true;
+  return number.readChars == text.size() || FailNumber(text);
+}
+
+bool ParamLineParser::FailNumber(std::wstring_view text) {
   errorText_ = Translated(texts::kNotANumberHead);
   errorText_.Append(text) += Translated(texts::kNotANumberTail);
   return false;

@@ -72,6 +72,7 @@ class ParamLineParser {
   void PassArray(std::size_t closing);
   bool Convert(std::wstring_view text, std::uint32_t* value);
   bool Fail(const char* text);
+  bool FailNumber(std::wstring_view text);
 
   QCString line_;
   std::uint32_t position_ = 0;

@@ -1,11 +1,11 @@
 #include "link/render/number_digits.h"
 
+#include <algorithm>
 #include <array>
+#include <bit>
 
 namespace SvcKivClass {
 namespace {
-
-constexpr std::size_t kMaxDigits = 10;  // of 32 bits in decimal
 
 // "00" to "99", two characters each.
 constexpr std::array<wchar_t, 200> MakePairs() {
@@ -31,8 +31,8 @@ bool IsNegative(std::uint32_t value) { return (value & 0x80000000u) != 0; }
 
 }  // namespace
 
-void AppendDecimal(std::wstring& to, std::uint32_t value) {
-  std::array<wchar_t, kMaxDigits> digits;
+wchar_t* WriteDecimal(wchar_t* to, std::uint32_t value) {
+  std::array<wchar_t, 10> digits;
   wchar_t* const end = digits.data() + digits.size();
   wchar_t* first = end;
   for (; value >= 100; value /= 100) {
@@ -42,32 +42,29 @@ void AppendDecimal(std::wstring& to, std::uint32_t value) {
   }
   *--first = kPairs[2 * value + 1];
   if (value >= 10) *--first = kPairs[2 * value];
-  to.append(first, end);
+  return std::copy(first, end, to);
 }
 
-void AppendHex(std::wstring& to, std::uint32_t value, std::uint32_t minDigits) {
-  std::array<wchar_t, 8> digits;
-  wchar_t* const end = digits.data() + digits.size();
-  wchar_t* first = end;
-  const wchar_t* const padded = end - minDigits;
-  for (; first != digits.data() && (value != 0 || first > padded); value >>= 4) {
-    *--first = L"0123456789abcdef"[value & 15];
-  }
-  to.append(first, end);
+wchar_t* WriteHex(wchar_t* to, std::uint32_t value, std::uint32_t minDigits) {
+  const auto valueDigits = static_cast<std::uint32_t>(std::bit_width(value) + 3) / 4;
+  const std::uint32_t digits = std::max(valueDigits, minDigits);
+  wchar_t* const end = to + digits;
+  for (wchar_t* at = end; at != to; value >>= 4) *--at = L"0123456789abcdef"[value & 15];
+  return end;
 }
 
-void AppendValue(std::wstring& to, std::uint64_t value, const ValueFormat& format) {
+wchar_t* WriteValue(wchar_t* to, std::uint64_t value, const ValueFormat& format) {
   auto bits = static_cast<std::uint32_t>(value);
   if (format.isSigned) bits = SignExtended(bits, format.widthBytes);
   const bool negative = format.isSigned && IsNegative(bits);
   if (!format.hexadecimal) {
-    if (negative) to.push_back(L'-');
-    AppendDecimal(to, negative ? 0u - bits : bits);
-    return;
+    if (negative) *to++ = L'-';
+    return WriteDecimal(to, negative ? 0u - bits : bits);
   }
-  if (format.widthBytes != 1 && format.widthBytes != 2 && format.widthBytes != 4) return;
-  to.append(L"0x");
-  AppendHex(to, negative ? 0 : bits, 2 * format.widthBytes);
+  if (format.widthBytes != 1 && format.widthBytes != 2 && format.widthBytes != 4) return to;
+  *to++ = L'0';
+  *to++ = L'x';
+  return WriteHex(to, negative ? 0 : bits, 2 * format.widthBytes);
 }
 
 }  // namespace SvcKivClass

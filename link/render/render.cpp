@@ -65,7 +65,13 @@ std::uint32_t DecodeRows(std::uint32_t cmdId, const ReplyDescriptor& reply, Deco
 }
 
 RowTexts RowOf(const RenderTable& table, std::size_t index) {
-  return {table.names[index].view(), table.values[index].view(), table.comments[index].view()};
+  return {0, table.names[index].view(), {}, table.values[index].view(), table.comments[index].view()};
+}
+
+QCString FullName(const RowTexts& row) {
+  std::wstring name(row.dots, L'.');
+  name.append(row.name).append(row.index);
+  return QCString(std::move(name));
 }
 
 // Lines of `count` rows; `rowAt` answers the texts of one.
@@ -150,7 +156,7 @@ std::uint32_t RenderNode(CParamNode* node, void* user, std::uint32_t /*depth*/) 
   if (rows.HasTitle()) table.title = QCString(rows.GetTitle());
   for (std::size_t i = 0; i < rows.GetCount(); ++i) {
     const RowTexts row = rows.GetAt(i);
-    table.AddRow(QCString(row.name), QCString(row.value), QCString(row.comment));
+    table.AddRow(FullName(row), QCString(row.value), QCString(row.comment));
   }
   return 0;
 }
@@ -163,9 +169,10 @@ void FormatTable(const RenderTable& table, QCList<QCString>& lines) {
 }
 
 QCString FormatNumber(std::uint32_t elementBytes, const QCString& decimalText) {
-  std::wstring digits;
-  AppendValue(digits, ParseDecimalUint32(decimalText.view()), {elementBytes, false, true});
-  return QCString(std::move(digits));
+  std::array<wchar_t, kMaxValueChars> digits;
+  const wchar_t* const end = WriteValue(
+      digits.data(), ParseDecimalUint32(decimalText.view()), {elementBytes, false, true});
+  return QCString(digits.data(), static_cast<std::size_t>(end - digits.data()));
 }
 
 QCString RenderTree(CParamNode& root, const RenderFlags& flags) {

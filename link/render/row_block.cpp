@@ -1,6 +1,7 @@
 #include "link/render/row_block.h"
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 
 #include "platform/text/qc_string.h"
@@ -9,6 +10,9 @@ namespace SvcKivClass {
 namespace {
 
 constexpr std::int32_t kArrayOfStructures = 17;
+constexpr std::size_t kMaxIndexChars = 12;  // "[4294967295]"
+constexpr std::size_t kUsualRows = 64;
+constexpr std::size_t kUsualChars = 512;
 
 bool IsSingle(std::int32_t kind) { return kind == 0 || kind == 8 || kind == 16; }
 bool IsArray(std::int32_t kind) { return kind == 1 || kind == 9; }
@@ -45,7 +49,13 @@ std::uint32_t AddNodeOf(CParamNode* node, void* rows, std::uint32_t depth) {
 
 }  // namespace
 
-void RowBlock::AddTree(CParamNode& root) { root.ParseNodes(AddNodeOf, this, 0); }
+RowBlock::RowBlock(const RenderFlags& flags) : flags_(flags) {}
+
+void RowBlock::AddTree(CParamNode& root) {
+  rows_.reserve(kUsualRows);
+  chars_.reserve(kUsualChars);
+  root.ParseNodes(AddNodeOf, this, 0);
+}
 
 void RowBlock::AddNode(CParamNode& node, std::uint32_t ancestors) {
   const std::int32_t kind = node.GetNodeType();
@@ -59,36 +69,35 @@ void RowBlock::AddNode(CParamNode& node, std::uint32_t ancestors) {
   if (IsArray(kind) && AddElements(node, ancestors)) return;
   if (isStructure) return;
   BeginRow(ancestors, name);
-  BeginValue();
   std::uint64_t value = 0;
   if (IsArray(kind)) {
     AppendCharacters(node);
   } else if (IsSingle(kind) && node.GetValue(&value) == 0) {
-    AppendValue(chars_, value, FormatOf(node));
+    std::array<wchar_t, kMaxValueChars> digits;
+    chars_.append(digits.data(), WriteValue(digits.data(), value, FormatOf(node)));
   }
-  EndRow({});
+  EndRow(0, {});
 }
 
 RowTexts RowBlock::GetAt(std::size_t index) const {
   const Row& row = rows_[index];
-  const std::wstring_view chars = chars_;
-  return {chars.substr(row.nameAt, row.nameChars),
-          chars.substr(row.nameAt + row.nameChars, row.valueChars), row.comment};
+  const wchar_t* const at = chars_.data() + row.at;
+  return {row.dots, row.name, {at, row.indexChars}, {at + row.indexChars, row.valueChars},
+          row.comment};
 }
 
-void RowBlock::BeginRow(std::uint32_t dots, std::wstring_view name) {
-  open_.nameAt = chars_.size();
-  chars_.append(dots, L'.').append(name);
+void RowBlock::BeginRow(std::size_t dots, std::wstring_view name) {
+  open_.dots = dots;
+  open_.name = name;
+  open_.at = chars_.size();
 }
 
-void RowBlock::BeginValue() {
-  open_.nameChars = chars_.size() - open_.nameAt;
-  nameWidth_ = std::max(nameWidth_, open_.nameChars);
-}
-
-void RowBlock::EndRow(std::wstring_view comment) {
-  open_.valueChars = chars_.size() - open_.nameAt - open_.nameChars;
+void RowBlock::EndRow(std::size_t indexChars, std::wstring_view comment) {
+  open_.indexChars = indexChars;
+  open_.valueChars = chars_.size() - open_.at - indexChars;
   open_.comment = comment;
+  nameWidth_ = std::max(nameWidth_, open_.dots + open_.name.size() + indexChars);
+  commentChars_ += comment.size();
   rows_.push_back(open_);
 }
 
@@ -112,27 +121,32 @@ void RowBlock::AddElementRows(const CParamNode& node, const std::uint8_t* bytes,
   const ValueFormat format = FormatOf(node);
   const std::wstring_view name = node.GetVariableName();
   const std::wstring_view typeName = node.GetTypeName();
+  std::array<wchar_t, kMaxIndexChars + kMaxValueChars> digits;
+  rows_.reserve(rows_.size() + count);
   for (std::size_t i = 0; i < count; ++i, bytes += format.widthBytes) {
+    digits[0] = L'[';
+    wchar_t* at = WriteDecimal(digits.data() + 1, static_cast<std::uint32_t>(i));
+    *at++ = L']';
     BeginRow(0, name);
-    chars_.push_back(L'[');
-    AppendDecimal(chars_, static_cast<std::uint32_t>(i));
-    chars_.push_back(L']');
-    BeginValue();
-    AppendValue(chars_, ReadElement(bytes, format.widthBytes), format);
-    EndRow(typeName);
+    const auto indexChars = static_cast<std::size_t>(at - digits.data());
+    at = WriteValue(at, ReadElement(bytes, format.widthBytes), format);
+    chars_.append(digits.data(), at);
+    EndRow(indexChars, typeName);
   }
 }
 
 void RowBlock::AddElementsInOneRow(const CParamNode& node, std::uint32_t dots,
                                    const std::uint8_t* bytes, std::size_t count) {
   const ValueFormat format = FormatOf(node);
+  std::array<wchar_t, 1 + kMaxValueChars> digits;
+  digits[0] = L',';
   BeginRow(dots, node.GetVariableName());
-  BeginValue();
   for (std::size_t i = 0; i < count; ++i, bytes += format.widthBytes) {
-    if (i != 0) chars_.push_back(L',');
-    AppendValue(chars_, ReadElement(bytes, format.widthBytes), format);
+    wchar_t* const end =
+        WriteValue(digits.data() + 1, ReadElement(bytes, format.widthBytes), format);
+    chars_.append(digits.data() + (i == 0 ? 1 : 0), end);
   }
-  EndRow(node.GetTypeName());
+  EndRow(0, node.GetTypeName());
 }
 
 // Up to the first zero byte; nothing for arrays that cannot be shown.
