@@ -1,8 +1,9 @@
-// A packet body as text: a reply of the module tests' catalogue, or a tree of any shape over any bytes. The
-// text made in one piece and the one made row by row through a render table are the same.
+// A packet body as text: a reply of the module tests' catalogue, or a tree of any shape over any
+// bytes. The text made in one piece and the one made row by row through a render table are the
+// same.
 //
-// Input: a byte of flags; with its top bit clear a command (two bytes) and a body, else a tree's shape
-// (three bytes a node).
+// Input: a byte of flags; with its top bit clear a command (two bytes) and a body, else a tree's
+// shape (three bytes a node).
 #include <algorithm>
 #include <array>
 #include <cstddef>

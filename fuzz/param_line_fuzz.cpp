@@ -1,8 +1,9 @@
-// A parameter line over a tree of any shape: whatever is typed and whatever files it names, the parser
-// stays inside its line, the fill inside its tree, and a number reads as the C library reads it.
+// A parameter line over a tree of any shape: whatever is typed and whatever files it names, the
+// parser stays inside its line, the fill inside its tree, and a number reads as the C library reads
+// it.
 //
-// Input: texts separated by zero bytes: the tree's shape (a byte a node), the line, and the contents of
-// the files "t", "c" and "b" that it may name, in a folder of the run's own.
+// Input: texts separated by zero bytes: the tree's shape (a byte a node), the line, and the
+// contents of the files "t", "c" and "b" that it may name, in a folder of the run's own.
 #include <stdlib.h>
 
 #include <algorithm>
@@ -50,8 +51,8 @@ void ReplaceAll(std::string& text, std::string_view what, const std::string& by)
   }
 }
 
-// The next text of the input. Its references are led into the run's folder, and none leads out of it or
-// of the working folder: separators of folders are taken out.
+// The next text of the input. Its references are led into the run's folder, and none leads out of
+// it or of the working folder: separators of folders are taken out.
 std::string NextText(std::string_view& input) {
   const std::size_t end = std::min(input.find('\0'), input.size());
   std::string text(input.substr(0, end));
@@ -68,7 +69,8 @@ std::string NextText(std::string_view& input) {
 void WriteFile(std::size_t which, const std::string& content) {
   static std::array<std::optional<std::string>, kFileNames.size()> written;
   if (written[which] == content) return;
-  // Some file systems wait for the disk when a file that has content is emptied; none for a new one.
+  // Some file systems wait for the disk when a file that has content is emptied; none for a new
+  // one.
   std::filesystem::remove(folder / kFileNames[which]);
   std::ofstream(folder / kFileNames[which], std::ios::binary) << content;
   written[which] = content;

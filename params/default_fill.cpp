@@ -77,10 +77,13 @@ std::uint32_t FillNode(CParamNode* node, void* user, std::uint32_t depth) {
   switch (kind) {
     case 0:
     case 8:
-    case 16: return FillSingleValue(*node, parser);
+    case 16:
+      return FillSingleValue(*node, parser);
     case 1:
-    case 9: return FillArray(*node, parser);
-    default: return 0;
+    case 9:
+      return FillArray(*node, parser);
+    default:
+      return 0;
   }
 }
 

@@ -23,8 +23,8 @@ std::uint32_t FillNode(CParamNode* node, void* user, std::uint32_t depth);
 const QCString& GetFillErrorText();
 void ClearFillErrorText();
 
-// Sets `start` to `leadingValue`, its next neighbour to `lengthBytes` and the one after that to the data.
-// A node that is not there is left out; the statuses are OR-ed into `*result`.
+// Sets `start` to `leadingValue`, its next neighbour to `lengthBytes` and the one after that to the
+// data. A node that is not there is left out; the statuses are OR-ed into `*result`.
 void FillDataNodes(CParamNode* start, std::uint64_t leadingValue, std::uint32_t lengthBytes,
                    const std::uint8_t* data, std::uint32_t* result);
 

@@ -25,8 +25,7 @@ bool Open(File& file, const QCString& path, QCString& errorText) {
   return false;
 }
 
-bool ReadLines(const QCString& path, bool cutComments, std::wstring& content,
-               QCString& errorText) {
+bool ReadLines(const QCString& path, bool cutComments, std::wstring& content, QCString& errorText) {
   QCStdioFile file;
   if (!Open(file, path, errorText)) return false;
   content.clear();

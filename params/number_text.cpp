@@ -12,7 +12,7 @@ constexpr std::uint64_t kMaxValue = 0xFFFFFFFFu;
 constexpr std::ptrdiff_t kMaxDecimalDigits = 19;  // of which 64 bits hold any number
 
 std::uint32_t DigitOf(wchar_t ch) noexcept {
-  const auto code = static_cast<std::uint32_t>(ch);
+  const std::uint32_t code = static_cast<char32_t>(ch);
   if (code - L'0' < 10) return code - L'0';
   const std::uint32_t letter = (code | 0x20u) - L'a';
   return letter < 6 ? letter + 10 : kNoDigit;
@@ -20,7 +20,7 @@ std::uint32_t DigitOf(wchar_t ch) noexcept {
 
 bool IsLeadingSpace(wchar_t ch) noexcept {
   if (ch == L' ') return true;
-  const auto code = static_cast<std::uint32_t>(ch);
+  const std::uint32_t code = static_cast<char32_t>(ch);
   return code < 0x80 ? code - 9 < 5 : IsWhiteSpace(ch);
 }
 
@@ -51,7 +51,7 @@ std::uint64_t TakeDecimalDigits(const wchar_t*& at, const wchar_t* end) noexcept
   const wchar_t* const first = at;
   std::uint64_t magnitude = 0;
   for (std::uint32_t digit = 0; at != end; ++at) {
-    digit = static_cast<std::uint32_t>(*at) - L'0';
+    digit = static_cast<char32_t>(*at) - L'0';
     if (digit >= 10) break;
     magnitude = magnitude * 10 + digit;
   }

@@ -11,7 +11,7 @@ namespace SvcKivClass {
 
 // A number as far as it could be read, and whether that was all of the text.
 struct ParsedNumber {
-  std::uint32_t value = 0;  // of the digits read so far, also when something follows them
+  std::uint32_t value = 0;    // of the digits read so far, also when something follows them
   std::size_t readChars = 0;  // how much of the text the number is; 0 without a digit
 };
 

@@ -44,7 +44,7 @@ void Tidy(std::wstring& line) {
 
 // What one look at a single value's piece tells.
 struct Piece {
-  std::size_t end;                                    // its comma, or the line's end
+  std::size_t end;  // its comma, or the line's end
   std::size_t firstClosing = std::wstring_view::npos;
   std::uint32_t closingBraces = 0;
   bool hasBracket = false;
@@ -54,12 +54,17 @@ Piece ScanPiece(std::wstring_view line, std::size_t from) {
   Piece piece{line.size()};
   for (std::size_t i = from; i < line.size(); ++i) {
     switch (line[i]) {
-      case L',': piece.end = i; return piece;
-      case L'[': piece.hasBracket = true; break;
+      case L',':
+        piece.end = i;
+        return piece;
+      case L'[':
+        piece.hasBracket = true;
+        break;
       case L'}':
         if (piece.closingBraces++ == 0) piece.firstClosing = i;
         break;
-      default: break;
+      default:
+        break;
     }
   }
   return piece;
@@ -143,7 +148,8 @@ std::uint32_t ParamLineParser::GetNextValue(std::uint32_t* value, bool* leftAtDe
   if (piece.hasBracket) return Fail(texts::kBracketForSingleValue);
   std::size_t end = piece.end;
   if (TracksDepth()) {
-    // One brace too many wraps, and all ones then reads as a flat line; consoles' scripts have such lines.
+    // One brace too many wraps, and all ones then reads as a flat line; consoles' scripts have such
+    // lines.
     depth_ -= piece.closingBraces;
     end = std::min(end, piece.firstClosing);
   }
@@ -194,8 +200,8 @@ bool ParamLineParser::HasBinaryReference() {
   return binaryReference_ != npos;
 }
 
-// The position stays where it is: the reference is meant to be the last thing on the line, and a later
-// array reads the file again.
+// The position stays where it is: the reference is meant to be the last thing on the line, and a
+// later array reads the file again.
 bool ParamLineParser::ReadBinaryReference(std::uint8_t* buffer, std::uint32_t bufferBytes) {
   const std::size_t pathStart = binaryReference_ + kBinaryFileTag.size();
   const std::size_t pathEnd = line_.Find(L')', pathStart);
@@ -231,8 +237,8 @@ bool ParamLineParser::SplitArrayValues(std::wstring_view text, std::uint8_t* buf
   return true;
 }
 
-// Without a comma behind it the array is the line's last value: the position stays on the bracket and
-// closing braces are not counted. Lines in use rely on it.
+// Without a comma behind it the array is the line's last value: the position stays on the bracket
+// and closing braces are not counted. Lines in use rely on it.
 void ParamLineParser::PassArray(std::size_t closing) {
   const std::wstring_view line = line_.view();
   position_ = static_cast<std::uint32_t>(closing);

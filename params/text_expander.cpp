@@ -57,8 +57,9 @@ bool TextExpander::Expand(std::size_t tagAt) {
   return true;
 }
 
-// The span of a character of the tag that was just completed. A tag may begin in front of the span that
-// completes it; it then begins in the text around that span, since inserted text ends with a blank.
+// The span of a character of the tag that was just completed. A tag may begin in front of the span
+// that completes it; it then begins in the text around that span, since inserted text ends with a
+// blank.
 std::size_t TextExpander::SpanAt(std::size_t outIndex) const {
   std::size_t span = open_.back();
   while (spans_[span].outStart > outIndex) span = spans_[span].parent;

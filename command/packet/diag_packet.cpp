@@ -107,10 +107,14 @@ void DiagPacket::FreeBody() {
 
 QCString PostFailureText(std::uint32_t result) {
   switch (result) {
-    case result::kOk: return {};
-    case result::kLinkDown: return Translated(texts::kLinkDown);
-    case result::kBadAddress: return Translated(texts::kBadMacPath);
-    default: return WithNumber(texts::kPostFailed, result);
+    case result::kOk:
+      return {};
+    case result::kLinkDown:
+      return Translated(texts::kLinkDown);
+    case result::kBadAddress:
+      return Translated(texts::kBadMacPath);
+    default:
+      return WithNumber(texts::kPostFailed, result);
   }
 }
 

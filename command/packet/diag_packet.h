@@ -1,6 +1,6 @@
-// From a diagnostic command's parameter text to the packet that is posted: MAC-path options, default tree,
-// parse and fill, input display, encoding, and the form of the post. Pure: no link, no settings, no
-// application object, so tools and hosts show exactly what the module would send.
+// From a diagnostic command's parameter text to the packet that is posted: MAC-path options,
+// default tree, parse and fill, input display, encoding, and the form of the post. Pure: no link,
+// no settings, no application object, so tools and hosts show exactly what the module would send.
 //
 // Threads: any; one DiagPacket for one thread. Owns the encoded body.
 #pragma once
@@ -15,8 +15,8 @@
 
 namespace SvcKivClass {
 
-// One command on its way to a packet. The steps are called in this order; each answers 0 or the status that
-// ended it, and appends its failure text to Reply().
+// One command on its way to a packet. The steps are called in this order; each answers 0 or the
+// status that ended it, and appends its failure text to Reply().
 class DiagPacket {
  public:
   // `cataloguePath` empty: the catalogue that the process works with.

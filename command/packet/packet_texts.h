@@ -1,5 +1,5 @@
-// The texts of building and posting a diagnostic packet that users see. Scripts and hosts compare them:
-// they stay as they are. Translate at the point of use (Translated), never before.
+// The texts of building and posting a diagnostic packet that users see. Scripts and hosts compare
+// them: they stay as they are. Translate at the point of use (Translated), never before.
 //
 // Threads: constants.
 #pragma once
@@ -23,8 +23,7 @@ inline constexpr char kInputParametersHead[] =
 inline constexpr char kInputParametersFoot[] =
     QT_TRANSLATE_NOOP("QObject", "\n********************\n");
 inline constexpr char kNotEncoded[] = QT_TRANSLATE_NOOP(
-    "QObject",
-    "*** Failed to execute diag command. Build diag command packet error. ErrNum =%1\n");
+    "QObject", "*** Failed to execute diag command. Build diag command packet error. ErrNum =%1\n");
 
 inline constexpr char kLinkDown[] = QT_TRANSLATE_NOOP(
     "QObject", "*** Failed to execute diag command. Connect UE before using any commands.\n");

@@ -1,4 +1,5 @@
-// Where a packet goes: the routing option at the end of a parameter text, and how its path is posted.
+// Where a packet goes: the routing option at the end of a parameter text, and how its path is
+// posted.
 //
 // Threads: any; no state.
 #pragma once
@@ -16,8 +17,9 @@ struct MacSplit {
   QCString macPath;  // empty: none
 };
 
-// Options are "-r " (plain path), "-rf " (broadcast) and "-d " (direct), in either case, with their blank.
-// The last one begins the path; a "-rf " or "-d " anywhere puts its prefix in front of the path.
+// Options are "-r " (plain path), "-rf " (broadcast) and "-d " (direct), in either case, with their
+// blank. The last one begins the path; a "-rf " or "-d " anywhere puts its prefix in front of the
+// path.
 MacSplit SplitMacPath(const QCString& parameterRest);
 
 enum class PostForm { kPlain, kDirect, kRouted };

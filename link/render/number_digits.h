@@ -1,5 +1,5 @@
-// Digits straight into wide text, without a string of their own. Each function answers the end of what it
-// wrote; the caller has room for kMaxValueChars.
+// Digits straight into wide text, without a string of their own. Each function answers the end of
+// what it wrote; the caller has room for kMaxValueChars.
 //
 // Threads: any; no state.
 #pragma once
@@ -22,8 +22,8 @@ struct ValueFormat {
   bool hexadecimal = false;
 };
 
-// Decimal: 32 bits of the value, with the sign of its own width. Hexadecimal: "0x" and two digits a byte
-// for widths 1, 2 and 4, nothing for others; a negative value shows zeros, as hosts know it.
+// Decimal: 32 bits of the value, with the sign of its own width. Hexadecimal: "0x" and two digits a
+// byte for widths 1, 2 and 4, nothing for others; a negative value shows zeros, as hosts know it.
 wchar_t* WriteValue(wchar_t* to, std::uint64_t value, const ValueFormat& format);
 
 }  // namespace SvcKivClass

@@ -65,7 +65,8 @@ std::uint32_t DecodeRows(std::uint32_t cmdId, const ReplyDescriptor& reply, Deco
 }
 
 RowTexts RowOf(const RenderTable& table, std::size_t index) {
-  return {0, table.names[index].view(), {}, table.values[index].view(), table.comments[index].view()};
+  return {
+      0, table.names[index].view(), {}, table.values[index].view(), table.comments[index].view()};
 }
 
 QCString FullName(const RowTexts& row) {
@@ -170,8 +171,8 @@ void FormatTable(const RenderTable& table, QCList<QCString>& lines) {
 
 QCString FormatNumber(std::uint32_t elementBytes, const QCString& decimalText) {
   std::array<wchar_t, kMaxValueChars> digits;
-  const wchar_t* const end = WriteValue(
-      digits.data(), ParseDecimalUint32(decimalText.view()), {elementBytes, false, true});
+  const wchar_t* const end = WriteValue(digits.data(), ParseDecimalUint32(decimalText.view()),
+                                        {elementBytes, false, true});
   return QCString(digits.data(), static_cast<std::size_t>(end - digits.data()));
 }
 

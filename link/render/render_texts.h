@@ -1,5 +1,5 @@
-// The texts of rendering that users see. Hosts compare them: they stay as they are. Translate at the point
-// of use (Translated), never before.
+// The texts of rendering that users see. Hosts compare them: they stay as they are. Translate at
+// the point of use (Translated), never before.
 //
 // Threads: constants.
 #pragma once

@@ -32,8 +32,8 @@ FieldBytes BytesOf(CParamNode& node) {
   std::uint8_t* bytes = nullptr;
   std::uint64_t lengthBytes = 0;
   if (node.GetValueBuf(&bytes, &lengthBytes) != 0 || bytes == nullptr) return {};
-  return {bytes, static_cast<std::size_t>(
-                     std::min<std::uint64_t>(lengthBytes, node.GetSizeInStruct()))};
+  return {bytes,
+          static_cast<std::size_t>(std::min<std::uint64_t>(lengthBytes, node.GetSizeInStruct()))};
 }
 
 std::uint32_t ReadElement(const std::uint8_t* bytes, std::uint32_t widthBytes) {
@@ -82,8 +82,8 @@ void RowBlock::AddNode(CParamNode& node, std::uint32_t ancestors) {
 RowTexts RowBlock::GetAt(std::size_t index) const {
   const Row& row = rows_[index];
   const wchar_t* const at = chars_.data() + row.at;
-  return {row.dots, row.name, {at, row.indexChars}, {at + row.indexChars, row.valueChars},
-          row.comment};
+  return {
+      row.dots, row.name, {at, row.indexChars}, {at + row.indexChars, row.valueChars}, row.comment};
 }
 
 void RowBlock::BeginRow(std::size_t dots, std::wstring_view name) {

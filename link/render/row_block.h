@@ -2,8 +2,8 @@
 // what a RenderTable holds and is what whole trees are rendered through; a RenderTable is filled
 // from it where a caller asks for one.
 //
-// Threads: one object for one thread. Owns indexes and values; names, comments and the title are borrowed
-// from the tree, which must live as long.
+// Threads: one object for one thread. Owns indexes and values; names, comments and the title are
+// borrowed from the tree, which must live as long.
 #pragma once
 
 #include <cstddef>
@@ -18,8 +18,8 @@
 
 namespace SvcKivClass {
 
-// One row's texts, wherever they stand. The name is dots, the variable's name and, of an array's element,
-// its index in brackets.
+// One row's texts, wherever they stand. The name is dots, the variable's name and, of an array's
+// element, its index in brackets.
 struct RowTexts {
   std::size_t dots = 0;
   std::wstring_view name;
@@ -63,7 +63,8 @@ class RowBlock {
     std::wstring_view comment;
   };
 
-  // A row is opened with its name, its index (if it has one) and value are appended, then it is closed.
+  // A row is opened with its name, its index (if it has one) and value are appended, then it is
+  // closed.
   void BeginRow(std::size_t dots, std::wstring_view name);
   void EndRow(std::size_t indexChars, std::wstring_view comment);
   // Rows of a numeric array; false for any other and for one without elements.

@@ -56,9 +56,9 @@ TEST_F(DiagPacketTest, UnknownCommandIsToldWithHexadecimalIdAndDecimalStatus) {
   DiagPacket packet(kUnknown, Path());
   const std::uint32_t status = packet.QueryDefaults();
   ASSERT_NE(status, 0u);
-  EXPECT_EQ(ReplyOf(packet), "*** Failed to find valid packet (id=0xabcd, ret=" +
-                                 std::to_string(status) +
-                                 "). Maybe the parameter is invalid or the ID does not exist. \n");
+  EXPECT_EQ(ReplyOf(packet),
+            "*** Failed to find valid packet (id=0xabcd, ret=" + std::to_string(status) +
+                "). Maybe the parameter is invalid or the ID does not exist. \n");
 }
 
 TEST_F(DiagPacketTest, MissingCatalogueIsToldTheSameWay) {
@@ -98,8 +98,7 @@ TEST_F(DiagPacketTest, CommandWithoutARequestHasAnEmptyBody) {
 }
 
 TEST_F(DiagPacketTest, LineThatCannotBeReadIsFailureOne) {
-  EXPECT_EQ(Built(kThree, "{1,2"),
-            "refused 2 " + kLineRefused + "the last '}' is missing.\n");
+  EXPECT_EQ(Built(kThree, "{1,2"), "refused 2 " + kLineRefused + "the last '}' is missing.\n");
   EXPECT_EQ(Built(kThree, "@none.txt"), "refused 2 " + kLineRefused + "none.txt does not exist.\n");
 }
 
@@ -176,8 +175,9 @@ TEST_F(DiagPacketTest, LaterFailureIsAppendedToWhatWasShown) {
   pool::FailNth(0);
   EXPECT_EQ(packet.Body(), nullptr);
   EXPECT_EQ(ReplyOf(packet),
-            shown + "*** Failed to execute diag command. Build diag command packet error. ErrNum "
-                    "=500\n");
+            shown +
+                "*** Failed to execute diag command. Build diag command packet error. ErrNum "
+                "=500\n");
 }
 
 TEST_F(DiagPacketTest, TextCommandTakesItsRestAsItIs) {
@@ -222,7 +222,8 @@ TEST_F(DiagPacketTest, TreeCommandsAreNotTextCommands) {
   }
 }
 
-// Every allocation of the way from the text to the body fails once: a status, a text, no block left.
+// Every allocation of the way from the text to the body fails once: a status, a text, no block
+// left.
 TEST_F(DiagPacketTest, EachFailingAllocationIsToldAndLeavesNothingBehind) {
   for (const std::uint32_t id : {kThree, kText, kAsk}) {
     const std::uint64_t before = pool::LiveBlocks();
@@ -259,8 +260,7 @@ TEST(PostFailureText, EachResultHasItsText) {
   EXPECT_EQ(PostFailureText(0).ToUtf8(), "");
   EXPECT_EQ(PostFailureText(3207).ToUtf8(),
             "*** Failed to execute diag command. Connect UE before using any commands.\n");
-  EXPECT_EQ(PostFailureText(23).ToUtf8(),
-            "*** Failed to execute diag command. Check MAC path.\n");
+  EXPECT_EQ(PostFailureText(23).ToUtf8(), "*** Failed to execute diag command. Check MAC path.\n");
   EXPECT_EQ(PostFailureText(22).ToUtf8(), "*** Failed to execute diag command, ret=22\n");
   EXPECT_EQ(PostFailureText(0xFFFFFFFF).ToUtf8(),
             "*** Failed to execute diag command, ret=4294967295\n");

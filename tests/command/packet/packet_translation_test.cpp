@@ -1,4 +1,5 @@
-// Every text of building and posting is looked up in the user's language, before anything is put into it.
+// Every text of building and posting is looked up in the user's language, before anything is put
+// into it.
 #include <gtest/gtest.h>
 
 #include <QCoreApplication>
@@ -45,9 +46,9 @@ class PacketTranslation : public PacketCatalogue {
 TEST_F(PacketTranslation, UnknownCommand) {
   DiagPacket packet(kUnknown, Path());
   const std::uint32_t status = packet.QueryDefaults();
-  EXPECT_EQ(ReplyOf(packet), "<*** Failed to find valid packet (id=0xabcd, ret=" +
-                                 std::to_string(status) +
-                                 "). Maybe the parameter is invalid or the ID does not exist. \n>");
+  EXPECT_EQ(ReplyOf(packet),
+            "<*** Failed to find valid packet (id=0xabcd, ret=" + std::to_string(status) +
+                "). Maybe the parameter is invalid or the ID does not exist. \n>");
 }
 
 TEST_F(PacketTranslation, FailuresOfTheParameters) {

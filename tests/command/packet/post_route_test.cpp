@@ -27,9 +27,12 @@ std::string Routed(std::string_view path) {
   const PostRoute route = RouteOf(QCString::FromUtf8(path));
   if (route.status != 0) return "refused " + std::to_string(route.status);
   switch (route.form) {
-    case PostForm::kPlain: return "plain";
-    case PostForm::kDirect: return "direct " + std::to_string(route.directNumber);
-    case PostForm::kRouted: break;
+    case PostForm::kPlain:
+      return "plain";
+    case PostForm::kDirect:
+      return "direct " + std::to_string(route.directNumber);
+    case PostForm::kRouted:
+      break;
   }
   return "routed " + ToHex(route.header.data(), route.header.size());
 }
