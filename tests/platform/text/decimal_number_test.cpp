@@ -1,34 +1,24 @@
+// Decimal numbers in the user's texts.
 #include "platform/text/decimal_number.h"
 
 #include <gtest/gtest.h>
 
-namespace {
-
-struct NumberRow {
-  const wchar_t* text;
-  std::uint32_t value;
-};
-
-TEST(DecimalNumber, IsTheWholeTextOrZero) {
-  const NumberRow rows[] = {
-      {L"200", 200},
-      {L" 200 ", 200},
-      {L"+7", 7},
-      {L"007", 7},
-      {L"4294967295", 4294967295u},
-      {L"4294967296", 0},
-      {L"99999999999999999999999", 0},
-      {L"200abc", 0},
-      {L"-5", 0},
-      {L"0x10", 0},
-      {L"1 2", 0},
-      {L"\t1", 0},
-      {L"+", 0},
-      {L"", 0},
-      {L" ", 0},
-      {L"\uFF11", 0},
-  };
-  for (const NumberRow& row : rows) EXPECT_EQ(row.value, ParseDecimalUint32(row.text)) << row.value;
+TEST(ParseDecimalUint32, ReadsWholeNumbersOf32Bits) {
+  EXPECT_EQ(ParseDecimalUint32(L"0"), 0u);
+  EXPECT_EQ(ParseDecimalUint32(L"200"), 200u);
+  EXPECT_EQ(ParseDecimalUint32(L"010"), 10u);
+  EXPECT_EQ(ParseDecimalUint32(L"+7"), 7u);
+  EXPECT_EQ(ParseDecimalUint32(L"4294967295"), 4294967295u);
 }
 
-}  // namespace
+TEST(ParseDecimalUint32, AllowsBlanksAround) {
+  EXPECT_EQ(ParseDecimalUint32(L"  200 "), 200u);
+  EXPECT_EQ(ParseDecimalUint32(L"\t200"), 0u);
+}
+
+TEST(ParseDecimalUint32, AnswersZeroForAnythingElse) {
+  for (const wchar_t* text : {L"", L" ", L"+", L"-5", L"200abc", L"0x10", L"1 2", L"+ 1", L"++1",
+                              L"4294967296", L"99999999999999999999999", L"1\u0661"}) {
+    EXPECT_EQ(ParseDecimalUint32(text), 0u);
+  }
+}
