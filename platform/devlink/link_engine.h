@@ -97,7 +97,7 @@ class LinkEngine : public std::enable_shared_from_this<LinkEngine>, private Sess
   std::thread thread_;
   std::atomic<std::thread::id> threadId_{};
   std::atomic<CLinkClient*> client_;
-  std::atomic<bool> ending_{false};                // the thread was told to end
+  std::atomic<bool> ending_{false};                // the thread is asked to end
   std::atomic<bool> wanted_{false};                // started and not stopped
   std::atomic<LinkClock::time_point> graceEnd_{};  // until when a stopped link's child may take
   std::atomic<std::uint64_t> session_{0};          // number of the endpoint that is open
