@@ -28,7 +28,7 @@ int MillisecondsUntil(std::chrono::steady_clock::time_point deadline) {
 
 Console::Console(ConsoleOptions options)
     : options_(std::move(options)),
-      endpoint_(ShownText(bench::GetSetup().endpoint.view())),
+      endpoint_(ShownLine(bench::GetSetup().endpoint.view())),
       queue_([this] { events_.Wake(); }),
       facade_(queue_),
       watch_(queue_, endpoint_, [this](bool connected) { facade_.SetConnected(connected); }) {}
@@ -52,7 +52,7 @@ int Console::RunBatch() {
     std::string content;
     const int error = os::ReadWholeFile(*options_.file, kScriptLimitBytes, content);
     if (error != 0) {
-      Say("kiv: cannot read " + ShownUtf8(*options_.file) + ": " + os::ErrorText(error) + "\n");
+      Say("kiv: cannot read " + ShownLine(*options_.file) + ": " + os::ErrorText(error) + "\n");
       return kWrongUsage;
     }
     source.Add(content);
@@ -78,6 +78,10 @@ int Console::RunBatch() {
     source.Add(bytes);
     if (!more) source.End();
     if (!RunLines(source, status)) break;
+  }
+  if (events_.InputError() != 0) {
+    Say("kiv: cannot read standard input: " + os::ErrorText(events_.InputError()) + "\n");
+    status = kWrongUsage;
   }
   return EndStatus(status);
 }
@@ -105,7 +109,10 @@ int Console::RunInteractive() {
     source.Add(bytes);
     if (!more) source.End();
     RunLines(source, status);
-    if (interrupted_) source = LineSource();  // what was typed ahead is not wanted any more
+    if (interrupted_) {
+      source = LineSource();  // what was typed ahead is not wanted any more
+      os::WriteOut("\n");
+    }
     interrupted_ = false;
   }
   if (!outputGone_ && !ended_ && !quit_) os::WriteOut("\n");
@@ -157,8 +164,7 @@ int Console::RunTyped(const LineSource::Line& line) {
     Say(UnknownWordText(typed));
     return kCommandFailed;
   }
-  (this->*word->run)();
-  return kDone;
+  return (this->*word->run)();
 }
 
 int Console::RunLine(std::wstring line) {
@@ -169,16 +175,21 @@ int Console::RunLine(std::wstring line) {
   facade_.Run(number, std::move(line));
   ViewEvent reply;
   // Texts that arrive meanwhile stay in the queue: they stand behind the reply.
-  while (!queue_.TakeReply(number, reply)) {
-    const os::ConsoleEvents::Ready ready = events_.Wait(-1, false);
-    if (ready.interrupt) interrupted_ = true;
-    if (ready.terminate) ended_ = true;
-    if (interrupted_ || ended_) return kInterrupted;
-  }
+  if (!WaitForReply(number, reply)) return kInterrupted;
   Show(reply);
   if (reply.posts > 0) return WaitForAnswer(std::move(reply), shown);
   if (reply.takenByChannel || reply.text.empty() || reply.isHelp) return kDone;
   return reply.linkDown && reply.isCommand ? kNotConnected : kCommandFailed;
+}
+
+bool Console::WaitForReply(std::uint64_t number, ViewEvent& reply) {
+  while (!queue_.TakeReply(number, reply)) {
+    const os::ConsoleEvents::Ready ready = events_.Wait(-1, false);
+    if (ready.interrupt) interrupted_ = true;
+    if (ready.terminate) ended_ = true;
+    if (interrupted_ || ended_) return false;
+  }
+  return true;
 }
 
 int Console::WaitForAnswer(ViewEvent line, const std::string& shown) {
@@ -278,19 +289,33 @@ void Console::ShowPrompt() {
   if (!os::WriteOut(kPrompt)) outputGone_ = true;
 }
 
-void Console::WordHelp() {
+int Console::WordHelp() {
   std::string text;
   for (const Word& word : kWords) {
     text += std::string(word.name) + std::string(10 - std::string_view(word.name).size(), ' ') +
             word.help + "\n";
   }
   Write(text + "::x       send the line :x to the module\n");
+  return kDone;
 }
 
-void Console::WordLink() { Write(connected_ ? connectedText_ : DisconnectedText(lastReason_)); }
+int Console::WordLink() {
+  Write(connected_ ? connectedText_ : DisconnectedText(lastReason_));
+  return kDone;
+}
 
-void Console::WordQuit() { quit_ = true; }
+int Console::WordQuit() {
+  quit_ = true;
+  return kDone;
+}
 
-void Console::WordReload() { facade_.Reload(); }
+int Console::WordReload() {
+  const std::uint64_t number = ++lineNumber_;
+  facade_.Reload(number);
+  ViewEvent reply;
+  if (!WaitForReply(number, reply)) return kInterrupted;
+  ShowAll();
+  return reply.isCommand ? kDone : kCommandFailed;
+}
 
 }  // namespace kiv

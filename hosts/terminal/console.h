@@ -37,7 +37,7 @@ class Console {
   struct Word {
     const char* name;
     const char* help;
-    void (Console::*run)();
+    int (Console::*run)();  // answers the line's status
   };
   static const Word kWords[];
 
@@ -48,6 +48,8 @@ class Console {
   bool RunLines(LineSource& source, int& status);
   int RunTyped(const LineSource::Line& line);
   int RunLine(std::wstring line);
+  // False when the user wants no more of it.
+  bool WaitForReply(std::uint64_t number, ViewEvent& reply);
   int WaitForAnswer(ViewEvent line, const std::string& shown);
   void RunOwnWord(const std::wstring& line);
 
@@ -64,10 +66,10 @@ class Console {
   bool Ended() const { return ended_ || quit_ || outputGone_; }
   int EndStatus(int status) const;
 
-  void WordHelp();
-  void WordQuit();
-  void WordReload();
-  void WordLink();
+  int WordHelp();
+  int WordQuit();
+  int WordReload();
+  int WordLink();
 
   const ConsoleOptions options_;
   const std::string endpoint_;

@@ -85,7 +85,7 @@ bool NumberOf(const QCommandLineParser& parser, const char* name,
   number = value.toUInt(&good, 10);
   if (!good) {
     output = "kiv: --" + std::string(name) + " wants a number from 0 to 4294967295, not '" +
-             ShownUtf8(value.toStdString()) + "'\n";
+             ShownLine(value.toStdString()) + "'\n";
   }
   return good;
 }
@@ -101,14 +101,15 @@ std::optional<int> ReadOptions(const QStringList& arguments, ConsoleOptions& opt
     output = "kiv: " + reason + "\nkiv: try 'kiv --help'\n";
     return kWrongUsage;
   };
-  if (!parser.parse(arguments)) return wrong(ShownUtf8(parser.errorText().toStdString()));
+  if (!parser.parse(arguments)) return wrong(ShownLine(parser.errorText().toStdString()));
   if (parser.isSet(QStringLiteral("help"))) return output = HelpText(), kDone;
   if (parser.isSet(QStringLiteral("version"))) return output = "kiv " KIV_VERSION "\n", kDone;
   if (!parser.positionalArguments().isEmpty()) {
     return wrong("unexpected argument '" +
-                 ShownUtf8(parser.positionalArguments().first().toStdString()) +
+                 ShownLine(parser.positionalArguments().first().toStdString()) +
                  "'; a line to run comes behind -c");
   }
+  if (parser.values(QStringLiteral("file")).size() > 1) return wrong("--file may be given once");
   std::optional<std::uint32_t> wait;
   if (!NumberOf(parser, "wait", wait, output) ||
       !NumberOf(parser, "variant", options.setup.variant, output) ||

@@ -50,23 +50,24 @@ void FacadeThread::Start(LinkWatch& watch) {
         SvcKiv::Start();
         SvcKiv::SetInstantIndTime(kInstantIndPeriodMs);
         SvcKiv().SetIsEnableInstantInd(true);
-        WarnOfNoCommands();
+        CheckCommands();
       },
       Qt::QueuedConnection);
 }
 
 // The module only logs why its list is empty; a mistyped path should not have to be looked up
 // there.
-void FacadeThread::WarnOfNoCommands() {
+bool FacadeThread::CheckCommands() {
   const SvcKivSpace::MorviCmdList* const list = SvcKiv::GetMorviCmdList();
-  if (list == nullptr || !list->Commands().IsEmpty()) return;
+  if (list == nullptr || !list->Commands().IsEmpty()) return true;
   QCList<CmdInfo> none;
   CCmdDatabase catalogue;
   const std::uint32_t status = catalogue.EnumCommands(none, 3, 256, 0, 0);
   ViewEvent event;
   event.kind = ViewEvent::Kind::kWarning;
-  event.text = NoCommandsText(ShownText(catalogue.GetPath().view()), status);
+  event.text = NoCommandsText(ShownLine(catalogue.GetPath().view()), status);
   queue_.Push(std::move(event));
+  return false;
 }
 
 void FacadeThread::Run(std::uint64_t number, std::wstring line) {
@@ -97,13 +98,17 @@ void FacadeThread::SetConnected(bool connected) {
       Qt::QueuedConnection);
 }
 
-void FacadeThread::Reload() {
+void FacadeThread::Reload(std::uint64_t number) {
   QMetaObject::invokeMethod(
       context_,
-      [this] {
+      [this, number] {
         SvcKiv::ReloadDb();
         SvcKiv::SetInstantIndTime(kInstantIndPeriodMs);
-        WarnOfNoCommands();
+        ViewEvent event;
+        event.kind = ViewEvent::Kind::kReply;
+        event.line = number;
+        event.isCommand = CheckCommands();
+        queue_.Push(std::move(event));
       },
       Qt::QueuedConnection);
 }

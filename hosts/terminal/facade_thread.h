@@ -34,14 +34,16 @@ class FacadeThread {
   // Runs one typed line; its reply comes as an event kReply with this number.
   void Run(std::uint64_t number, std::wstring line);
   void SetConnected(bool connected);
-  // Reads the catalogue again.
-  void Reload();
+  // Reads the catalogue again; an event kReply with this number says that it is done, `isCommand`
+  // whether there are commands now.
+  void Reload(std::uint64_t number);
   // Close the queue first. Stops the module and ends the thread; false when that took longer than
   // `timeoutMs`: the process must then end without waiting.
   bool Stop(std::uint32_t timeoutMs);
 
  private:
-  void WarnOfNoCommands();
+  // Whether the list has commands; warns when it has none.
+  bool CheckCommands();
   void RunHere(std::uint64_t number, const std::wstring& line);
   void OnMessage(SvcKivSpace::SvcKivMsgType kind, void* payload);
 

@@ -33,7 +33,9 @@ int main(int argc, char** argv) {
   std::string output;
   if (const auto status = kiv::ReadOptions(arguments, options, output)) {
     const bool written = *status == kiv::kDone ? os::WriteOut(output) : os::WriteErr(output);
-    return written ? *status : kiv::kCommandFailed;
+    if (written) return *status;
+    os::WriteErr("kiv: standard output cannot be written\n");
+    return kiv::kCommandFailed;
   }
   bench::SetSetup(options.setup);
   kiv::InstallDebugLog(options.debug);

@@ -35,8 +35,10 @@ class KIVPLATFORM_API ConsoleEvents {
   // `withInput`.
   Ready Wait(int timeoutMs, bool withInput);
   void Wake();
-  // Appends what is there to `bytes`; false at the end of input.
+  // Appends what is there to `bytes`; false at the end of input, or when it cannot be read.
   bool ReadInput(std::string& bytes);
+  // The system's error number when it could not be read, else 0.
+  int InputError() const noexcept { return inputError_; }
 
   static bool InputIsTerminal();
   static bool OutputIsTerminal();
@@ -44,6 +46,7 @@ class KIVPLATFORM_API ConsoleEvents {
  private:
   int wakeRead_ = -1;
   int wakeWrite_ = -1;
+  int inputError_ = 0;
 };
 
 // Puts the null device where a standard descriptor is closed, so that no file or socket gets its

@@ -97,7 +97,10 @@ bool ConsoleEvents::ReadInput(std::string& bytes) {
     bytes.append(block, static_cast<std::size_t>(got));
     return true;
   }
-  return got < 0 && (errno == EINTR || errno == EAGAIN || errno == EWOULDBLOCK);
+  if (got == 0) return false;
+  if (errno == EINTR || errno == EAGAIN || errno == EWOULDBLOCK) return true;
+  inputError_ = errno;
+  return false;
 }
 
 bool ConsoleEvents::InputIsTerminal() { return ::isatty(STDIN_FILENO) == 1; }

@@ -3,6 +3,7 @@
 import json
 import os
 import platform
+import shutil
 import signal
 import socket
 import struct
@@ -302,6 +303,35 @@ class Interrupting(BenchCase):
                                       stdout=full, stderr=subprocess.PIPE, timeout=60, check=False)
             self.assertEqual(done.returncode, 1)
             self.assertTrue(done.stderr.endswith(b"kiv: standard output cannot be written\n"), done)
+
+    def test_a_help_that_cannot_be_written_is_told(self):
+        for option in ("--help", "--version"):
+            with open("/dev/full", "wb") as full:
+                done = subprocess.run([KIV, option], env=self.environment(), stdout=full,
+                                      stderr=subprocess.PIPE, timeout=60, check=False)
+            self.assertEqual((done.returncode, done.stderr),
+                             (1, b"kiv: standard output cannot be written\n"))
+
+    def test_a_standard_input_that_cannot_be_read_is_told(self):
+        with open(self.folder / "write-only", "wb") as unreadable:
+            done = subprocess.run([KIV, "--link", self.child()], env=self.environment(),
+                                  stdin=unreadable, capture_output=True, timeout=60, check=False)
+        self.assertEqual((done.returncode, done.stdout), (2, b""))
+        self.assertTrue(done.stderr.endswith(
+            b"kiv: cannot read standard input: Bad file descriptor\n"), done)
+
+    def test_a_reload_that_finds_no_commands_is_told_also_as_the_last_line(self):
+        copy = self.folder / "mine.kcat"
+        shutil.copy(CATALOGUE, copy)
+        process = self.start([KIV, "--link", self.child(), "--catalogue", str(copy)])
+        process.stdin.write(b"nv_read 9\n")
+        process.stdin.flush()
+        process.stdout.readline()
+        copy.unlink()
+        _, err = process.communicate(b":reload\n", timeout=60)
+        self.assertEqual(process.returncode, 1)
+        self.assertTrue(err.decode().endswith(
+            f"kiv: warning: no commands from the catalogue {copy}: file not found\n"), err)
 
     def test_the_word_quit_ends_a_batch_with_the_status_so_far(self):
         self.assertEqual(self.kiv("-c", ":quit", "-c", "nonsense").status, 0)

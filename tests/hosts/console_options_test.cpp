@@ -60,6 +60,12 @@ TEST(ConsoleOptions, RefuseWhatIsNoOption) {
   EXPECT_EQ(read.output, "kiv: Unknown option 'lnik'.\nkiv: try 'kiv --help'\n");
 }
 
+TEST(ConsoleOptions, RefuseASecondFile) {
+  const Read read = ReadFrom({"-f", "a", "-f", "b"});
+  EXPECT_EQ(read.status, kWrongUsage);
+  EXPECT_EQ(read.output, "kiv: --file may be given once\nkiv: try 'kiv --help'\n");
+}
+
 TEST(ConsoleOptions, RefuseAPositionalArgument) {
   const Read read = ReadFrom({"sys_info"});
   EXPECT_EQ(read.status, kWrongUsage);
