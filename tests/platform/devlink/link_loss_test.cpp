@@ -12,6 +12,7 @@ namespace linktest {
 namespace {
 
 using devlink::GetLinkCounters;
+using devlink::LinkClock;
 using devlink::Milliseconds;
 using testing::ElementsAre;
 
@@ -246,7 +247,10 @@ TEST_F(LinkLoss, TimeInWhichTheViewKeepsTheThreadDoesNotCount) {
   timing_.lostAfter = Milliseconds(80);
   std::atomic<bool> blocked{false};
   record_.onReceive = [&] {
-    if (!blocked.exchange(true)) ::usleep(400'000);
+    if (blocked.exchange(true)) return;
+    // Held until the clock that the keep-alive reads is well past a loss.
+    const auto pastLoss = LinkClock::now() + 5 * timing_.lostAfter;
+    while (LinkClock::now() < pastLoss) ::usleep(1000);
   };
   Connect([](DeviceEnd& end, int) {
     if (!end.Greet()) return;
