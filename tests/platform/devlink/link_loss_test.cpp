@@ -263,6 +263,32 @@ TEST_F(LinkLoss, TimeInWhichTheViewKeepsTheThreadDoesNotCount) {
   EXPECT_THAT(States(), ElementsAre("connecting", "connected"));
 }
 
+// A probe is out, the view keeps the thread for longer than a loss takes, and nothing has come
+// meanwhile: the device gets another probe before it is given up.
+TEST_F(LinkLoss, SilenceWhileTheViewKeptTheThreadBehindAProbeIsNoLoss) {
+  timing_.probeAfter = Milliseconds(50);
+  timing_.lostAfter = Milliseconds(400);
+  std::atomic<bool> blocked{false};
+  record_.onNotice = [&] {
+    if (blocked.exchange(true)) return;
+    const auto pastLoss = LinkClock::now() + 2 * timing_.lostAfter;
+    while (LinkClock::now() < pastLoss) ::usleep(1000);
+  };
+  std::atomic<bool> answered{false};
+  Connect([&](DeviceEnd& end, int connection) {
+    if (!end.Greet() || connection != 0 || !end.Next()) return;
+    Bytes damaged(42, 'x');
+    damaged.front() = damaged.back() = 0x7E;
+    end.SendBytes(damaged);  // is told in a notice, and is no sign of life
+    answered = end.Next().has_value();
+    end.Linger();
+  });
+  while (!answered && device_->Connections() < 2) ::usleep(1000);
+  EXPECT_TRUE(blocked);
+  EXPECT_TRUE(answered);
+  EXPECT_THAT(States(), ElementsAre("connecting", "connected"));
+}
+
 // --- The greeting.
 
 TEST_F(LinkLoss, APeerThatSaysSomethingElseIsNotADevice) {
