@@ -2,6 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdio>
+
+#include "platform/os/utf8_codec.h"
+
 namespace {
 
 TEST(ShownText, LeavesPrintableTextLineFeedsAndTabsAlone) {
@@ -40,6 +44,37 @@ TEST(ShownText, EscapesControlCharactersOfUtf8Too) {
                       "b\xFF"),
             "a\\x1b[2J\\x9b"
             "b\xEF\xBF\xBD");
+}
+
+// A name such as "gpj.exe" written right to left would otherwise read "exe.jpg".
+TEST(ShownText, ShowsWhatTurnsTheDirectionOfTextAround) {
+  EXPECT_EQ(ShownUtf8("a\xE2\x80\xAE"
+                      "gpj.exe\xE2\x80\xAC"),
+            "a\\u202egpj.exe\\u202c");
+  EXPECT_EQ(ShownUtf8("\xE2\x81\xA6x\xE2\x81\xA9"), "\\u2066x\\u2069");
+  EXPECT_EQ(ShownLine(std::wstring_view(L"\u061c\u200e\u200f")), "\\u061c\\u200e\\u200f");
+}
+
+TEST(ShownText, ShowsEveryInvisibleFormatCharacterAndNoOther) {
+  for (char32_t code = 0xA0; code < 0x110000; ++code) {
+    if (code >= 0xD800 && code < 0xE000) continue;
+    const bool escaped = code == 0x61C || code == 0x180E || code == 0x200B || code == 0x200E ||
+                         code == 0x200F || (code >= 0x2028 && code <= 0x202E) ||
+                         (code >= 0x2060 && code <= 0x206F) || code == 0xFEFF ||
+                         (code >= 0xFFF9 && code <= 0xFFFB) || (code >= 0xE0000 && code < 0xE1000);
+    std::string utf8;
+    os::utf8_codec::AppendBytes(utf8, code);
+    char expected[16];
+    std::snprintf(expected, sizeof expected, code < 0x10000 ? "\\u%04x" : "\\U%08x",
+                  static_cast<unsigned>(code));
+    ASSERT_EQ(ShownUtf8(utf8), escaped ? expected : utf8) << std::hex << +code;
+  }
+}
+
+TEST(ShownText, KeepsTheJoinersOfWordsAndSigns) {
+  const std::string joined =
+      "\xD9\x85\xDB\x8C\xE2\x80\x8C\xD8\xAE \xF0\x9F\x91\xA9\xE2\x80\x8D\xF0\x9F\x94\xA7";
+  EXPECT_EQ(ShownUtf8(joined), joined);
 }
 
 }  // namespace
