@@ -14,6 +14,10 @@ namespace SvcKivClass {
 
 // The longest line that references may make, in characters: a bound for memory only.
 inline constexpr std::size_t kMaxLineChars = std::size_t{64} * 1024 * 1024;
+// The most references that are replaced in one line. A packet has room for some 2,000 values, so no
+// line of use comes near; a file that names another twice, which names another twice, and so on,
+// gets here within a second and long before the line is too long.
+inline constexpr std::size_t kMaxReferences = std::size_t{1024} * 1024;
 
 // Every line up to its first "#", each followed by one blank. `content` is replaced.
 bool ReadCommandFile(const QCString& path, std::wstring& content, QCString& errorText);

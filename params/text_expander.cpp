@@ -47,7 +47,7 @@ bool TextExpander::Expand(std::size_t tagAt) {
   if (content == nullptr) return false;
   lineChars_ += content->size();
   lineChars_ -= kTag.size() + path.size() + 1;
-  if (IsInside(tagSpan, content) || lineChars_ > kMaxLineChars) {
+  if (IsInside(tagSpan, content) || lineChars_ > kMaxLineChars || ++references_ > kMaxReferences) {
     errorText_ = FailedToOpenText(QCString(path));
     return false;
   }

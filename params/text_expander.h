@@ -8,7 +8,7 @@
 //
 // A reference whose tag lies inside text that came from the same file, directly or through other
 // files, would never end: it fails like a file that cannot be opened, and so does a line beyond
-// kMaxLineChars.
+// kMaxLineChars or with more than kMaxReferences.
 //
 // Threads: one object for one thread, for one line. Owns the files' contents.
 // Errors: Run answers false, with `errorText` set; the line is then as it was.
@@ -57,6 +57,7 @@ class TextExpander {
   std::vector<Span> spans_;        // all that ever were
   std::vector<std::size_t> open_;  // those with a rest, innermost last
   std::size_t lineChars_ = 0;      // of the whole line as it now reads
+  std::size_t references_ = 0;     // replaced so far
   std::map<std::wstring, std::wstring> files_;
 };
 

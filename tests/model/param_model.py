@@ -29,7 +29,8 @@ Clean-up, in order:
     from the start until none is left, so a file may bring further references, and text from a
     file may complete a tag begun outside it. A reference that stands, however deep, in text of
     the path that it names counts as a file that cannot be opened (two spellings of a path are
-    two paths); so does a line that grows beyond 64 Mi characters.
+    two paths); so does a line that grows beyond 64 Mi characters or takes more
+    than 1 Mi references.
  4. Line feeds and the ends once more, then no two blanks stay adjacent, then no blank stays
     beside a comma. Blanks beside braces and brackets do stay.
 
@@ -65,6 +66,7 @@ END = 0xFFFFFFFF
 FLAT = 0xFFFFFFFF
 MASK32 = 0xFFFFFFFF
 LINE_LIMIT_CHARS = 64 * 1024 * 1024
+REFERENCE_LIMIT = 1024 * 1024
 
 TEXT_TAG = "$(T<"
 BINARY_TAG = "$(B<"
@@ -185,6 +187,7 @@ def expand_text_files(line):
     the "$" decides whether a reference stands in text of the path that it names.
     """
     origins = [frozenset()] * len(line)
+    references = 0
     while True:
         begin = line.find(TEXT_TAG)
         if begin < 0:
@@ -198,7 +201,8 @@ def expand_text_files(line):
             raise LineError(cannot_open(path))
         text = text_file(path)
         line = line[:begin] + text + line[end + 1:]
-        if len(line) > LINE_LIMIT_CHARS:
+        references += 1
+        if len(line) > LINE_LIMIT_CHARS or references > REFERENCE_LIMIT:
             raise LineError(cannot_open(path))
         now = inside | {path}
         origins[begin:end + 1] = [now] * len(text)

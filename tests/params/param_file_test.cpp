@@ -1,5 +1,6 @@
 // Command files, text files and binary files named in a line.
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 
 #include <string>
 
@@ -28,6 +29,12 @@ class ParamFile : public testing::Test {
 std::string Missing(const std::string& path) { return path + " does not exist.\n"; }
 
 std::string CannotOpen(const std::string& path) { return "Failed to open " + path + "\n"; }
+
+long PeakMemoryKib() {
+  rusage usage = {};
+  ::getrusage(RUSAGE_SELF, &usage);
+  return usage.ru_maxrss;
+}
 
 }  // namespace
 
@@ -238,6 +245,29 @@ TEST_F(ParamFile, LineBeyond64MebiCharactersIsRefused) {
   std::string line;
   for (int i = 0; i < 8; ++i) line += TextTag("large");
   EXPECT_EQ(Refusal(line), CannotOpen(folder_.Path("large")));
+}
+
+// Each file names the next one twice: 2 to the 29th references, refused at the first too many and
+// without the room that the whole line would take.
+TEST_F(ParamFile, FilesThatDoubleEachOtherAreRefusedEarly) {
+  folder_.Write("29", "1,");
+  for (int i = 0; i < 29; ++i) {
+    const std::string next = TextTag(std::to_string(i + 1));
+    folder_.Write(std::to_string(i), next + next);
+  }
+  const long before = PeakMemoryKib();
+  EXPECT_EQ(Refusal(TextTag("0")), CannotOpen(folder_.Path("29")));
+  EXPECT_LT(PeakMemoryKib() - before, 300 * 1024);
+}
+
+TEST_F(ParamFile, AMillionReferencesAreNotTooMany) {
+  folder_.Write("20", "");
+  for (int i = 1; i < 20; ++i) {
+    const std::string next = TextTag(std::to_string(i + 1));
+    folder_.Write(std::to_string(i), next + next);
+  }
+  // 2 to the 20th less one references, and the blank behind each of the inner files.
+  EXPECT_EQ(LineOf(Opened("5," + TextTag("1"))), "5,");
 }
 
 TEST_F(ParamFile, BinaryFileFillsTheWholeBuffer) {
