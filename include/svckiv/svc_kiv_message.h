@@ -2,17 +2,23 @@
 // this one object and its one signal.
 //
 // Threads: the signal is emitted in the sender's thread: the link's receive thread or the caller of
-// the facade. A view may connect directly or queued. Owns nothing. Payloads, by kind:
+// the facade. A view may connect directly or queued; it connects before Start and disconnects after
+// Stop. Owns nothing.
 //
-//   kind                payload                                   who releases it
-//   kNotice      0      QCString*                                 nobody; lives during the emission
-//   only kReply       1      wchar_t*, begins with a line feed, or     the sender, right after the
-//   emission: a
-//                       null for an empty text                    direct view copies it at once
-//   kAt          2      char*, 8-bit text, or null                the receiver, with PoolFree
-//   kTestCase    3      wchar_t*, ends with a line feed           the receiver, with PoolFree
-//   kText        4      char*, 8-bit text, or null                the receiver, with PoolFree
-//   kShell       5      char*, 8-bit text, or null                the receiver, with PoolFree
+// Payloads, by kind. A null payload means the empty text, in every kind.
+//
+//   kind           payload                                 who releases it
+//   kNotice    0   QCString*                               nobody: it lives during the emission
+//   kReply     1   wchar_t*, begins with a line feed       the sender, right after the emission: a
+//                                                          direct view copies it at once
+//   kAt        2   char*, 8-bit text                       the receiver, with PoolFree
+//   kTestCase  3   wchar_t*, ends with a line feed         the receiver, with PoolFree
+//   kText      4   char*, 8-bit text                       the receiver, with PoolFree
+//   kShell     5   char*, 8-bit text                       the receiver, with PoolFree
+//
+// Of kinds 2 to 5 exactly one connected receiver owns the payload; a second one copies it before
+// the owner has released it. Where nobody is connected the sender releases it. PoolFree is in
+// platform/bounded/pool.h.
 #pragma once
 
 #include <QObject>
@@ -42,6 +48,9 @@ class SVCKIV_API SvcKivMessage : public QObject {
 
   // Emits SvcHandleMessage with the same two arguments, in the caller's thread, and nothing more.
   void SVCSendMessage(SvcKivMsgType kind, void* payload);
+  // For a payload that its receiver is to release: emits when somebody is connected. Otherwise
+  // answers false, and the payload is still the caller's.
+  bool SVCSendToReceiver(SvcKivMsgType kind, void* payload);
 
  Q_SIGNALS:
   void SvcHandleMessage(SvcKivMsgType kind, void* payload);

@@ -1,5 +1,6 @@
 #include "svckiv/svc_kiv_message.h"
 
+#include <QMetaMethod>
 #include <QMetaType>
 
 namespace SvcKivSpace {
@@ -16,6 +17,13 @@ SvcKivMessage::~SvcKivMessage() = default;
 
 void SvcKivMessage::SVCSendMessage(SvcKivMsgType kind, void* payload) {
   Q_EMIT SvcHandleMessage(kind, payload);
+}
+
+bool SvcKivMessage::SVCSendToReceiver(SvcKivMsgType kind, void* payload) {
+  static const QMetaMethod signal = QMetaMethod::fromSignal(&SvcKivMessage::SvcHandleMessage);
+  if (!isSignalConnected(signal)) return false;
+  SVCSendMessage(kind, payload);
+  return true;
 }
 
 }  // namespace SvcKivSpace
