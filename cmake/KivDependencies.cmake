@@ -4,6 +4,7 @@ find_package(Threads REQUIRED)
 find_package(Qt5 5.15 REQUIRED COMPONENTS Core OPTIONAL_COMPONENTS Test)
 find_package(SQLite3 REQUIRED)
 find_package(nlohmann_json 3.11 REQUIRED)
+find_package(pugixml 1.12 REQUIRED)
 
 find_path(KIV_ASIO_INCLUDE_DIR asio.hpp REQUIRED)
 add_library(kiv_asio INTERFACE)

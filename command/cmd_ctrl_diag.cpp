@@ -22,8 +22,8 @@ constexpr std::uint16_t kUnusedSequenceNumber = 65535;
 
 RenderFlags FlagsOf(const LiveSwitches& switches) {
   return {switches.hexadecimal.load(std::memory_order_relaxed),
-          switches.oneLineArrays.load(std::memory_order_relaxed),
-          switches.showType.load(std::memory_order_relaxed)};
+          switches.oneLineArrays.load(std::memory_order_relaxed) != 0,
+          switches.showType.load(std::memory_order_relaxed) != 0};
 }
 
 }  // namespace

@@ -132,8 +132,8 @@ std::int32_t LirnKivClient::ShowReply(const ReplyDescriptor& reply, QCString& te
   if (shown.body != nullptr && shown.bodyLengthBytes > 0) {
     const LiveSwitches& switches = parts_.switches;
     const RenderFlags flags{switches.hexadecimal.load(std::memory_order_relaxed),
-                            switches.oneLineArrays.load(std::memory_order_relaxed),
-                            switches.showType.load(std::memory_order_relaxed)};
+                            switches.oneLineArrays.load(std::memory_order_relaxed) != 0,
+                            switches.showType.load(std::memory_order_relaxed) != 0};
     RenderReply(*this, text, shown, shown.cmdId, flags);
   } else {
     text = GetResultCodeText(shown.resultCode);

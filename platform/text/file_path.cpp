@@ -10,6 +10,8 @@ std::size_t LastSeparator(const QCString& path) { return path.view().find_last_o
 
 }  // namespace
 
+QCString CFilePath::GetAppPath() { return QCString::FromUtf8(os::DataDirectory()); }
+
 QCString CFilePath::GetDirectory() const {
   const std::size_t separator = LastSeparator(path_);
   return separator != QCString::npos ? path_.Left(separator) : QCString();

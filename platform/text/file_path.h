@@ -19,6 +19,9 @@ class KIVPLATFORM_API CFilePath {
   QCString GetFileName() const;
   // From the last "." of the file name on, dot included; empty when there is none.
   QCString GetExtension() const;
+  // The application directory, without a separator at its end: the per-user data directory of the
+  // bench setup, where the relative paths of the settings begin.
+  static QCString GetAppPath();
 
  private:
   QCString path_;

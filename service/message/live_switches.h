@@ -18,17 +18,17 @@ struct LiveSwitches {
   std::atomic<bool> hexadecimal{false};
   std::atomic<bool> instantInd{false};
   // The three that belong to the settings; off while no settings object exists.
-  std::atomic<bool> oneLineArrays{false};
-  std::atomic<bool> showType{false};
-  std::atomic<bool> indicationsEnabled{false};
+  std::atomic<std::int32_t> oneLineArrays{0};
+  std::atomic<std::int32_t> showType{0};
+  std::atomic<std::int32_t> indicationsEnabled{0};
 
   bool IsUeConnected() const noexcept {
     return ueConnectStatus.load(std::memory_order_relaxed) != 0;
   }
   void ResetSettings() noexcept {
-    oneLineArrays.store(false, std::memory_order_relaxed);
-    showType.store(false, std::memory_order_relaxed);
-    indicationsEnabled.store(false, std::memory_order_relaxed);
+    oneLineArrays.store(0, std::memory_order_relaxed);
+    showType.store(0, std::memory_order_relaxed);
+    indicationsEnabled.store(0, std::memory_order_relaxed);
   }
 };
 
