@@ -3,7 +3,8 @@
 #   short    one gcc build, all tests, sweeps at a tenth, libFuzzer briefly where clang is installed
 #   full     also clang, the address and undefined-behaviour sanitizers on everything, the thread
 #            sanitizer on what has threads, a minute of libFuzzer for each target; the sweeps whole
-#   torture  the gcc build's tests with ten times the repetitions
+#   torture  the gcc build's tests with ten times the repetitions, and a table of what the sweeps
+#            tried and found
 #
 # A stage that fails does not stop the others; the table at the end names it and the exit status is
 # 1. The gcc build's tests come last, so that ctest's own summary is the last thing printed.
@@ -74,6 +75,12 @@ fuzz_all() {
   KIV_FUZZ_PRESET=$1 scripts/fuzz.sh "$2"
 }
 
+# sweep_table: the rows that the sweeps left (tests/support/sweep_report.h), in the order of names.
+sweep_table() {
+  say "what was tried, how often, how long, and what was found:"
+  cat "$KIV_REPORT_DIR"/*.row >&2
+}
+
 sanitizer_options() {
   export ASAN_OPTIONS=detect_stack_use_after_return=1:strict_string_checks=1
   export UBSAN_OPTIONS=print_stacktrace=1
@@ -102,7 +109,11 @@ elif [ $sweep = short ] && command -v clang++ >/dev/null; then
 fi
 
 table
+export KIV_REPORT_DIR=$PWD/build/log/sweeps
+rm -rf "$KIV_REPORT_DIR"
+mkdir -p "$KIV_REPORT_DIR"
 say "== gcc tests (sweep: $sweep)"
 tests gcc "$sweep" </dev/null
 status=$?
+[ $sweep = torture ] && sweep_table
 [ ${#failed[@]} = 0 ] && [ $status = 0 ]

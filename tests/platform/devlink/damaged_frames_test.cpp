@@ -1,4 +1,4 @@
-// Whatever is done to a frame on its way, what comes out of the deframer was sent; and another
+// Whatever is done to frames on their way, what a client is handed was sent, once; and another
 // program's HDLC dissector agrees on which frames are sound.
 #include <gtest/gtest.h>
 
@@ -8,45 +8,67 @@
 #include <fstream>
 #include <optional>
 
+#include "platform/devlink/link_session.h"
 #include "tests/platform/devlink/damage.h"
 #include "tests/platform/devlink/framing.h"
 #include "tests/platform/devlink/noise.h"
-#include "tests/platform/devlink/wire_page.h"
+#include "tests/platform/devlink/test_device.h"
 #include "tests/support/sweep.h"
+#include "tests/support/sweep_report.h"
 #include "tests/support/temp_dir.h"
 
 namespace linktest {
 namespace {
 
+// The receiving half of the link: from the bytes of the line to what a client is handed.
+class LinkTarget : public DamageTarget, private devlink::SessionHost {
+ public:
+  LinkTarget() { NewSession({}); }
+
+  DamageRun* run = nullptr;
+
+  std::uint8_t Kind() const override { return kCnf; }
+  bool IgnoresStale() const override { return true; }
+  std::uint64_t Lost() const override { return devlink::GetLinkCounters().sequenceGaps; }
+  void Take(Bytes piece) override { session_->Feed(piece); }
+  void NewSession(const Bytes& stale) override {
+    devlink::SessionHost& host = *this;
+    session_ = std::make_unique<devlink::LinkSession>(host, ++helloTag_, 0);
+    Take(stale);
+    Take(NaiveLine(Whole(DeviceEnd::Hello(helloTag_))));
+    EXPECT_TRUE(session_->Greeted());
+  }
+
+ private:
+  void OnGreeted(const devlink::PeerInfo&) override {}
+  void OnTestAnswer(std::uint16_t) override {}
+  void OnBatch(const ReceivedPacket* records, std::uint32_t count) override {
+    for (std::uint32_t i = 0; i < count; ++i) {
+      const auto* const body = static_cast<const std::uint8_t*>(records[i].body);
+      run->Delivered(records[i].cmdId, records[i].tag,
+                     Bytes(body, body + records[i].bodyLengthBytes));
+    }
+  }
+
+  std::unique_ptr<devlink::LinkSession> session_;
+  std::uint16_t helloTag_ = 0;
+};
+
 class DamagedFrames : public testing::TestWithParam<int> {};
 
-TEST_P(DamagedFrames, NeverGiveAWrongPacket) {
+TEST_P(DamagedFrames, GiveTheLinkNoWrongPacketAndNoneTwice) {
   const auto damage = static_cast<Damage>(GetParam());
-  const auto rounds = kivtest::SweepCount(1'000'000) / kDamages + 1;
-  Damager damager(static_cast<std::uint32_t>(100 + GetParam()));
-  devlink::Deframer deframer;
-  std::uint64_t whole = 0;
-  for (std::int64_t i = 0; i < rounds; ++i) {
-    NaiveFrame frame;
-    frame.id = static_cast<std::uint32_t>(i);
-    frame.sequence = static_cast<std::uint32_t>(i);
-    frame.payload = Noise(damager.Below(60), static_cast<std::uint32_t>(i) | 1);
-    frame = Whole(frame);
-    const Bytes content = NaiveContent(frame);
-    Bytes line = Encode(frame);
-    damager.Apply(damage, line);
-    // A good frame behind it: the receiver must be in step by then.
-    Append(line, TheWirePage().Example("probe").line);
-    const auto contents = Deframe(deframer, line, {damager.Below(line.size())});
-    ASSERT_FALSE(contents.empty()) << i;
-    for (std::size_t k = 0; k + 1 < contents.size(); ++k) {
-      ASSERT_EQ(contents[k], content) << "a wrong packet in round " << i;
-      ++whole;
-    }
-    ASSERT_EQ(contents.back().at(1), kKeepAlive) << i;
+  const kivtest::SweepReport report(std::string("damaged frames, link, ") + DamageName(damage));
+  LinkTarget target;
+  DamageRun run(target, damage, static_cast<std::uint32_t>(100 + GetParam()));
+  target.run = &run;
+  for (auto left = kivtest::SweepCount(1'000'000) / kDamages; left > 0 && run.Found().Good();
+       --left) {
+    run.Round();
   }
-  RecordProperty("rounds", static_cast<int>(rounds));
-  RecordProperty("undamaged", static_cast<int>(whole));
+  report.Write(run.Found().tried, run.Found().Text());
+  EXPECT_TRUE(run.Found().Good()) << run.Found().Text();
+  EXPECT_GE(run.Found().delivered, run.Found().tried);
 }
 
 INSTANTIATE_TEST_SUITE_P(InClasses, DamagedFrames, testing::Range(0, kDamages),
@@ -111,7 +133,7 @@ TEST(Tshark, AgreesOnWhichFramesAreSound) {
       frame.id = static_cast<std::uint32_t>(i);
       frame.payload = Noise(damager.Below(300), static_cast<std::uint32_t>(i) | 1);
       Bytes line = Encode(Whole(frame));
-      if (i % 2 == 1) damager.Apply(i % 4 == 1 ? Damage::kFlip : Damage::kSwap, line);
+      if (i % 2 == 1) i % 4 == 1 ? damager.FlipBits(line) : damager.SwapBytes(line);
       // One candidate between two flags each, long enough for both to look at its FCS.
       if (line.front() != 0x7E || line.back() != 0x7E ||
           std::count(line.begin(), line.end(), 0x7E) != 2) {

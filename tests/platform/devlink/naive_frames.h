@@ -66,5 +66,9 @@ NaiveFrame NaiveParse(const Bytes& content);
 Bytes FromHex(const std::string& text);
 
 void Append(Bytes& to, const Bytes& more);
+inline Bytes operator+(Bytes left, const Bytes& right) {
+  Append(left, right);
+  return left;
+}
 
 }  // namespace linktest
