@@ -25,6 +25,7 @@ typedef enum kiv_side { KIV_SIDE_HOST, KIV_SIDE_AGENT } kiv_side;
 #define KIV_ABILITY_INDICATIONS 0x0002u
 #define KIV_ABILITY_ROUTED 0x0004u
 #define KIV_ABILITY_LINE_TEST 0x0100u
+#define KIV_ABILITY_FAULTS 0x0200u
 
 typedef struct kiv_hello {
   uint16_t protocol_version;

@@ -1,6 +1,5 @@
 #include "device/linux/board.h"
 
-#include <stddef.h>
 #include <string.h>
 #include <sys/utsname.h>
 #include <time.h>
@@ -8,18 +7,13 @@
 
 #include "board_catalogue.h"
 #include "device/core/result_codes.h"
+#include "device/linux/board_lists.h"
+#include "device/linux/field_text.h"
+#include "device/linux/notice.h"
 #include "kiv_version.h"
 
 // Behind the items that hosts can number (16 bits).
 enum { kNoteItem = 0x10000 };
-
-// Copies a text into a field of fixed size, which it fills with zeros and always terminates.
-static void set_text(char* field, size_t field_bytes, const char* text) {
-  const size_t length = strnlen(text, field_bytes - 1);
-  memcpy(field, text, length);
-  memset(field + length, 0, field_bytes - length);
-}
-#define SET_TEXT(field, text) set_text((field), sizeof(field), (text))
 
 static uint32_t sys_info(void* context, const uint8_t* request, uint32_t request_bytes,
                          kiv_writer* reply) {
@@ -35,12 +29,12 @@ static uint32_t sys_info(void* context, const uint8_t* request, uint32_t request
   }
   kiv_sys_info_cnf body;
   memset(&body, 0, sizeof body);
-  SET_TEXT(body.host_name, system.nodename);
-  SET_TEXT(body.system, system.sysname);
-  SET_TEXT(body.kernel, system.release);
-  SET_TEXT(body.machine, system.machine);
-  SET_TEXT(body.boot_id, boot_id);
-  SET_TEXT(body.agent_version, KIV_VERSION);
+  KIV_SET_TEXT(body.host_name, system.nodename);
+  KIV_SET_TEXT(body.system, system.sysname);
+  KIV_SET_TEXT(body.kernel, system.release);
+  KIV_SET_TEXT(body.machine, system.machine);
+  KIV_SET_TEXT(body.boot_id, boot_id);
+  KIV_SET_TEXT(body.agent_version, KIV_VERSION);
   body.cpu_count = kiv_le32((uint32_t)sysconf(_SC_NPROCESSORS_CONF));
   body.page_size_bytes = kiv_le32((uint32_t)sysconf(_SC_PAGESIZE));
   body.memory_total_kib = kiv_le32(memory.total_kib);
@@ -181,19 +175,59 @@ static uint32_t ind_stop(void* context, const uint8_t* request, uint32_t request
   return KIV_RESULT_OK;
 }
 
+static uint32_t log_level(void* context, const uint8_t* request, uint32_t request_bytes,
+                          kiv_writer* reply) {
+  (void)context;
+  kiv_log_level_req asked;
+  memcpy(&asked, request, request_bytes);
+  if (asked.action == KIV_LOG_ACTION_SET) {
+    if (asked.level > KIV_LOG_LEVEL_DEBUG) return KIV_RESULT_BAD_VALUE;
+    kiv_notice_set_level((kiv_notice_level)asked.level);
+  } else if (asked.action != KIV_LOG_ACTION_GET) {
+    return KIV_RESULT_BAD_VALUE;
+  }
+  const kiv_log_level_cnf body = {(kiv_log_level)kiv_notice_get_level()};
+  kiv_write_bytes(reply, &body, sizeof body);
+  return KIV_RESULT_OK;
+}
+
+static uint32_t link_fault(void* context, const uint8_t* request, uint32_t request_bytes,
+                           kiv_writer* reply) {
+  kiv_board* board = context;
+  kiv_link_fault_req asked;
+  memcpy(&asked, request, request_bytes);
+  if (!kiv_faults_set(&board->faults, asked.kind, kiv_le32(asked.amount),
+                      kiv_le32(asked.commands))) {
+    return KIV_RESULT_BAD_VALUE;
+  }
+  kiv_link_fault_cnf body;
+  memset(&body, 0, sizeof body);
+  body.kind = board->faults.kind;
+  body.commands = kiv_le32(board->faults.commands);
+  body.met = kiv_le32(board->faults.met);
+  kiv_write_bytes(reply, &body, sizeof body);
+  return KIV_RESULT_OK;
+}
+
 // A request that has exactly one length.
 #define EXACTLY(length_bytes) (length_bytes), (length_bytes)
 static const kiv_command kCommands[] = {
     {KIV_CMD_SYS_INFO, EXACTLY(0), sys_info},
     {KIV_CMD_MEM_INFO, EXACTLY(0), mem_info},
     {KIV_CMD_CPU_LOAD, EXACTLY(0), cpu_load},
+    {KIV_CMD_NET_STATS, EXACTLY(KIV_CMD_NET_STATS_REQ_BYTES), kiv_board_net_stats},
+    {KIV_CMD_DISK_USAGE, EXACTLY(KIV_CMD_DISK_USAGE_REQ_BYTES), kiv_board_disk_usage},
+    {KIV_CMD_PROC_LIST, EXACTLY(KIV_CMD_PROC_LIST_REQ_BYTES), kiv_board_proc_list},
+    {KIV_CMD_TIME_READ, EXACTLY(0), kiv_board_time_read},
     {KIV_CMD_ECHO_ALL, EXACTLY(KIV_CMD_ECHO_ALL_REQ_BYTES), echo},
     {KIV_CMD_ECHO_NESTED, EXACTLY(KIV_CMD_ECHO_NESTED_REQ_BYTES), echo},
     {KIV_CMD_NOTE, 1, sizeof(kiv_dbk_str_type), note},  // a text, as long as it is
     {KIV_CMD_NV_READ, EXACTLY(KIV_CMD_NV_READ_REQ_BYTES), nv_read},
     {KIV_CMD_NV_WRITE, EXACTLY(KIV_CMD_NV_WRITE_REQ_BYTES), nv_write},
     {KIV_CMD_IND_START, EXACTLY(KIV_CMD_IND_START_REQ_BYTES), ind_start},
-    {KIV_CMD_IND_STOP, EXACTLY(KIV_CMD_IND_STOP_REQ_BYTES), ind_stop}};
+    {KIV_CMD_IND_STOP, EXACTLY(KIV_CMD_IND_STOP_REQ_BYTES), ind_stop},
+    {KIV_CMD_LOG_LEVEL, EXACTLY(KIV_CMD_LOG_LEVEL_REQ_BYTES), log_level},
+    {KIV_CMD_LINK_FAULT, EXACTLY(KIV_CMD_LINK_FAULT_REQ_BYTES), link_fault}};
 
 static uint32_t ind_tick(uint32_t number, kiv_writer* body) {
   struct timespec up;
@@ -229,7 +263,15 @@ void kiv_board_init(kiv_board* board, const char* proc_folder, const char* data_
   kiv_nv_init(&board->nv, data_folder);
 }
 
-void kiv_board_destroy(kiv_board* board) { kiv_nv_destroy(&board->nv); }
+void kiv_board_end_session(kiv_board* board) {
+  kiv_indications_reset(&board->indications);
+  kiv_faults_reset(&board->faults);
+}
+
+void kiv_board_destroy(kiv_board* board) {
+  kiv_board_end_session(board);
+  kiv_nv_destroy(&board->nv);
+}
 
 const kiv_command* kiv_board_commands(uint32_t* count) {
   *count = sizeof kCommands / sizeof kCommands[0];
@@ -252,6 +294,20 @@ uint32_t kiv_board_next_indication(kiv_board* board, int64_t now_ms, kiv_writer*
     default:
       return 0;
   }
+}
+
+uint32_t kiv_board_next_of_fault(kiv_board* board, uint32_t waiting, kiv_writer* body) {
+  const uint32_t number = kiv_faults_take_indication(&board->faults, waiting);
+  if (number == 0) return 0;
+  ++board->indications.sent;
+  return ind_tick(number, body);
+}
+
+int64_t kiv_board_next_due_ms(const kiv_board* board) {
+  const int64_t indication_ms = kiv_indications_next_due_ms(&board->indications);
+  const int64_t fault_ms = kiv_faults_next_due_ms(&board->faults);
+  if (indication_ms < 0 || fault_ms < 0) return indication_ms < 0 ? fault_ms : indication_ms;
+  return indication_ms < fault_ms ? indication_ms : fault_ms;
 }
 
 int64_t kiv_board_now_ms(void) {

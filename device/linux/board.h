@@ -9,6 +9,7 @@
 #include <stdint.h>
 
 #include "device/core/agent.h"
+#include "device/linux/faults.h"
 #include "device/linux/figures.h"
 #include "device/linux/indications.h"
 #include "device/linux/nv_store.h"
@@ -28,17 +29,24 @@ typedef struct kiv_board {
   kiv_cpu_times load_asked;      // when the command last asked, and
   kiv_cpu_times load_indicated;  // when an indication last told
   kiv_indications indications;
+  kiv_faults faults;
 } kiv_board;
 
 void kiv_board_init(kiv_board* board, const char* proc_folder, const char* data_folder);
 void kiv_board_destroy(kiv_board* board);
+// What a session had started, indications and faults, ends with it.
+void kiv_board_end_session(kiv_board* board);
 // The commands; their context is the board.
 const kiv_command* kiv_board_commands(uint32_t* count);
 // The catalogue's fingerprint, as hosts show it.
 const uint8_t* kiv_board_fingerprint(uint8_t* length_bytes);
 // Writes the next indication that is due and says which id it has; 0 when none is due.
 uint32_t kiv_board_next_indication(kiv_board* board, int64_t now_ms, kiv_writer* body);
-// Time on the clock by which indications are due.
+// The same for the indications that a fault asked for; `waiting` is how many wait for the host.
+uint32_t kiv_board_next_of_fault(kiv_board* board, uint32_t waiting, kiv_writer* body);
+// When something is due next, an indication or a confirmation held back; -1 when nothing is.
+int64_t kiv_board_next_due_ms(const kiv_board* board);
+// Time on the clock by which all that is due.
 int64_t kiv_board_now_ms(void);
 
 #ifdef __cplusplus

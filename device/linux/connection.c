@@ -3,16 +3,17 @@
 #include <errno.h>
 #include <limits.h>
 #include <poll.h>
-#include <stdio.h>
 #include <stdlib.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "device/linux/notice.h"
+
 enum { kReadBytes = 32 * 1024, kReadsInARow = 8, kFlushMs = 1000 };
 
 static void end(kiv_connection* connection, const char* why) {
-  if (why != NULL && !connection->over) (void)fprintf(stderr, "kivagent: %s\n", why);
+  if (why != NULL && !connection->over) kiv_notice(KIV_NOTICE_ERROR, "%s", why);
   connection->over = true;
 }
 
@@ -38,15 +39,25 @@ static bool has_room(void* context) {
   return kiv_queue_has_room(&connection->queue);
 }
 
-static void send_message(void* context, const kiv_head* head, const uint8_t* body,
+void kiv_connection_send(kiv_connection* connection, const kiv_head* head, const uint8_t* body,
                          uint32_t body_bytes) {
-  kiv_connection* connection = context;
   if (connection->over) return;
   if (!kiv_queue_push(&connection->queue, head, body, body_bytes)) {
     end(connection, "out of memory for an answer, the connection is closed");
   } else if (kiv_queue_is_overfull(&connection->queue)) {
     end(connection, "the host asks without reading, the connection is closed");
   }
+}
+
+static void send_message(void* context, const kiv_head* head, const uint8_t* body,
+                         uint32_t body_bytes) {
+  kiv_connection* connection = context;
+  kiv_head sent = *head;
+  if (head->kind == KIV_CNF && connection->on_confirmation != NULL &&
+      !connection->on_confirmation(connection->context, &sent, body, &body_bytes)) {
+    return;
+  }
+  kiv_connection_send(connection, &sent, body, body_bytes);
 }
 
 static uint32_t dropped_indications(void* context) {

@@ -23,6 +23,11 @@ typedef struct kiv_connection kiv_connection;
 // The session of this connection begins (`accepted`) or is refused or over.
 typedef void (*kiv_session_fn)(void* context, kiv_connection* connection, bool accepted);
 
+// A confirmation is on its way out: false when it must not be sent now; else head and length may
+// have been changed.
+typedef bool (*kiv_confirmation_fn)(void* context, kiv_head* head, const uint8_t* body,
+                                    uint32_t* body_bytes);
+
 // One peer: its descriptors, what was read of it, what waits to be written to it.
 struct kiv_connection {
   int in;
@@ -37,6 +42,7 @@ struct kiv_connection {
   kiv_queue queue;
   uint8_t* frame_buffer;
   kiv_session_fn on_session;
+  kiv_confirmation_fn on_confirmation;  // null: all are sent as they are
   void* context;
 };
 
@@ -54,6 +60,9 @@ void kiv_connection_read(kiv_connection* connection, int64_t now_ms);
 void kiv_connection_write(kiv_connection* connection);
 // Whether its input ended and all is written, or the time for that is over.
 bool kiv_connection_is_finished(const kiv_connection* connection, int64_t now_ms);
+// Sends a message past `on_confirmation`.
+void kiv_connection_send(kiv_connection* connection, const kiv_head* head, const uint8_t* body,
+                         uint32_t body_bytes);
 void kiv_connection_indicate(kiv_connection* connection, uint32_t id, const void* body,
                              uint32_t body_bytes);
 

@@ -1,16 +1,11 @@
 #include "device/linux/figures.h"
 
 #include <inttypes.h>
-#include <limits.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
 
-static FILE* open_text(const char* proc_folder, const char* name) {
-  char path[PATH_MAX];
-  const int length = snprintf(path, sizeof path, "%s/%s", proc_folder, name);
-  return length < 0 || length >= (int)sizeof path ? NULL : fopen(path, "re");
-}
+#include "device/linux/proc_text.h"
 
 typedef struct memory_row {
   const char* key;
@@ -44,7 +39,7 @@ static size_t take_memory_line(const char* line, kiv_memory* memory) {
 
 bool kiv_figures_memory(const char* proc_folder, kiv_memory* memory) {
   memset(memory, 0, sizeof *memory);
-  FILE* file = open_text(proc_folder, "meminfo");
+  FILE* file = kiv_open_proc_text(proc_folder, "meminfo");
   if (file == NULL) return false;
   bool seen[kMemoryRowCount + 1] = {false};
   char line[256];
@@ -83,7 +78,7 @@ static bool take_cpu_line(const char* line, kiv_cpu_times* times) {
 
 bool kiv_figures_cpu(const char* proc_folder, kiv_cpu_times* times) {
   memset(times, 0, sizeof *times);
-  FILE* file = open_text(proc_folder, "stat");
+  FILE* file = kiv_open_proc_text(proc_folder, "stat");
   if (file == NULL) return false;
   bool good = true;
   bool line_begins = true;  // the line of interrupts is longer than the buffer
@@ -104,7 +99,7 @@ uint16_t kiv_cpu_permille(const kiv_cpu_time* before, const kiv_cpu_time* now) {
 }
 
 bool kiv_figures_load_average(const char* proc_folder, uint32_t centi[3]) {
-  FILE* file = open_text(proc_folder, "loadavg");
+  FILE* file = kiv_open_proc_text(proc_folder, "loadavg");
   if (file == NULL) return false;
   uint32_t whole[3];
   uint32_t hundredths[3];
@@ -118,7 +113,7 @@ bool kiv_figures_load_average(const char* proc_folder, uint32_t centi[3]) {
 }
 
 bool kiv_figures_boot_id(const char* proc_folder, char* out, size_t capacity_bytes) {
-  FILE* file = open_text(proc_folder, "sys/kernel/random/boot_id");
+  FILE* file = kiv_open_proc_text(proc_folder, "sys/kernel/random/boot_id");
   if (file == NULL) return false;
   const bool read = fgets(out, (int)capacity_bytes, file) != NULL;
   (void)fclose(file);

@@ -21,7 +21,8 @@ static int run(const kiv_options* options) {
   return kiv_program_run(options);
 }
 
-// A program may be started without standard descriptors; what it opens must not land in their place.
+// A program may be started without standard descriptors; what it opens must not land in their
+// place.
 static void fill_standard_descriptors(void) {
   int descriptor = 0;
   do {

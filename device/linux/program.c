@@ -1,9 +1,9 @@
 #include "device/linux/program.h"
 
 #include <errno.h>
+#include <inttypes.h>
 #include <poll.h>
 #include <signal.h>
-#include <stdio.h>
 #include <string.h>
 #include <sys/signalfd.h>
 #include <sys/timerfd.h>
@@ -11,6 +11,7 @@
 
 #include "device/linux/board.h"
 #include "device/linux/connection.h"
+#include "device/linux/notice.h"
 #include "device/linux/unix_listener.h"
 
 // One host in session, and a few that have not greeted yet.
@@ -43,7 +44,16 @@ static void on_session(void* context, kiv_connection* connection, bool accepted)
   } else {
     return;  // a refused stranger changes nothing
   }
-  kiv_indications_reset(&program->board.indications);
+  kiv_board_end_session(&program->board);
+}
+
+static bool on_confirmation(void* context, kiv_head* head, const uint8_t* body,
+                            uint32_t* body_bytes) {
+  kiv_program* program = context;
+  kiv_notice(KIV_NOTICE_DEBUG, "command 0x%" PRIx32 ", tag %" PRIu16 ": result %" PRIu32, head->id,
+             head->tag, head->result);
+  // The millisecond that has begun does not count, so that nothing is confirmed too early.
+  return kiv_faults_pass(&program->board.faults, head, body, body_bytes, kiv_board_now_ms() + 1);
 }
 
 static void set_up_agent(kiv_program* program) {
@@ -52,8 +62,8 @@ static void set_up_agent(kiv_program* program) {
   kiv_board_init(&program->board, "/proc", options->data_folder);
   setup->self.variant = options->variant;
   setup->self.product = options->product;
-  setup->self.abilities =
-      KIV_ABILITY_COMMANDS | KIV_ABILITY_INDICATIONS | KIV_ABILITY_ROUTED | KIV_ABILITY_LINE_TEST;
+  setup->self.abilities = KIV_ABILITY_COMMANDS | KIV_ABILITY_INDICATIONS | KIV_ABILITY_ROUTED |
+                          KIV_ABILITY_LINE_TEST | KIV_ABILITY_FAULTS;
   setup->self.fingerprint = kiv_board_fingerprint(&setup->self.fingerprint_bytes);
   setup->self.name = (const uint8_t*)options->name;
   setup->self.name_bytes = (uint8_t)strlen(options->name);
@@ -67,7 +77,7 @@ static void remove_connection(kiv_program* program, int index) {
   kiv_connection* connection = program->connections[index];
   if (program->session == connection) {
     program->session = NULL;
-    kiv_indications_reset(&program->board.indications);
+    kiv_board_end_session(&program->board);
   }
   kiv_connection_close(connection);
   for (; index + 1 < kMaxConnections; ++index) {
@@ -80,6 +90,7 @@ static bool add_connection(kiv_program* program, int in, int out, bool owns_desc
   kiv_connection* connection =
       kiv_connection_open(in, out, owns_descriptors, &program->setup, on_session, program);
   if (connection == NULL) return false;
+  connection->on_confirmation = on_confirmation;
   int index = 0;
   while (index < kMaxConnections && program->connections[index] != NULL) ++index;
   if (index == kMaxConnections) {
@@ -96,13 +107,22 @@ static void take_new_host(kiv_program* program) {
   const int peer = kiv_unix_accept(&program->listener);
   if (peer < 0) return;
   if (!add_connection(program, peer, peer, true)) {
-    (void)fprintf(stderr, "kivagent: out of memory for a connection\n");
+    kiv_notice(KIV_NOTICE_ERROR, "out of memory for a connection");
     close(peer);
   }
 }
 
-static void send_due_indications(kiv_program* program) {
+static void send_held_back(void* context, const kiv_head* head, const uint8_t* body,
+                           uint32_t body_bytes) {
+  kiv_connection_send(context, head, body, body_bytes);
+}
+
+static void send_due(kiv_program* program) {
   const int64_t now_ms = kiv_board_now_ms();
+  while (program->session != NULL &&
+         kiv_faults_release(&program->board.faults, now_ms, send_held_back, program->session)) {
+    continue;
+  }
   while (true) {
     uint8_t bytes[KIV_BOARD_INDICATION_BYTES];
     kiv_writer body = kiv_writer_of(bytes, sizeof bytes);
@@ -114,9 +134,22 @@ static void send_due_indications(kiv_program* program) {
   }
 }
 
-// Sets the timer to the next indication, or off.
+// The indications that a fault asked for: as many as may wait now. The host's reading brings the
+// next turn of the loop, so none of them needs the timer.
+static void send_of_fault(kiv_program* program) {
+  while (program->session != NULL) {
+    uint8_t bytes[KIV_BOARD_INDICATION_BYTES];
+    kiv_writer body = kiv_writer_of(bytes, sizeof bytes);
+    const uint32_t id =
+        kiv_board_next_of_fault(&program->board, program->session->queue.indications.count, &body);
+    if (id == 0) return;
+    kiv_connection_indicate(program->session, id, bytes, body.used_bytes);
+  }
+}
+
+// Sets the timer to what is due next, or off.
 static void set_timer(const kiv_program* program) {
-  const int64_t due_ms = kiv_indications_next_due_ms(&program->board.indications);
+  const int64_t due_ms = kiv_board_next_due_ms(&program->board);
   struct itimerspec when;
   memset(&when, 0, sizeof when);
   if (due_ms >= 0) {
@@ -182,7 +215,7 @@ static void turn(kiv_program* program) {
   if (entries[0].revents != 0) program->stop = true;
   if (entries[1].revents != 0) {
     drain(program->timer);
-    send_due_indications(program);
+    send_due(program);
   }
   for (int i = 0; i < served_count; ++i) {
     serve_connection(served[i], entries[kPollFixed + 2 * i].revents,
@@ -190,6 +223,7 @@ static void turn(kiv_program* program) {
   }
   if (entries[2].revents != 0) take_new_host(program);
   remove_finished(program);
+  send_of_fault(program);
   set_timer(program);
 }
 
@@ -213,10 +247,10 @@ static bool open_transport(kiv_program* program) {
   const char* path = program->options->unix_path;
   if (path == NULL) return add_connection(program, STDIN_FILENO, STDOUT_FILENO, false);
   if (!kiv_unix_listen(&program->listener, path)) {
-    (void)fprintf(stderr, "kivagent: %s\n", program->listener.problem);
+    kiv_notice(KIV_NOTICE_ERROR, "%s", program->listener.problem);
     return false;
   }
-  (void)fprintf(stderr, "kivagent: listening at %s\n", path);
+  kiv_notice(KIV_NOTICE_NOTICE, "listening at %s", path);
   return true;
 }
 

@@ -8,6 +8,8 @@
 #include <sys/un.h>
 #include <unistd.h>
 
+#include "device/linux/notice.h"
+
 enum { kWaitingConnections = 8 };
 
 static bool fail(kiv_unix_listener* listener, const char* what, const char* path, int error) {
@@ -93,7 +95,7 @@ int kiv_unix_accept(const kiv_unix_listener* listener) {
   struct ucred who;
   socklen_t length = sizeof who;
   if (getsockopt(peer, SOL_SOCKET, SO_PEERCRED, &who, &length) != 0 || who.uid != geteuid()) {
-    (void)fprintf(stderr, "kivagent: a connection of another user was refused\n");
+    kiv_notice(KIV_NOTICE_WARNING, "a connection of another user was refused");
     close(peer);
     return -1;
   }

@@ -6,15 +6,19 @@ import re
 import struct
 import sys
 import tempfile
+import time
 import unittest
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1]))
 from wire.agent_process import AgentProcess  # noqa: E402
 
 SYS_INFO, MEM_INFO, CPU_LOAD = 0x1001, 0x1002, 0x1003
+NET_STATS, DISK_USAGE, PROC_LIST, TIME_READ = 0x1004, 0x1005, 0x1006, 0x1007
 ECHO_ALL, ECHO_NESTED, NOTE = 0x1101, 0x1102, 0x1103
 NV_READ, NV_WRITE = 0x1201, 0x1202
 IND_START, IND_STOP, IND_TICK, IND_LOAD = 0x1301, 0x1302, 0x1311, 0x1312
+LOG_LEVEL, LINK_FAULT = 0x1401, 0x1402
+NONE, DELAY, SILENCE, RESULT, SHORT_BODY, BURST, STREAM = range(7)
 
 
 def meminfo():
@@ -97,6 +101,224 @@ class SystemFigures(CommandTest):
         # The kernel takes this figure anew every five seconds.
         average = float(pathlib.Path("/proc/loadavg").read_text().split()[2])
         self.assertAlmostEqual(loads[18] / 100, average, delta=1)
+
+
+def text_of(field):
+    return field.split(b"\0")[0].decode()
+
+
+class Lists(CommandTest):
+    def listed(self, ident, element, start=0):
+        """(number of all, the elements of one reply); what is not shown must be zeros."""
+        body = self.ask(ident, struct.pack("<I", start))
+        count, shown = struct.unpack_from("<II", body)
+        size = struct.calcsize(element)
+        self.assertEqual((len(body) - 8) % size, 0)
+        self.assertEqual(body[8 + shown * size:], bytes(len(body) - 8 - shown * size))
+        return count, list(struct.iter_unpack(element, body[8:8 + shown * size]))
+
+    def test_net_stats_has_every_interface_and_counters_between_two_readings(self):
+        def from_kernel():
+            lines = pathlib.Path("/proc/net/dev").read_text().splitlines()[2:]
+            table = {}
+            for line in lines:
+                name, figures = line.rsplit(":", 1)
+                row = [int(figure) for figure in figures.split()]
+                table[name.strip()] = row[0:4] + row[8:12]
+            return table
+
+        before = from_kernel()
+        rows = []
+        while True:
+            count, part = self.listed(NET_STATS, "<16s8I", len(rows))
+            rows += part
+            if not part:
+                break
+        after = from_kernel()
+        self.assertEqual(count, len(after))
+        self.assertEqual([text_of(row[0]) for row in rows], list(after))
+        for name, *counters in rows:
+            low, high = before[text_of(name)], after[text_of(name)]
+            for mine, least, most in zip(counters, low, high):
+                self.assertLessEqual((mine - least) & 0xFFFFFFFF, most - least, text_of(name))
+
+    def test_disk_usage_has_the_file_systems_that_the_kernel_lists(self):
+        rows = []
+        while True:
+            count, part = self.listed(DISK_USAGE, "<64s16sIIIH", len(rows))
+            rows += part
+            if not part:
+                break
+        self.assertEqual(count, len(rows))
+        mounts = [line.split()[:3] for line in pathlib.Path("/proc/self/mounts").open()]
+        kinds = [(point, kind) for _, point, kind in mounts]
+        for point, kind, total, free, available, permille in rows:
+            point = text_of(point)
+            if len(point) == 63 or " " in point:
+                continue  # cut, or written with an escape there
+            self.assertIn((point, text_of(kind)), kinds)
+            status = os.statvfs(point)
+            self.assertEqual(total, min(status.f_blocks * status.f_frsize // 1024, 0xFFFFFFFF))
+            self.assertLessEqual(available, max(free, available))
+            self.assertAlmostEqual(free, min(status.f_bfree * status.f_frsize // 1024, 0xFFFFFFFF),
+                                   delta=max(total // 5, 1))
+            self.assertLessEqual(permille, 1000)
+        sizes = {point for _, point, _ in mounts if os.access(point, os.X_OK)
+                 and os.statvfs(point).f_blocks}
+        if ("/" in sizes) and not any(p == "/" and k.startswith(("nfs", "fuse", "9p"))
+                                      for p, k in kinds):
+            self.assertIn("/", [text_of(row[0]) for row in rows])
+
+    def test_proc_list_has_the_agent_and_its_parent(self):
+        found = {}
+        after = 0
+        while True:
+            count, part = self.listed(PROC_LIST, "<16s2s5I", after)
+            self.assertGreater(count, 0)
+            if not part:
+                break
+            pids = [row[2] for row in part]
+            self.assertEqual(pids, sorted(pids))
+            self.assertGreater(pids[0], after)
+            after = pids[-1]
+            found.update({row[2]: row for row in part})
+        name, state, pid, parent, threads, resident_kib, cpu_ms = found[self.agent.process.pid]
+        self.assertEqual((text_of(name), state, parent, threads),
+                         ("kivagent", b"R\0", os.getpid(), 1))
+        self.assertGreater(resident_kib, 100)
+        self.assertLess(cpu_ms, 60_000)
+        self.assertIn(os.getpid(), found)
+
+    def test_time_read_is_the_time_now(self):
+        before = time.time()
+        utc, unix_s, ms, uptime_ms = struct.unpack("<24sIHI", self.ask(TIME_READ))
+        after = time.time()
+        self.assertLess(ms, 1000)
+        self.assertTrue(int(before * 1000) <= unix_s * 1000 + ms <= int(after * 1000) + 1)
+        self.assertEqual(text_of(utc), time.strftime("%Y-%m-%dT%H:%M:%SZ", time.gmtime(unix_s)))
+        now_ms = int(time.clock_gettime(time.CLOCK_BOOTTIME) * 1000)
+        self.assertLess((now_ms - uptime_ms) & 0xFFFFFFFF, 60_000)
+
+
+class LogLevel(CommandTest):
+    def level(self, action=0, level=0):
+        return self.ask(LOG_LEVEL, bytes((action, level)))[0]
+
+    def test_is_notice_at_first_and_what_was_set_from_then_on(self):
+        self.assertEqual(self.level(), 2)
+        self.assertEqual(self.level(1, 0), 0)
+        self.assertEqual(self.level(0, 3), 0)  # asked only
+        self.peer.greet()
+        self.assertEqual(self.level(), 0)
+        self.restart()
+        self.assertEqual(self.level(), 2)
+
+    def test_debug_tells_each_command_on_standard_error(self):
+        self.assertEqual(self.level(1, 3), 3)
+        tag = self.peer.request(0x9999)
+        self.peer.confirmation(tag)
+        self.level(1, 2)
+        self.peer.ask(MEM_INFO)
+        self.agent.close_input()
+        self.assertEqual(self.agent.wait(), 0)
+        lines = self.agent.process.stderr.read().decode().splitlines()
+        self.assertEqual(lines, [f"kivagent: command 0x1401, tag {tag - 1}: result 0",
+                                 f"kivagent: command 0x9999, tag {tag}: result 700"])
+
+    def test_a_host_that_does_not_read_notices_cannot_hold_the_agent_up(self):
+        self.level(1, 3)
+        for _ in range(5000):  # more lines than the pipe holds
+            self.peer.ask(MEM_INFO)
+
+    def test_values_that_have_no_name_are_refused(self):
+        self.assertEqual(self.result(LOG_LEVEL, b"\x01\x04"), 703)
+        self.assertEqual(self.result(LOG_LEVEL, b"\x02\x00"), 703)
+        self.assertEqual(self.level(), 2)
+
+
+class LinkFaults(CommandTest):
+    def fault(self, kind, amount=1000, commands=1):
+        body = self.ask(LINK_FAULT, struct.pack("<BII", kind, amount, commands))
+        return struct.unpack("<BII", body)
+
+    def answer(self, ident=MEM_INFO, body=b""):
+        message = self.peer.ask(ident, body)
+        return message.head.result, len(message.body)
+
+    def test_delay_confirms_later_and_lets_others_overtake(self):
+        self.assertEqual(self.fault(DELAY, 200), (DELAY, 1, 0))
+        begun = time.monotonic()
+        late = self.peer.request(MEM_INFO)
+        self.assertEqual(self.answer(), (0, 28))
+        self.assertEqual([m for m in self.peer.received if m.head.tag == late], [])
+        self.assertEqual(len(self.peer.confirmation(late).body), 28)
+        self.assertGreaterEqual(time.monotonic() - begun, 0.2)
+
+    def test_silence_runs_the_command_and_says_nothing(self):
+        self.assertEqual(self.fault(SILENCE, 0, 2), (SILENCE, 2, 0))
+        silent = [self.peer.request(NV_WRITE, nv_item(9, b"kept")), self.peer.request(MEM_INFO)]
+        self.assertEqual(self.ask(NV_READ, struct.pack("<H", 9)), nv_item(9, b"kept"))
+        self.assertEqual([m for m in self.peer.received if m.head.tag in silent], [])
+        self.assertEqual(self.fault(NONE), (NONE, 0, 2))
+
+    def test_a_result_comes_without_a_body(self):
+        self.fault(RESULT, 3207, 2)
+        self.assertEqual([self.answer() for _ in range(3)], [(3207, 0), (3207, 0), (0, 28)])
+
+    def test_a_short_body_lacks_its_end(self):
+        whole = struct.pack("<24sIHI", b"", 0, 0, 0)
+        self.fault(SHORT_BODY, 3)
+        self.assertEqual(self.answer(TIME_READ), (0, len(whole) - 3))
+        self.fault(SHORT_BODY, 500)
+        self.assertEqual(self.answer(TIME_READ), (0, 0))
+
+    def test_none_ends_what_was_asked_for(self):
+        self.fault(SILENCE, 0, 1000)
+        self.assertEqual(self.fault(NONE), (NONE, 0, 0))
+        self.assertEqual(self.answer(), (0, 28))
+
+    def test_a_new_session_ends_every_fault(self):
+        self.fault(DELAY, 60_000, 1000)
+        late = self.peer.request(MEM_INFO)
+        self.peer.greet()
+        self.assertEqual(self.answer(), (0, 28))
+        self.assertEqual([m for m in self.peer.received if m.head.tag == late], [])
+
+    def test_a_routed_command_meets_them_as_well(self):
+        head = struct.pack("<I4xH2x24x", 41, MEM_INFO)
+        set_one = struct.pack("<I4xH2x24x", 40, LINK_FAULT) + struct.pack("<BII", RESULT, 5, 1)
+        self.assertEqual(self.peer.ask(0x7000, set_one).head.result, 0)
+        self.assertEqual(self.answer(0x7000, head), (5, 0))
+        self.assertEqual(self.answer(0x7000, head), (0, 36 + 28))
+
+    def test_a_stream_loses_nothing_however_long_it_is(self):
+        count = 20_000
+        self.fault(STREAM, count)
+        numbers = []
+        for _ in range(count):
+            message = self.peer.indication(IND_TICK)
+            numbers.append(struct.unpack_from("<I", message.body)[0])
+            self.assertEqual(message.head.word32, 0)
+        self.assertEqual(numbers, list(range(1, count + 1)))
+        self.assertEqual(self.peer.probe(), (0, 0, 0, 0, 0))
+        self.assertEqual(self.peer.received, [])
+
+    def test_a_burst_keeps_the_newest_and_counts_the_others(self):
+        self.fault(BURST, 100_000)
+        first = self.peer.indication(IND_TICK)
+        self.assertEqual(struct.unpack_from("<I", first.body)[0], 100_000 - 255)
+        self.assertEqual(first.head.word32, 100_000 - 256)
+        for _ in range(255):
+            last = self.peer.indication(IND_TICK)
+        self.assertEqual(struct.unpack_from("<I", last.body)[0], 100_000)
+        self.assertEqual(self.peer.probe(), (0, 0, 0, 0, 100_000 - 256))
+
+    def test_values_out_of_range_are_refused(self):
+        for kind, amount, commands in ((7, 1, 1), (DELAY, 0, 1), (DELAY, 60_001, 1),
+                                       (SILENCE, 0, 1001), (RESULT, 0, 1), (BURST, 100_001, 1)):
+            body = struct.pack("<BII", kind, amount, commands)
+            self.assertEqual(self.result(LINK_FAULT, body), 703, (kind, amount, commands))
+        self.assertEqual(self.answer(), (0, 28))
 
 
 class Echoes(CommandTest):

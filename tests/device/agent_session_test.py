@@ -43,7 +43,7 @@ class Greeting(AgentTest):
         self.assertEqual(answer.head.sequence, 0)
         self.assertEqual(len(hello.pop("fingerprint")), 8)
         self.assertEqual(hello, {"greeting": b"KIV-UNIT", "version": 1, "variant": 246,
-                                 "product": 38, "abilities": 0x0107, "name": b"bench-7",
+                                 "product": 38, "abilities": 0x0307, "name": b"bench-7",
                                  "token": b""})
 
     def test_sends_nothing_before_it_was_greeted(self):
