@@ -18,6 +18,9 @@ namespace os {
 KIVPLATFORM_API std::FILE* OpenFile(const std::string& mappedPath, const char* mode);
 // Size in bytes of an open file; 0 when the system does not tell.
 KIVPLATFORM_API std::uint64_t FileSizeBytes(std::FILE* file);
+// Size in bytes by seeking to the end and back to the start; false, and `sizeBytes` as it was, for
+// what cannot be seeked in.
+KIVPLATFORM_API bool SeekSizeBytes(std::FILE* file, std::uint64_t& sizeBytes);
 // Whether the path names an existing regular file (a directory is none).
 KIVPLATFORM_API bool IsRegularFile(const std::string& mappedPath);
 }  // namespace os

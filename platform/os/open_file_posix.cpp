@@ -51,6 +51,14 @@ std::uint64_t FileSizeBytes(std::FILE* file) {
   return static_cast<std::uint64_t>(status.st_size);
 }
 
+bool SeekSizeBytes(std::FILE* file, std::uint64_t& sizeBytes) {
+  if (fseeko(file, 0, SEEK_END) != 0) return false;
+  const off_t end = ftello(file);
+  if (end < 0 || fseeko(file, 0, SEEK_SET) != 0) return false;
+  sizeBytes = static_cast<std::uint64_t>(end);
+  return true;
+}
+
 bool IsRegularFile(const std::string& mappedPath) {
   struct stat status {};
   return stat(mappedPath.c_str(), &status) == 0 && S_ISREG(status.st_mode);

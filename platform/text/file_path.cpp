@@ -32,6 +32,10 @@ std::FILE* CFilePathOperator::OpenFile(const QCString& path, const char* mode) {
   return os::OpenFile(os::MapPath(path.view()), mode);
 }
 
+bool CFilePathOperator::GetSize(std::FILE* file, std::uint64_t& sizeBytes) {
+  return os::SeekSizeBytes(file, sizeBytes);
+}
+
 bool CFilePathOperator::IsRegularFile(const QCString& path) {
   return os::IsRegularFile(os::MapPath(path.view()));
 }

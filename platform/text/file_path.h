@@ -3,6 +3,7 @@
 // Threads: any; no state.
 #pragma once
 
+#include <cstdint>
 #include <cstdio>
 
 #include "platform/platform_export.h"
@@ -33,6 +34,9 @@ class KIVPLATFORM_API CFilePathOperator {
   // Opens like fopen with the C mode text ("at", "wt", "rb", ...; "t" has no effect). The caller
   // closes with fclose. Null on failure, errno says why.
   static std::FILE* OpenFile(const QCString& path, const char* mode);
+  // Seeks to the end and back to the start: false, and `sizeBytes` as it was, for what has no
+  // position (a terminal).
+  static bool GetSize(std::FILE* file, std::uint64_t& sizeBytes);
   // Whether `path` names an existing regular file (a directory is none).
   static bool IsRegularFile(const QCString& path);
 };
