@@ -22,6 +22,7 @@
 
 #include "platform/base/bench_setup.h"
 #include "platform/base/sys_log_file.h"
+#include "platform/bounded/pool.h"
 #include "platform/text/qt_text.h"
 #include "service/svc_kiv_app.h"
 #include "tests/fakes/fake_channels.h"
@@ -59,9 +60,10 @@ struct Message {
   std::wstring text;
   bool isNull;
   std::thread::id thread;
+  std::string bytes = {};  // of an 8-bit text as it came
 };
 
-// Notes every message of a sender, in the sender's thread. Kind 1 payloads only are looked into.
+// Notes every message of a sender, in the sender's thread, and releases what is the receiver's.
 class MessageEar {
  public:
   explicit MessageEar(SvcKivSpace::SvcKivMessage& sender) {
@@ -86,10 +88,17 @@ class MessageEar {
 
  private:
   void Note(SvcKivSpace::SvcKivMsgType kind, void* payload) {
-    const auto* text = kind == SvcKivSpace::kReply ? static_cast<const wchar_t*>(payload) : nullptr;
+    Message message{kind, L"", payload == nullptr, std::this_thread::get_id()};
+    const bool isWide = kind == SvcKivSpace::kReply || kind == SvcKivSpace::kTestCase;
+    if (payload != nullptr && isWide) {
+      message.text = static_cast<const wchar_t*>(payload);
+    } else if (payload != nullptr && kind != SvcKivSpace::kNotice) {
+      message.bytes = static_cast<const char*>(payload);
+      message.text = QCString::FromUtf8(message.bytes).str();
+    }
+    if (kind != SvcKivSpace::kNotice && kind != SvcKivSpace::kReply) PoolFree(payload);
     std::lock_guard lock(mutex_);
-    messages_.push_back(
-        {kind, text == nullptr ? L"" : text, payload == nullptr, std::this_thread::get_id()});
+    messages_.push_back(std::move(message));
   }
 
   std::mutex mutex_;

@@ -2,7 +2,8 @@
 // of the watched services in one sequence, every post with its bytes, failures to order, and
 // packets to deliver.
 //
-// The sequence holds one text a call, arguments included: "InstallClient(256, 1)".
+// The sequence holds one text a call, arguments included: "InstallClient(256, 1)". A pause,
+// "Sleep(100)", is noted and does not take any time.
 //
 // Threads: any. Deliver runs the client's call-back on the calling thread, one at a time; Shutdown
 // waits for one that runs. Owns: recorded bodies are copies.

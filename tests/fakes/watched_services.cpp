@@ -18,7 +18,6 @@
 #define UNINSTALL "_Z18TpfClientUnInstallRSt6atomicIP16CTransferProfileE"
 #define ENUM_COMMANDS "_ZN12CCmdDatabase12EnumCommandsER6QCListI7CmdInfoEjjjj"
 
-void RealSleep(DWORD delayMs) REAL(SLEEP);
 void WatchedSleep(DWORD delayMs) WATCHED(SLEEP);
 std::uint32_t RealInstall(std::atomic<CTransferProfile*>& profile, std::uint32_t channel,
                           std::uint32_t ueId) REAL(INSTALL);
@@ -55,10 +54,8 @@ bool PoolIsRecorded() {
 
 }  // namespace
 
-void WatchedSleep(DWORD delayMs) {
-  fake::Step("Sleep", std::to_string(delayMs));
-  RealSleep(delayMs);
-}
+// Does not wait: pauses are counted.
+void WatchedSleep(DWORD delayMs) { fake::Step("Sleep", std::to_string(delayMs)); }
 
 std::uint32_t WatchedInstall(std::atomic<CTransferProfile*>& profile, std::uint32_t channel,
                              std::uint32_t ueId) {
