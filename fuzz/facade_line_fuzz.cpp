@@ -1,8 +1,10 @@
 // A typed line through the whole facade, and its own bytes back as a confirmation and an
 // indication.
 //
-// The first byte switches display, connection and post result; the rest is the line in UTF-8. After
-// each line the pool holds as many blocks as before it.
+// The first byte switches display, connection, post result, protocol variant and product; the rest
+// is the line in UTF-8. Only a channel's line may leave the reply as it was. What comes back is
+// offered under the ids of every channel. After each line the pool holds as many blocks as before
+// it.
 #include <QtGlobal>
 #include <cstddef>
 #include <cstdint>
@@ -11,6 +13,7 @@
 #include <string_view>
 
 #include "platform/base/bench_setup.h"
+#include "platform/base/version_query.h"
 #include "platform/bounded/pool.h"
 #include "platform/text/qc_string.h"
 #include "svckiv/svc_kiv.h"
@@ -45,6 +48,21 @@ void Switch(std::uint8_t flags) {
   SvcKiv().SetIsEnableInstantInd((flags & 4) != 0);
   fake::SetDeviceThere((flags & 8) == 0);
   fake::SetPostStatus((flags & 16) != 0 ? 9 : 0);
+  version_query::NoteDevice((flags & 32) != 0 ? 246 : 249, (flags & 64) != 0 ? 38 : 0);
+}
+
+constexpr std::uint32_t kChannelIds[] = {0x500C, 0xA010, 0x500D, 0xA011, 0x705,
+                                         0x4005, 0x805,  0x4105, 0x7E0C};
+
+// What the text channels may take. `line` is in lower case.
+bool MayBeTaken(std::uint8_t flags, const QCString& line) {
+  if ((flags & (32 | 64)) != 0) return true;
+  QCString start = line;
+  start.Trim(L' ').Trim(L'\n');
+  return start.StartsWith(L"at") || start.Find(L"at+") != QCString::npos ||
+         start.Find(L"at^") != QCString::npos || start.StartsWith(L"sh") ||
+         start.StartsWith(L"cts") || start.Find(L'\r') != QCString::npos ||
+         start.Find(L'\n') != QCString::npos;
 }
 
 void Check(bool holds) {
@@ -55,16 +73,19 @@ void Check(bool holds) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   if (size == 0 || !StartOnce()) return 0;
-  Switch(data[0]);
   const QCString line =
       QCString::FromUtf8(std::string_view(reinterpret_cast<const char*>(data + 1), size - 1));
+  const QCString lowered = line.ToLower();
+  if (lowered.Find(L"cfg") != QCString::npos) return 0;  // would write a log beside any directory
+  Switch(data[0]);
   const std::uint64_t blocks = pool::LiveBlocks();
   QCString reply(L"<untouched>");
   SvcKiv::GetDiagCmdResponse(line.c_str(), reply);
-  Check(!(reply == L"<untouched>"));  // there is no channel that could take the line
+  Check(!(reply == L"<untouched>") || MayBeTaken(data[0], lowered));
   for (const fake::Post& post : fake::Posts()) {
     fake::DeliverCnf(post.cmdId, post.body);
     fake::DeliverInd(post.cmdId, post.body);
+    for (const std::uint32_t id : kChannelIds) fake::DeliverInd(id, post.body);
   }
   Check(pool::LiveBlocks() == blocks);
   return 0;

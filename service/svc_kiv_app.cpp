@@ -6,6 +6,7 @@
 #include "platform/os/time_thread.h"
 #include "platform/text/qt_text.h"
 #include "service/message/debug_trace.h"
+#include "service/message/view_sender.h"
 #include "service/service_texts.h"
 
 namespace SvcKivClass {
@@ -33,10 +34,12 @@ SvcKivApp::SvcKivApp(SvcKivAppParts parts)
     : parts_(std::move(parts)), adapter_(std::make_unique<CDevAdapterConnect>()) {
   context_.switches = &switches_;
   SetServiceContext(&context_);
+  SetViewSender(&sender_);
 }
 
 SvcKivApp::~SvcKivApp() {
   Stop();
+  SetViewSender(nullptr);
   SetServiceContext(nullptr);
 }
 

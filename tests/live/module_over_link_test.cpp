@@ -66,6 +66,8 @@ class ModuleOverLink : public testing::Test {
     setup.catalogue =
         QCString::FromUtf8(std::string(kivtest::BuildDir()) + "/tests/module_commands.kcat");
     setup.configDir = QCString::FromUtf8(directory_.Path("config"));
+    setup.dataDir = QCString::FromUtf8(directory_.Path("data"));
+    setup.product = 0;  // the device says 38, where every line goes to its shell
     bench::SetSetup(setup);
     devlink::SetLinkObserver(&ear_);
   }
