@@ -75,10 +75,15 @@ fuzz_all() {
   KIV_FUZZ_PRESET=$1 scripts/fuzz.sh "$2"
 }
 
-# sweep_table: the rows that the sweeps left (tests/support/sweep_report.h), in the order of names.
+# sweep_table: the rows that the sweeps left (tests/support/sweep_report.h), parts of one sweep summed.
 sweep_table() {
   say "what was tried, how often, how long, and what was found:"
-  cat "$KIV_REPORT_DIR"/*.row >&2
+  cat "$KIV_REPORT_DIR"/*.row | sed 's/, part [0-9]*\t/\t/' | sort | awk -F '\t' '
+    function show() { if (what != "") printf "  %-40s %10d %9.1f s  %s\n", what, tried, seconds, found }
+    $1 != what { show(); what = $1; tried = seconds = 0; found = $4 }
+    { tried += $2; seconds += $3 }
+    $4 ~ /FAILED/ { found = $4 }
+    END { show() }' >&2
 }
 
 sanitizer_options() {

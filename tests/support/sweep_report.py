@@ -8,7 +8,7 @@ import re
 
 
 def write(what, tried, seconds, found):
-    row = f"{what:<44} {tried:>10}  {seconds:8.1f} s  {found}\n"
+    row = f"{what}\t{tried}\t{seconds:.1f}\t{found}\n"
     print(row, end="", flush=True)
     folder = os.environ.get("KIV_REPORT_DIR")
     if folder:

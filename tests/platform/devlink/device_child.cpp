@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <map>
 
+#include "tests/platform/devlink/sample_session.h"
 #include "tests/platform/devlink/test_device.h"
 
 namespace linktest {
@@ -61,16 +62,26 @@ int Shut(DeviceEnd&, int, char**) {
 
 int Fail(DeviceEnd&, int, char**) { return 7; }
 
+void CutOnce(DeviceEnd& end, int argc, char** argv) {
+  if (argc < 2 || ::unlink(argv[1]) != 0) return;
+  Bytes line = SampleSession(1).line;
+  line.resize(std::stoul(argv[0]));
+  if (end.WaitForData()) end.SendBytes(line);
+  ::raise(SIGKILL);
+}
+
 }  // namespace
 
 int PlayRole(int argc, char** argv) {
   static const std::map<std::string, int (*)(DeviceEnd&, int, char**)> roles = {
       {"echo", Echo},       {"deaf", Deaf}, {"arguments", Arguments},
       {"session", Session}, {"shut", Shut}, {"fail", Fail},
+      {"cut", Echo},
   };
   const auto role = roles.find(argc > 0 ? argv[0] : "");
   if (role == roles.end()) return 3;
   DeviceEnd end(STDIN_FILENO, STDOUT_FILENO, kNothing);
+  if (role->first == "cut") CutOnce(end, argc - 1, argv + 1);
   if (!end.Greet()) return 4;
   return role->second(end, argc - 1, argv + 1);
 }

@@ -15,6 +15,8 @@ namespace linktest {
 //   shut       greets, closes its input, lives on until its output is closed
 //   fail       ends with 7 once it was greeted
 //   broken     ends with 3 at once
+//   cut        once: takes away the file that its second argument names, and is killed behind as
+//              many bytes of SampleSession as its first says; else as echo
 int PlayRole(int argc, char** argv);
 
 // "exec:" and this program in a role, quoted.

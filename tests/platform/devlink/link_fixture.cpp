@@ -7,8 +7,6 @@ namespace linktest {
 
 namespace {
 
-constexpr std::chrono::seconds kPatience{20};
-
 std::string TapText(const devlink::TapMessage& message) {
   const char* const arrow = message.direction == devlink::Direction::kToDevice ? "> " : "< ";
   return arrow + std::to_string(static_cast<int>(message.kind)) + " " +
@@ -78,9 +76,20 @@ void Record::Received(const ReceivedPacket* records, std::uint32_t count) {
   changed_.notify_all();
 }
 
-bool Record::Wait(const std::function<bool()>& condition) {
+bool Record::Wait(const std::function<bool()>& condition, std::chrono::milliseconds patience) {
   std::unique_lock lock(mutex_);
-  return changed_.wait_for(lock, kPatience, condition);
+  return changed_.wait_for(lock, patience, condition);
+}
+
+void Record::Clear() {
+  const std::lock_guard lock(mutex_);
+  states.clear();
+  notices.clear();
+  taps.clear();
+  failedPosts.clear();
+  packets.clear();
+  batches.clear();
+  handedOver.clear();
 }
 
 bool Record::WaitForState(const std::string& state) {

@@ -49,8 +49,11 @@ class Record : public devlink::LinkObserver {
   void OnHandedOver(const ReceivedPacket* records, std::uint32_t count) override;
   void Received(const ReceivedPacket* records, std::uint32_t count);
 
-  // Waits up to 20 s until `condition` (called under the lock) holds.
-  bool Wait(const std::function<bool()>& condition);
+  // Waits until `condition` (called under the lock) holds, but no longer than `patience`.
+  bool Wait(const std::function<bool()>& condition,
+            std::chrono::milliseconds patience = std::chrono::seconds(20));
+  // Forgets what came so far.
+  void Clear();
   // For looking without waiting.
   template <typename Look>
   auto With(const Look& look) {

@@ -23,9 +23,13 @@ const Bytes kDeviceGreeting = FromHex(
 
 }  // namespace
 
-bool DeviceEnd::ReadSome() {
+bool DeviceEnd::WaitForData() {
   pollfd entries[] = {{readFd_, POLLIN, 0}, {stopFd_, POLLIN, 0}};
-  if (::poll(entries, 2, kPatienceMs) <= 0 || entries[0].revents == 0) return false;
+  return ::poll(entries, 2, kPatienceMs) > 0 && entries[0].revents != 0;
+}
+
+bool DeviceEnd::ReadSome() {
+  if (!WaitForData()) return false;
   std::uint8_t buffer[65536];
   const ssize_t got = ::read(readFd_, buffer, sizeof(buffer));
   if (got <= 0) return false;

@@ -23,6 +23,8 @@ class DeviceEnd {
 
   // The next frame, or nothing when the host closed or the test is over.
   std::optional<NaiveFrame> Next();
+  // Waits until there is something to read, and leaves it there.
+  bool WaitForData();
   // The next frame that is no probe; probes are answered.
   std::optional<NaiveFrame> NextMessage();
   // Waits for the host's hello and answers it; false when there was none.
