@@ -26,7 +26,7 @@ namespace bench {
 // What a host asks for; an unset field (for a text also an empty one) is looked up as described
 // above.
 struct Setup {
-  std::optional<QCString> endpoint;   // "exec:PROGRAM ARG...", "unix:PATH", ...
+  std::optional<QCString> endpoint;   // "exec:PROGRAM ARG...", "tcp:HOST:PORT", ...
   std::optional<QCString> catalogue;  // path of a compiled catalogue
   std::optional<QCString> configDir;  // created when something is first written there
   std::optional<QCString> dataDir;    // per-user data; drive letters map beneath it

@@ -1,10 +1,14 @@
 #include "platform/devlink/endpoint.h"
 
+#include <charconv>
 #include <optional>
 
 namespace devlink {
 
 namespace {
+
+constexpr std::string_view kForms =
+    "use exec:PROGRAM ARG..., unix:PATH, tcp:HOST:PORT or serial:PATH?baud=N";
 
 Endpoint Problem(std::string text) {
   Endpoint endpoint;
@@ -77,31 +81,128 @@ Endpoint ParseExec(std::string_view rest) {
   WordSplitter splitter(rest);
   while (auto word = splitter.Next()) endpoint.arguments.push_back(std::move(*word));
   if (splitter.Problem() != nullptr) {
-    return Problem("link \"exec:" + std::string(rest) + "\": " + splitter.Problem());
+    return Problem(splitter.Problem());
   }
   if (endpoint.arguments.empty() || endpoint.arguments.front().empty()) {
-    return Problem("link \"exec:" + std::string(rest) + "\" names no program");
+    return Problem("it names no program");
   }
   endpoint.kind = EndpointKind::kExec;
   return endpoint;
 }
 
 Endpoint ParseUnix(std::string_view rest) {
-  if (rest.empty()) return Problem("link \"unix:\" names no path");
+  if (rest.empty()) return Problem("it names no path");
   Endpoint endpoint;
   endpoint.kind = EndpointKind::kUnix;
   endpoint.path = rest;
   return endpoint;
 }
 
+// A whole decimal number of 1 to `most`.
+template <typename Number>
+bool ReadNumber(std::string_view text, Number most, Number& number) {
+  const char* const end = text.data() + text.size();
+  const auto [behind, error] = std::from_chars(text.data(), end, number);
+  return error == std::errc() && behind == end && number >= 1 && number <= most;
+}
+
+// One option of a kind of endpoint. `set` answers what is wrong with the value, or null.
+struct OptionRow {
+  EndpointKind kind;
+  std::string_view name;
+  const char* (*set)(Endpoint& endpoint, std::string_view value);
+};
+
+constexpr OptionRow kOptions[] = {
+    {EndpointKind::kTcp, "token-file",
+     [](Endpoint& endpoint, std::string_view value) -> const char* {
+       endpoint.tokenFile = value;
+       return value.empty() ? "token-file names no file" : nullptr;
+     }},
+    {EndpointKind::kSerial, "baud",
+     [](Endpoint& endpoint, std::string_view value) -> const char* {
+       return ReadNumber(value, UINT32_MAX, endpoint.baud)
+                  ? nullptr
+                  : "baud is no number from 1 to 4294967295";
+     }},
+    {EndpointKind::kSerial, "flow",
+     [](Endpoint& endpoint, std::string_view value) -> const char* {
+       endpoint.rtsCts = value == "rtscts";
+       return endpoint.rtsCts || value == "none" ? nullptr : "flow is none or rtscts";
+     }},
+};
+
+// "NAME=VALUE" into the endpoint. Answers what is wrong with it, or nothing.
+std::string TakeOption(Endpoint& endpoint, std::string_view text) {
+  const std::size_t equals = text.find('=');
+  const std::string_view name = text.substr(0, equals);
+  for (const OptionRow& row : kOptions) {
+    if (row.kind != endpoint.kind || row.name != name) continue;
+    if (equals == text.npos) return std::string(name) + " has no value";
+    const char* const problem = row.set(endpoint, text.substr(equals + 1));
+    return problem != nullptr ? problem : "";
+  }
+  return "there is no option \"" + std::string(name) + "\"";
+}
+
+// What stands behind the first "?".
+Endpoint TakeOptions(Endpoint endpoint, std::string_view text) {
+  for (bool more = true; more;) {
+    const std::size_t end = text.find('&');
+    const std::string problem = TakeOption(endpoint, text.substr(0, end));
+    if (!problem.empty()) return Problem(problem);
+    more = end != text.npos;
+    if (more) text.remove_prefix(end + 1);
+  }
+  return endpoint;
+}
+
+Endpoint WithOptions(Endpoint endpoint, std::string_view rest, std::size_t question) {
+  return question == rest.npos ? endpoint
+                               : TakeOptions(std::move(endpoint), rest.substr(question + 1));
+}
+
+// "HOST:PORT", "[ADDRESS]:PORT".
+Endpoint ParseTcp(std::string_view rest) {
+  const std::size_t question = rest.find('?');
+  const std::string_view address = rest.substr(0, question);
+  const std::size_t colon = address.rfind(':');
+  if (colon == address.npos || address.ends_with("]")) return Problem("it names no port");
+  std::string_view host = address.substr(0, colon);
+  if (host.starts_with("[") && host.ends_with("]")) {
+    host = host.substr(1, host.size() - 2);
+  } else if (host.find_first_of(":[]") != host.npos) {
+    return Problem("an IPv6 address stands in brackets: tcp:[ADDRESS]:PORT");
+  }
+  Endpoint endpoint;
+  endpoint.kind = EndpointKind::kTcp;
+  endpoint.host = host;
+  if (host.empty()) return Problem("it names no host");
+  if (!ReadNumber<std::uint16_t>(address.substr(colon + 1), 65535, endpoint.port)) {
+    return Problem("the port is no number from 1 to 65535");
+  }
+  return WithOptions(std::move(endpoint), rest, question);
+}
+
+Endpoint ParseSerial(std::string_view rest) {
+  const std::size_t question = rest.find('?');
+  Endpoint endpoint;
+  endpoint.kind = EndpointKind::kSerial;
+  endpoint.path = rest.substr(0, question);
+  if (endpoint.path.empty()) return Problem("it names no path");
+  return WithOptions(std::move(endpoint), rest, question);
+}
+
 struct Scheme {
   std::string_view name;
-  Endpoint (*parse)(std::string_view rest);
+  Endpoint (*parse)(std::string_view rest);  // a problem without the link's text
 };
 
 constexpr Scheme kSchemes[] = {
     {"exec:", ParseExec},
     {"unix:", ParseUnix},
+    {"tcp:", ParseTcp},
+    {"serial:", ParseSerial},
 };
 
 }  // namespace
@@ -110,12 +211,18 @@ Endpoint ParseEndpoint(std::string_view text) {
   if (text.find('\0') != std::string_view::npos) {
     return Problem("the link's text has a zero character in it");
   }
+  if (text.empty()) return Problem("no link is set: " + std::string(kForms));
+  const std::string link = "link \"" + std::string(text) + "\"";
   for (const Scheme& scheme : kSchemes) {
-    if (text.starts_with(scheme.name)) return scheme.parse(text.substr(scheme.name.size()));
+    if (!text.starts_with(scheme.name)) continue;
+    Endpoint endpoint = scheme.parse(text.substr(scheme.name.size()));
+    if (!endpoint.problem.empty()) endpoint.problem = link + ": " + endpoint.problem;
+    endpoint.text = text;
+    return endpoint;
   }
-  if (text.empty()) return Problem("no link is set: use exec:PROGRAM ARG... or unix:PATH");
-  return Problem("link \"" + std::string(text) +
-                 "\" is of no known kind: use exec:PROGRAM ARG... or unix:PATH");
+  return Problem(link + " is of no known kind: " + std::string(kForms));
 }
+
+std::string EndpointProblem(std::string_view text) { return ParseEndpoint(text).problem; }
 
 }  // namespace devlink

@@ -20,16 +20,11 @@ constexpr std::size_t kReadBytes = 32 * 1024;
 constexpr Milliseconds kLastChance{50};
 constexpr std::uint32_t kLineTestId = 1;
 
-// "5 s", "0.25 s".
-std::string SecondsText(Milliseconds time) {
-  std::string text = std::to_string(time.count() / 1000);
-  const auto rest = time.count() % 1000;
-  if (rest != 0) {
-    std::string digits = std::to_string(1000 + rest).substr(1);
-    digits.erase(digits.find_last_not_of('0') + 1);
-    text += "." + digits;
-  }
-  return text + " s";
+// An agent that is not shown its token closes the connection without a word.
+const char* TokenHint(const Endpoint& endpoint) {
+  if (endpoint.kind != EndpointKind::kTcp) return "";
+  return endpoint.tokenFile.empty() ? " (it may want a token: ?token-file=FILE)"
+                                    : " (is it the right token?)";
 }
 
 std::uint16_t Code16(std::optional<std::uint32_t> code) {
@@ -226,7 +221,10 @@ void LinkEngine::Lose(std::string reason, bool byPeer) {
   const Phase was = phase_;
   const std::string howItEnded = CloseEndpoint();
   if (byPeer && !howItEnded.empty()) reason = howItEnded;
-  if (was == Phase::kGreeting && byPeer) reason += " before the greeting was answered";
+  if (was == Phase::kGreeting && byPeer) {
+    reason += " before the greeting was answered";
+    reason += TokenHint(endpoint_);
+  }
   if (was == Phase::kSession) {
     Raise(Counts().disconnects);
     if (LinkClock::now() - sessionSince_ >= timing_.steadyAfter) pause_ = timing_.firstPause;

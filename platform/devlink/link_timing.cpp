@@ -25,4 +25,15 @@ void SetLinkTiming(const LinkTiming& timing) {
   Current() = timing;
 }
 
+std::string SecondsText(Milliseconds time) {
+  std::string text = std::to_string(time.count() / 1000);
+  const auto rest = time.count() % 1000;
+  if (rest != 0) {
+    std::string digits = std::to_string(1000 + rest).substr(1);
+    digits.erase(digits.find_last_not_of('0') + 1);
+    text += "." + digits;
+  }
+  return text + " s";
+}
+
 }  // namespace devlink

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <chrono>
+#include <string>
 
 namespace devlink {
 
@@ -14,6 +15,7 @@ using Milliseconds = std::chrono::milliseconds;
 struct LinkTiming {
   Milliseconds probeAfter{1000};    // silence before a probe, and between probes
   Milliseconds lostAfter{5000};     // silence after the first probe before the link is given up
+  Milliseconds connectWait{5000};   // for the name and the connection of a TCP endpoint
   Milliseconds greetingWait{5000};  // for the device's greeting
   Milliseconds writeLimit{2000};    // for one frame of a post, the wait for other writers included
   Milliseconds firstPause{100};     // before the next attempt to connect; doubles ...
@@ -26,5 +28,8 @@ struct LinkTiming {
 
 LinkTiming GetLinkTiming();
 void SetLinkTiming(const LinkTiming& timing);
+
+// "5 s", "0.25 s", for what a person reads.
+std::string SecondsText(Milliseconds time);
 
 }  // namespace devlink

@@ -54,19 +54,40 @@ std::uint32_t LinkWriter::WriteLocked(const OutMessage& message) {
 
 WriteOutcome LinkWriter::WriteFrames(FrameHead& head, std::span<const std::uint8_t> body) {
   do {
-    const auto payload = body.first(std::min(body.size(), kMaxPayloadBytes));
+    const auto payload = body.first(std::min(body.size(), transport_->LargestPayloadBytes()));
     body = body.subspan(payload.size());
     head.flags = body.empty() ? 0 : kMoreFollows;
     head.sequence = nextSequence_++;
-    const std::size_t lengthBytes = EncodeFrame(head, payload, line_.Data());
-    const WriteOutcome outcome =
-        transport_->Write({line_.Data(), lengthBytes}, LinkClock::now() + writeLimit_);
+    WriteOutcome outcome = WriteFrame(head, payload);
+    if (outcome == WriteOutcome::kWritten && !body.empty()) outcome = WriteProbeDue();
     if (outcome != WriteOutcome::kWritten) return outcome;
     head.offsetBytes += static_cast<std::uint32_t>(payload.size());
-    Raise(Counts().framesOut);
-    Raise(Counts().bytesOut, lengthBytes);
   } while (!body.empty());
   return WriteOutcome::kWritten;
+}
+
+WriteOutcome LinkWriter::WriteFrame(const FrameHead& head, std::span<const std::uint8_t> payload) {
+  const std::size_t lengthBytes = EncodeFrame(head, payload, line_.Data());
+  const WriteOutcome outcome =
+      transport_->Write({line_.Data(), lengthBytes}, LinkClock::now() + writeLimit_);
+  if (outcome != WriteOutcome::kWritten) return outcome;
+  Raise(Counts().framesOut);
+  Raise(Counts().bytesOut, lengthBytes);
+  return outcome;
+}
+
+// A long message on a slow line takes longer than a device may be silent: the keep-alive stands
+// between its frames. Without it the device would not be asked, and be given up.
+WriteOutcome LinkWriter::WriteProbeDue() {
+  const std::uint32_t tag = probeDue_.exchange(kNoProbe);
+  if (tag == kNoProbe || !sessionUp_) return WriteOutcome::kWritten;
+  OutMessage probe;
+  probe.kind = MessageKind::kKeepAlive;
+  probe.tag = static_cast<std::uint16_t>(tag);
+  Tap(Direction::kToDevice, NewHead(probe), probe.body);
+  FrameHead head = NewHead(probe);
+  ++nextSequence_;
+  return WriteFrame(head, {});
 }
 
 void LinkWriter::Greet(std::shared_ptr<Transport> transport, const OutMessage& hello,
@@ -79,6 +100,7 @@ void LinkWriter::Greet(std::shared_ptr<Transport> transport, const OutMessage& h
   const std::lock_guard lock(writeMutex_);
   transport_ = std::move(transport);
   sessionUp_ = false;
+  probeDue_ = kNoProbe;
   nextSequence_ = 0;
   writeLimit_ = timing.writeLimit;
   if (!line_.Reserve(EncodedBytesAtMost(hello.body.size()))) {
@@ -96,6 +118,7 @@ void LinkWriter::OpenSession() {
 
 void LinkWriter::Probe(std::uint16_t tag) {
   const std::unique_lock lock(writeMutex_, std::try_to_lock);
+  probeDue_ = lock ? kNoProbe : tag;
   if (!lock || !sessionUp_ || closed_ || !transport_->Writable()) return;
   OutMessage probe;
   probe.kind = MessageKind::kKeepAlive;

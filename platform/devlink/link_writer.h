@@ -51,7 +51,8 @@ class LinkWriter {
              const LinkTiming& timing);
   // Link's thread: the greeting was answered, posts may go.
   void OpenSession();
-  // Link's thread: a keep-alive, unless somebody else is writing or nothing can be written now.
+  // Link's thread: a keep-alive, unless nothing can be written now. While somebody else is writing
+  // it goes out behind the frame that is under way.
   void Probe(std::uint16_t tag);
   // Link's thread: no more is written, a writer that waits is woken. When it returns nobody writes.
   void Detach();
@@ -62,12 +63,17 @@ class LinkWriter {
   void Reopen() noexcept { closed_ = false; }
 
  private:
+  static constexpr std::uint32_t kNoProbe = 0x10000;  // no tag is so large
+
   std::uint32_t WriteLocked(const OutMessage& message);
   WriteOutcome WriteFrames(FrameHead& head, std::span<const std::uint8_t> body);
+  WriteOutcome WriteFrame(const FrameHead& head, std::span<const std::uint8_t> payload);
+  WriteOutcome WriteProbeDue();
   FrameHead NewHead(const OutMessage& message) const;
 
   BrokenHandler onBroken_;
   std::atomic<bool> closed_{false};
+  std::atomic<std::uint32_t> probeDue_{kNoProbe};  // tag of one that waits for its turn
 
   std::mutex wakeMutex_;  // never held while waiting
   std::shared_ptr<Transport> wakeTarget_;

@@ -18,6 +18,7 @@
 #include <string_view>
 
 #include "platform/devlink/endpoint.h"
+#include "platform/devlink/frame_head.h"
 #include "platform/devlink/link_timing.h"
 
 namespace asio {
@@ -46,6 +47,9 @@ class Transport {
   // Writes everything or fails; after a failure nothing more may be written.
   virtual WriteOutcome Write(std::span<const std::uint8_t> bytes,
                              LinkClock::time_point deadline) = 0;
+  // How much of a message goes into one frame: on a slow line less than the wire allows, so that a
+  // keep-alive need not wait long for its turn.
+  virtual std::size_t LargestPayloadBytes() const { return kMaxPayloadBytes; }
   // Whether a write would take something at once.
   virtual bool Writable() = 0;
   // Makes a Write that waits, and every later one that would wait, answer kBroken.

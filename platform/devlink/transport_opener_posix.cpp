@@ -7,6 +7,8 @@
 #include <cstring>
 
 #include "platform/devlink/child_transport_posix.h"
+#include "platform/devlink/serial_transport_posix.h"
+#include "platform/devlink/tcp_opener_posix.h"
 
 namespace devlink {
 
@@ -70,14 +72,35 @@ class UnixOpener : public TransportOpener {
   std::string path_;
 };
 
+class SerialOpener : public TransportOpener {
+ public:
+  SerialOpener(asio::io_context& io, const Endpoint& endpoint) : io_(io), endpoint_(endpoint) {}
+
+  void Open(Handler handler) override {
+    std::string problem;
+    auto transport = OpenSerialTransport(io_, endpoint_, problem);
+    handler(std::move(transport), std::move(problem));
+  }
+
+ private:
+  asio::io_context& io_;
+  const Endpoint endpoint_;
+};
+
 }  // namespace
 
 std::unique_ptr<TransportOpener> MakeOpener(asio::io_context& io, const Endpoint& endpoint,
                                             ErrorLineHandler errorLine) {
-  if (endpoint.kind == EndpointKind::kExec) {
-    return std::make_unique<ExecOpener>(io, endpoint.arguments, std::move(errorLine));
+  switch (endpoint.kind) {
+    case EndpointKind::kExec:
+      return std::make_unique<ExecOpener>(io, endpoint.arguments, std::move(errorLine));
+    case EndpointKind::kTcp:
+      return std::make_unique<TcpOpener>(io, endpoint);
+    case EndpointKind::kSerial:
+      return std::make_unique<SerialOpener>(io, endpoint);
+    default:
+      return std::make_unique<UnixOpener>(io, endpoint.path);
   }
-  return std::make_unique<UnixOpener>(io, endpoint.path);
 }
 
 }  // namespace devlink

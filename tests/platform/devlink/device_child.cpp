@@ -2,10 +2,13 @@
 
 #include <poll.h>
 #include <signal.h>
+#include <sys/socket.h>
+#include <sys/un.h>
 #include <unistd.h>
 
 #include <filesystem>
 #include <map>
+#include <thread>
 
 #include "tests/platform/devlink/sample_session.h"
 #include "tests/platform/devlink/test_device.h"
@@ -60,6 +63,32 @@ int Shut(DeviceEnd&, int, char**) {
   return 0;
 }
 
+// Between the host and a Unix socket, until either ends.
+int Bridge(const std::string& path) {
+  sockaddr_un address = {};
+  address.sun_family = AF_UNIX;
+  path.copy(address.sun_path, sizeof(address.sun_path) - 1);
+  const int socket = ::socket(AF_UNIX, SOCK_STREAM, 0);
+  if (::connect(socket, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0) {
+    return 5;
+  }
+  const auto copy = [](int from, int to) {
+    char buffer[32 * 1024];
+    for (ssize_t got; (got = ::read(from, buffer, sizeof(buffer))) > 0;) {
+      for (ssize_t put = 0, done = 0; done < got; done += put) {
+        put = ::write(to, buffer + done, static_cast<std::size_t>(got - done));
+        if (put <= 0) return;
+      }
+    }
+  };
+  std::thread([&] {
+    copy(STDIN_FILENO, socket);
+    ::_exit(0);
+  }).detach();
+  copy(socket, STDOUT_FILENO);
+  ::_exit(0);
+}
+
 int Fail(DeviceEnd&, int, char**) { return 7; }
 
 void CutOnce(DeviceEnd& end, int argc, char** argv) {
@@ -78,6 +107,7 @@ int PlayRole(int argc, char** argv) {
       {"session", Session}, {"shut", Shut}, {"fail", Fail},
       {"cut", Echo},
   };
+  if (argc == 2 && std::string(argv[0]) == "bridge") return Bridge(argv[1]);
   const auto role = roles.find(argc > 0 ? argv[0] : "");
   if (role == roles.end()) return 3;
   DeviceEnd end(STDIN_FILENO, STDOUT_FILENO, kNothing);

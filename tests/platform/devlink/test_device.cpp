@@ -3,12 +3,10 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/socket.h>
-#include <sys/un.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
-#include <cstring>
 #include <stdexcept>
 
 namespace linktest {
@@ -124,39 +122,24 @@ void DeviceEnd::WaitForTheEnd() {
   ::poll(&entry, 1, kPatienceMs);
 }
 
-TestDevice::TestDevice(std::string path, Script script)
-    : path_(std::move(path)), script_(std::move(script)) {
-  sockaddr_un address = {};
-  address.sun_family = AF_UNIX;
-  path_.copy(address.sun_path, sizeof(address.sun_path) - 1);
-  listener_ = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-  ::unlink(path_.c_str());
-  if (::bind(listener_, reinterpret_cast<sockaddr*>(&address), sizeof(address)) != 0 ||
-      ::listen(listener_, 8) != 0 || ::pipe2(stop_, O_CLOEXEC) != 0) {
-    throw std::runtime_error("test device at " + path_ + ": " + std::strerror(errno));
-  }
+TestDevice::TestDevice(std::unique_ptr<DeviceDoor> door, Script script)
+    : door_(std::move(door)), script_(std::move(script)) {
+  if (::pipe2(stop_, O_CLOEXEC) != 0) throw std::runtime_error("test device: no pipe");
   thread_ = std::thread([this] { Run(); });
 }
 
 TestDevice::~TestDevice() {
   [[maybe_unused]] const ssize_t told = ::write(stop_[1], "x", 1);
   thread_.join();
-  ::close(listener_);
   ::close(stop_[0]);
   ::close(stop_[1]);
-  ::unlink(path_.c_str());
 }
 
 void TestDevice::Run() {
-  for (;;) {
-    pollfd entries[] = {{listener_, POLLIN, 0}, {stop_[0], POLLIN, 0}};
-    ::poll(entries, 2, -1);
-    if (entries[1].revents != 0) return;
-    const int socket = ::accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC);
-    if (socket < 0) continue;
-    DeviceEnd end(socket, socket, stop_[0]);
+  while (const auto ends = door_->Accept(stop_[0])) {
+    DeviceEnd end(ends->readFd, ends->writeFd, stop_[0]);
     script_(end, connections_++);
-    ::close(socket);
+    door_->Close(*ends);
   }
 }
 

@@ -1,7 +1,7 @@
-// A device in the test's own process: a Unix socket that plays a script for each connection.
+// A device in the test's own process: a door that plays a script for each connection.
 //
 // Threads: the script runs on the device's thread, one connection at a time; everything else is the
-// test's. Owns the socket and its path. Errors: a script that waits in vain for 20 s, or is
+// test's. Owns the door. Errors: a script that waits in vain for 20 s, or is
 // stopped, gets nothing.
 #pragma once
 
@@ -11,6 +11,7 @@
 #include <string>
 #include <thread>
 
+#include "tests/platform/devlink/device_door.h"
 #include "tests/platform/devlink/naive_frames.h"
 
 namespace linktest {
@@ -62,16 +63,19 @@ class TestDevice {
   // `connection` counts from 0. The connection is closed when the script returns.
   using Script = std::function<void(DeviceEnd& end, int connection)>;
 
-  TestDevice(std::string path, Script script);
+  // On a Unix socket at this path.
+  TestDevice(const std::string& path, Script script)
+      : TestDevice(MakeUnixDoor(path), std::move(script)) {}
+  TestDevice(std::unique_ptr<DeviceDoor> door, Script script);
   ~TestDevice();
 
   int Connections() const { return connections_.load(); }
+  std::string Endpoint() const { return door_->Endpoint(); }
 
  private:
   void Run();
-  std::string path_;
+  std::unique_ptr<DeviceDoor> door_;
   Script script_;
-  int listener_ = -1;
   int stop_[2] = {-1, -1};
   std::atomic<int> connections_{0};
   std::thread thread_;
