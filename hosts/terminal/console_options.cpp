@@ -21,7 +21,8 @@ constexpr OptionRow kOptions[] = {
     {"command", "c", "LINE", "Run LINE and end; may be given several times."},
     {"file", "f", "FILE", "Run the lines of FILE (behind those of -c) and end."},
     {"link", "l", "ENDPOINT",
-     "The device: exec:PROGRAM ARG... or unix:PATH. Default: the agent as a child process."},
+     "The device: exec:PROGRAM ARG..., unix:PATH, tcp:HOST:PORT[?token-file=FILE] or\n"
+     "                          serial:PATH[?baud=N]. Default: the agent as a child process."},
     {"catalogue", nullptr, "FILE", "Compiled command catalogue. Default: the shipped one."},
     {"config-dir", nullptr, "DIR", "Configuration directory. Default: ~/.config/kiv."},
     {"wait", "w", "MS", "How long to wait for the link and for each answer. Default: 5000."},

@@ -9,7 +9,9 @@
 #include "hosts/terminal/console.h"
 #include "hosts/terminal/console_options.h"
 #include "hosts/terminal/debug_log.h"
+#include "platform/devlink/endpoint.h"
 #include "platform/os/console_events.h"
+#include "platform/text/shown_text.h"
 
 namespace {
 
@@ -38,6 +40,11 @@ int main(int argc, char** argv) {
     return kiv::kCommandFailed;
   }
   bench::SetSetup(options.setup);
+  const std::string endpoint = bench::GetSetup().endpoint.ToUtf8();
+  if (const std::string problem = devlink::EndpointProblem(endpoint); !problem.empty()) {
+    os::WriteErr("kiv: " + ShownLine(problem) + "\n");
+    return kiv::kWrongUsage;
+  }
   kiv::InstallDebugLog(options.debug);
   QCoreApplication application(argc, argv);
   kiv::Console console(std::move(options));

@@ -218,10 +218,36 @@ class Statuses(BenchCase):
         self.assertEqual((result.status, result.out), (4, ""), result)
         self.assertIn("no-such-agent-anywhere", result.err)
 
-    def test_an_endpoint_that_is_none_is_told(self):
-        result = self.kiv("--wait", "300", "-c", "help", link="carrier-pigeon:home")
-        self.assertEqual((result.status, result.out), (4, ""), result)
-        self.assertIn("carrier-pigeon:home", result.err)
+    def test_a_link_that_is_no_endpoint_ends_at_once_with_status_2_and_one_line(self):
+        links = {
+            "carrier-pigeon:home": " is of no known kind: use exec:PROGRAM ARG..., unix:PATH, "
+                                   "tcp:HOST:PORT or serial:PATH?baud=N",
+            "tcp:board": ": it names no port",
+            "tcp:::1:5": ": an IPv6 address stands in brackets: tcp:[ADDRESS]:PORT",
+            "serial:/dev/ttyS0?baud=fast": ": baud is no number from 1 to 4294967295",
+            "exec:'kivagent": ": a ' is not closed",
+        }
+        for link, problem in links.items():
+            before = time.monotonic()
+            result = self.kiv("--wait", "60000", "-c", "help", link=link)
+            self.assertLess(time.monotonic() - before, 30)
+            self.assertEqual((result.status, result.out, result.err),
+                             (2, "", f'kiv: link "{link}"{problem}\n'))
+
+    def test_a_link_that_is_no_endpoint_is_refused_wherever_it_was_set(self):
+        problem = 'kiv: link "tcp:x": it names no port\n'
+        config = self.folder / "config"
+        config.mkdir()
+        (config / "kiv.ini").write_text("[bench]\nlink = tcp:x\n")
+        for environment in (self.environment(), self.environment(KIV_LINK="tcp:x")):
+            process = self.start([KIV, "-c", "help"], env=environment)
+            out, err = process.communicate(b"", timeout=60)
+            self.assertEqual((process.returncode, out, err.decode()), (2, b"", problem))
+
+    def test_a_refused_link_shows_its_control_characters_escaped(self):
+        result = self.kiv("-c", "help", link="tcp:\x1b[2J")
+        self.assertEqual((result.status, result.out, result.err),
+                         (2, "", 'kiv: link "tcp:\\x1b[2J": it names no port\n'))
 
     def test_wrong_usage_has_status_2(self):
         for arguments in (["--lnik"], ["sys_info"], ["--wait", "soon"]):
