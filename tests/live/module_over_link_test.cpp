@@ -2,101 +2,16 @@
 // shown.
 #include <gtest/gtest.h>
 
-#include <QCoreApplication>
-#include <condition_variable>
-#include <mutex>
-
 #include "platform/bounded/pool.h"
-#include "platform/devlink/link_observer.h"
-#include "service/svc_kiv_app.h"
-#include "tests/live/echo_device.h"
-#include "tests/support/tree_paths.h"
+#include "tests/live/module_over_link.h"
 
 namespace {
 
 using linktest::Bytes;
 using linktest::NaiveFrame;
 using livetest::Confirmation;
+using livetest::ModuleOverLink;
 using SvcKivClass::SvcKivApp;
-
-// Collects kind-1 texts and the link's connected state; both come on the link's thread.
-class Ear : public devlink::LinkObserver {
- public:
-  void OnState(const devlink::StateChange& change) override {
-    std::lock_guard lock(mutex_);
-    connected_ = change.state == devlink::LinkState::kConnected;
-    changed_.notify_all();
-  }
-  void OnNotice(const char*, std::size_t) override {}
-  void OnMessage(const devlink::TapMessage&) override {}
-  void OnPostFailed(std::uint16_t, std::uint32_t, std::uint32_t) override {}
-  void OnHandedOver(const ReceivedPacket*, std::uint32_t) override {}
-
-  void Note(void* payload) {
-    std::lock_guard lock(mutex_);
-    texts_.push_back(payload == nullptr ? L"<null>" : static_cast<const wchar_t*>(payload));
-    changed_.notify_all();
-  }
-  bool WaitForConnected() {
-    std::unique_lock lock(mutex_);
-    return changed_.wait_for(lock, std::chrono::seconds(20), [&] { return connected_; });
-  }
-  std::vector<std::wstring> WaitForTexts(std::size_t count) {
-    std::unique_lock lock(mutex_);
-    changed_.wait_for(lock, std::chrono::seconds(20), [&] { return texts_.size() >= count; });
-    return texts_;
-  }
-
- private:
-  std::mutex mutex_;
-  std::condition_variable changed_;
-  bool connected_ = false;
-  std::vector<std::wstring> texts_;
-};
-
-class ModuleOverLink : public testing::Test {
- protected:
-  ModuleOverLink() {
-    static int argc = 1;
-    static char name[] = "test";
-    static char* argv[] = {name, nullptr};
-    static QCoreApplication application(argc, argv);
-    bench::Setup setup;
-    setup.endpoint = QCString::FromUtf8("unix:" + directory_.Path("s"));
-    setup.catalogue =
-        QCString::FromUtf8(std::string(kivtest::BuildDir()) + "/tests/module_commands.kcat");
-    setup.configDir = QCString::FromUtf8(directory_.Path("config"));
-    setup.dataDir = QCString::FromUtf8(directory_.Path("data"));
-    setup.product = 0;  // the device says 38, where every line goes to its shell
-    bench::SetSetup(setup);
-    devlink::SetLinkObserver(&ear_);
-  }
-  ~ModuleOverLink() override {
-    devlink::SetLinkObserver(nullptr);
-    bench::SetSetup({});
-  }
-
-  // Starts `app` over a device that answers so, and waits until it is connected.
-  void Start(SvcKivApp& app, livetest::EchoDevice::Answer answer) {
-    device_ = std::make_unique<livetest::EchoDevice>(directory_.Path("s"), std::move(answer));
-    QObject::connect(
-        app.GetMsgSender(), &SvcKivSpace::SvcKivMessage::SvcHandleMessage, app.GetMsgSender(),
-        [this](SvcKivSpace::SvcKivMsgType, void* payload) { ear_.Note(payload); },
-        Qt::DirectConnection);
-    app.Start();
-    ASSERT_TRUE(ear_.WaitForConnected());
-    app.SetUEConnectStatus(1);
-  }
-  static std::wstring Run(SvcKivApp& app, const wchar_t* line) {
-    QCString reply;
-    app.GetDiagCmdResponse(line, reply);
-    return reply.str();
-  }
-
-  livetest::ScratchDir directory_;
-  Ear ear_;
-  std::unique_ptr<livetest::EchoDevice> device_;
-};
 
 const std::wstring kRows = L".first  = 4 \n.second = 5 \n.third  = 6 \n";
 
