@@ -11,8 +11,9 @@ enum { kStatusFailed = 1, kStatusWrongUsage = 2 };
 
 static int run(const kiv_options* options) {
   const bool root = geteuid() == 0 && !options->allow_root;
-  if (root && options->unix_path != NULL) {
-    (void)fprintf(stderr, "kivagent: as root no socket is opened without --allow-root\n");
+  if (root && options->transport != KIV_TRANSPORT_STDIO) {
+    (void)fprintf(stderr, "kivagent: as root no %s is opened without --allow-root\n",
+                  options->transport == KIV_TRANSPORT_SERIAL ? "serial port" : "socket");
     return kStatusFailed;
   }
   if (root) {

@@ -16,8 +16,15 @@ static const char kHelp[] =
     "\n"
     "  --stdio         talk over standard input and output (default)\n"
     "  --unix PATH     listen on a Unix socket: folder 0700, socket 0600, this user only\n"
-    "  --data DIR      keep what outlives the agent in DIR\n"
-    "                  (default: $XDG_DATA_HOME/kivagent, else ~/.local/share/kivagent)\n"
+    "  --tcp PORT      listen on a TCP port of this machine's loopback, or HOST:PORT with\n"
+    "                  a loopback address; 0 for any port. From other machines use ssh.\n"
+    "  --token-file FILE\n"
+    "                  the secret that TCP hosts must show: a first line of 16 to 64 visible\n"
+    "                  characters without '~', mode 0600\n"
+    "  --serial DEV    talk over a serial port, 115200 baud or DEV?baud=N; waits for it and\n"
+    "                  opens it again when it was unplugged\n"
+    "  --data DIR      keep what outlives the agent in DIR (default: $KIV_DATA_DIR/kivagent,\n"
+    "                  else $XDG_DATA_HOME/kivagent, else ~/.local/share/kivagent)\n"
     "  --name NAME     name that hosts show (default: this machine's name)\n"
     "  --variant N     protocol variant code to report, 0 to 65535 (default: 248)\n"
     "  --product N     product version code to report, 0 to 65535 (default: 0)\n"
@@ -25,14 +32,34 @@ static const char kHelp[] =
     "  --version       print the version and end\n"
     "  --help          print this and end\n";
 
-enum { kStdio = 1, kUnix, kData, kName, kVariant, kProduct, kAllowRoot, kVersion, kHelpOption };
+enum {
+  kStdio = 1,
+  kUnix,
+  kTcp,
+  kTokenFile,
+  kSerial,
+  kData,
+  kName,
+  kVariant,
+  kProduct,
+  kAllowRoot,
+  kVersion,
+  kHelpOption
+};
 
-static const struct option kLong[] = {
-    {"stdio", no_argument, NULL, kStdio},           {"unix", required_argument, NULL, kUnix},
-    {"data", required_argument, NULL, kData},       {"name", required_argument, NULL, kName},
-    {"variant", required_argument, NULL, kVariant}, {"product", required_argument, NULL, kProduct},
-    {"allow-root", no_argument, NULL, kAllowRoot},  {"version", no_argument, NULL, kVersion},
-    {"help", no_argument, NULL, kHelpOption},       {NULL, 0, NULL, 0}};
+static const struct option kLong[] = {{"stdio", no_argument, NULL, kStdio},
+                                      {"unix", required_argument, NULL, kUnix},
+                                      {"tcp", required_argument, NULL, kTcp},
+                                      {"token-file", required_argument, NULL, kTokenFile},
+                                      {"serial", required_argument, NULL, kSerial},
+                                      {"data", required_argument, NULL, kData},
+                                      {"name", required_argument, NULL, kName},
+                                      {"variant", required_argument, NULL, kVariant},
+                                      {"product", required_argument, NULL, kProduct},
+                                      {"allow-root", no_argument, NULL, kAllowRoot},
+                                      {"version", no_argument, NULL, kVersion},
+                                      {"help", no_argument, NULL, kHelpOption},
+                                      {NULL, 0, NULL, 0}};
 
 const char* kiv_options_help(void) { return kHelp; }
 
@@ -61,21 +88,25 @@ static const char* home_of_user(user_record* user) {
   return error != 0 || found == NULL ? "/" : found->pw_dir;
 }
 
+// A folder that the environment names, when it is an absolute one.
+static const char* folder_of(const char* variable) {
+  // The agent has one thread: NOLINTNEXTLINE(concurrency-mt-unsafe)
+  const char* folder = getenv(variable);
+  return folder != NULL && folder[0] == '/' ? folder : NULL;
+}
+
 // From the user database where HOME is not set, so that the agent runs in an empty environment.
 static void find_data_folder(kiv_options* options) {
   char* out = options->default_data_folder;
   const size_t room = sizeof options->default_data_folder;
-  // The agent has one thread: NOLINTBEGIN(concurrency-mt-unsafe)
-  const char* data_home = getenv("XDG_DATA_HOME");
-  const char* home = getenv("HOME");
-  // NOLINTEND(concurrency-mt-unsafe)
+  // The folder of hosts, too, so the agent's own name stands in it.
+  const char* shared = folder_of("KIV_DATA_DIR");
+  if (shared == NULL) shared = folder_of("XDG_DATA_HOME");
+  const char* home = folder_of("HOME");
   user_record user;
-  if (home == NULL || home[0] != '/') {
-    home = home_of_user(&user);
-  }
-  const bool own = data_home != NULL && data_home[0] == '/';
-  const int length = own ? snprintf(out, room, "%s/kivagent", data_home)
-                         : snprintf(out, room, "%s/.local/share/kivagent", home);
+  if (home == NULL) home = home_of_user(&user);
+  const int length = shared != NULL ? snprintf(out, room, "%s/kivagent", shared)
+                                    : snprintf(out, room, "%s/.local/share/kivagent", home);
   if (length < 0 || (size_t)length >= room) out[0] = '\0';  // writing then says it failed
   options->data_folder = out;
 }
@@ -87,14 +118,40 @@ static void find_name(kiv_options* options) {
   options->name[sizeof options->name - 1] = '\0';
 }
 
-static kiv_wish take(kiv_options* options, int option) {
+static kiv_wish choose(kiv_options* options, kiv_transport_kind kind, bool* chosen) {
+  if (*chosen && options->transport != kind) {
+    return wrong(options, "only one of --stdio, --unix, --tcp and --serial, not also",
+                 optarg == NULL ? "--stdio" : optarg);
+  }
+  *chosen = true;
+  options->transport = kind;
+  return KIV_WISH_RUN;
+}
+
+static kiv_wish take_text(kiv_options* options, const char** text, const char* option) {
+  *text = optarg;
+  return optarg[0] == '\0' ? wrong(options, "nothing for", option) : KIV_WISH_RUN;
+}
+
+static kiv_wish take(kiv_options* options, int option, bool* chosen) {
+  kiv_wish wish = KIV_WISH_RUN;
   switch (option) {
     case kStdio:
-      options->unix_path = NULL;
-      return KIV_WISH_RUN;
+      return choose(options, KIV_TRANSPORT_STDIO, chosen);
     case kUnix:
+      wish = choose(options, KIV_TRANSPORT_UNIX, chosen);
+      if (wish != KIV_WISH_RUN) return wish;
       options->unix_path = optarg;
       return optarg[0] == '\0' ? wrong(options, "no path for", "--unix") : KIV_WISH_RUN;
+    case kTcp:
+      wish = choose(options, KIV_TRANSPORT_TCP, chosen);
+      return wish != KIV_WISH_RUN ? wish : take_text(options, &options->tcp_place, "--tcp");
+    case kTokenFile:
+      return take_text(options, &options->token_file, "--token-file");
+    case kSerial:
+      wish = choose(options, KIV_TRANSPORT_SERIAL, chosen);
+      if (wish != KIV_WISH_RUN || kiv_serial_read(&options->serial, optarg)) return wish;
+      return wrong(options, "no serial port", optarg);
     case kData:
       options->data_folder = optarg;
       return KIV_WISH_RUN;
@@ -120,11 +177,24 @@ static kiv_wish take(kiv_options* options, int option) {
   }
 }
 
+// Any user of the machine can connect to a TCP port, so there is none without a secret.
+static kiv_wish check_token_file(kiv_options* options) {
+  const bool needed = options->transport == KIV_TRANSPORT_TCP;
+  if (needed && options->token_file == NULL) {
+    return wrong(options, "a --token-file is needed for --tcp", options->tcp_place);
+  }
+  if (!needed && options->token_file != NULL) {
+    return wrong(options, "only --tcp takes a --token-file, not", options->token_file);
+  }
+  return KIV_WISH_RUN;
+}
+
 kiv_wish kiv_options_read(kiv_options* options, int argc, char** argv) {
   memset(options, 0, sizeof *options);
   options->variant = kDefaultVariant;
   find_data_folder(options);
   find_name(options);
+  bool chosen = false;
   opterr = 0;
   optind = 1;
   while (true) {
@@ -133,9 +203,9 @@ kiv_wish kiv_options_read(kiv_options* options, int argc, char** argv) {
     const int option = getopt_long(argc, argv, "", kLong, NULL);
     if (option == -1) break;
     if (option == '?') return wrong(options, "unknown or incomplete option", argv[at]);
-    const kiv_wish wish = take(options, option);
+    const kiv_wish wish = take(options, option, &chosen);
     if (wish != KIV_WISH_RUN) return wish;
   }
   if (optind < argc) return wrong(options, "unexpected argument", argv[optind]);
-  return KIV_WISH_RUN;
+  return check_token_file(options);
 }

@@ -9,14 +9,27 @@
 #include <stdbool.h>
 #include <stdint.h>
 
+#include "device/linux/serial_port.h"
+
 #ifdef __cplusplus
 extern "C" {
 #endif
 
 typedef enum kiv_wish { KIV_WISH_RUN, KIV_WISH_HELP, KIV_WISH_VERSION, KIV_WISH_WRONG } kiv_wish;
 
+typedef enum kiv_transport_kind {
+  KIV_TRANSPORT_STDIO,
+  KIV_TRANSPORT_UNIX,
+  KIV_TRANSPORT_TCP,
+  KIV_TRANSPORT_SERIAL
+} kiv_transport_kind;
+
 typedef struct kiv_options {
-  const char* unix_path;  // null: standard input and output
+  kiv_transport_kind transport;
+  const char* unix_path;   // of KIV_TRANSPORT_UNIX
+  const char* tcp_place;   // of KIV_TRANSPORT_TCP: PORT or HOST:PORT
+  const char* token_file;  // likewise
+  kiv_serial_port serial;  // of KIV_TRANSPORT_SERIAL
   const char* data_folder;
   char name[65];
   uint16_t variant;

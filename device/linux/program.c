@@ -12,11 +12,11 @@
 #include "device/linux/board.h"
 #include "device/linux/connection.h"
 #include "device/linux/notice.h"
-#include "device/linux/unix_listener.h"
+#include "device/linux/transport.h"
 
 // One host in session, and a few that have not greeted yet.
 enum { kMaxConnections = 4 };
-enum { kPollFixed = 3, kPollMax = kPollFixed + 2 * kMaxConnections };
+enum { kPollFixed = 2, kPollMax = kPollFixed + KIV_TRANSPORT_POLL_ENTRIES + 2 * kMaxConnections };
 
 typedef struct kiv_program {
   const kiv_options* options;
@@ -25,7 +25,7 @@ typedef struct kiv_program {
   uint8_t reply_buffer[KIV_BOARD_REPLY_BYTES];
   kiv_connection* connections[kMaxConnections];  // oldest first, null behind the last
   kiv_connection* session;                       // the one that indications go to
-  kiv_unix_listener listener;
+  kiv_transport transport;
   int timer;
   int signals;
   bool stop;
@@ -39,6 +39,7 @@ static void on_session(void* context, kiv_connection* connection, bool accepted)
   }
   if (accepted) {
     program->session = connection;
+    kiv_transport_host_greeted(&program->transport);
   } else if (program->session == connection) {
     program->session = NULL;
   } else {
@@ -103,13 +104,12 @@ static bool add_connection(kiv_program* program, int in, int out, bool owns_desc
   return true;
 }
 
-static void take_new_host(kiv_program* program) {
-  const int peer = kiv_unix_accept(&program->listener);
-  if (peer < 0) return;
-  if (!add_connection(program, peer, peer, true)) {
-    kiv_notice(KIV_NOTICE_ERROR, "out of memory for a connection");
-    close(peer);
-  }
+static void take_new_host(void* context, int in, int out, bool owns_descriptors) {
+  kiv_program* program = context;
+  if (add_connection(program, in, out, owns_descriptors)) return;
+  kiv_notice(KIV_NOTICE_ERROR, "out of memory for a connection");
+  if (owns_descriptors) close(in);
+  if (!kiv_transport_host_gone(&program->transport, kiv_board_now_ms())) program->stop = true;
 }
 
 static void send_held_back(void* context, const kiv_head* head, const uint8_t* body,
@@ -149,7 +149,10 @@ static void send_of_fault(kiv_program* program) {
 
 // Sets the timer to what is due next, or off.
 static void set_timer(const kiv_program* program) {
-  const int64_t due_ms = kiv_board_next_due_ms(&program->board);
+  const int64_t board_ms = kiv_board_next_due_ms(&program->board);
+  const int64_t transport_ms = kiv_transport_next_due_ms(&program->transport);
+  const bool by_transport = board_ms < 0 || (transport_ms >= 0 && transport_ms < board_ms);
+  const int64_t due_ms = by_transport ? transport_ms : board_ms;
   struct itimerspec when;
   memset(&when, 0, sizeof when);
   if (due_ms >= 0) {
@@ -182,7 +185,7 @@ static void remove_finished(kiv_program* program) {
     const kiv_connection* connection = program->connections[i];
     if (connection == NULL || !kiv_connection_is_finished(connection, now_ms)) continue;
     remove_connection(program, i);
-    if (program->options->unix_path == NULL) program->stop = true;
+    if (!kiv_transport_host_gone(&program->transport, now_ms)) program->stop = true;
   }
 }
 
@@ -198,8 +201,8 @@ static void turn(kiv_program* program) {
   struct pollfd entries[kPollMax];
   entries[0] = watch(program->signals, POLLIN);
   entries[1] = watch(program->timer, POLLIN);
-  entries[2] = watch(program->listener.socket, program->listener.socket < 0 ? 0 : POLLIN);
-  int count = kPollFixed;
+  const int first = kPollFixed + kiv_transport_watch(&program->transport, entries + kPollFixed);
+  int count = first;
   kiv_connection* served[kMaxConnections];
   int served_count = 0;
   for (int i = 0; i < kMaxConnections && program->connections[i] != NULL; ++i) {
@@ -218,10 +221,9 @@ static void turn(kiv_program* program) {
     send_due(program);
   }
   for (int i = 0; i < served_count; ++i) {
-    serve_connection(served[i], entries[kPollFixed + 2 * i].revents,
-                     entries[kPollFixed + 2 * i + 1].revents);
+    serve_connection(served[i], entries[first + 2 * i].revents, entries[first + 2 * i + 1].revents);
   }
-  if (entries[2].revents != 0) take_new_host(program);
+  kiv_transport_serve(&program->transport, entries + kPollFixed, kiv_board_now_ms());
   remove_finished(program);
   send_of_fault(program);
   set_timer(program);
@@ -243,20 +245,9 @@ static bool open_descriptors(kiv_program* program) {
   return program->signals >= 0 && program->timer >= 0;
 }
 
-static bool open_transport(kiv_program* program) {
-  const char* path = program->options->unix_path;
-  if (path == NULL) return add_connection(program, STDIN_FILENO, STDOUT_FILENO, false);
-  if (!kiv_unix_listen(&program->listener, path)) {
-    kiv_notice(KIV_NOTICE_ERROR, "%s", program->listener.problem);
-    return false;
-  }
-  kiv_notice(KIV_NOTICE_NOTICE, "listening at %s", path);
-  return true;
-}
-
 static void close_all(kiv_program* program) {
   while (program->connections[0] != NULL) remove_connection(program, 0);
-  kiv_unix_close(&program->listener);
+  kiv_transport_close(&program->transport);
   kiv_board_destroy(&program->board);
   if (program->signals >= 0) close(program->signals);
   if (program->timer >= 0) close(program->timer);
@@ -266,9 +257,11 @@ int kiv_program_run(const kiv_options* options) {
   kiv_program program;
   memset(&program, 0, sizeof program);
   program.options = options;
-  program.listener.socket = -1;
   set_up_agent(&program);
-  const bool open = open_descriptors(&program) && open_transport(&program);
+  const bool open = open_descriptors(&program) &&
+                    kiv_transport_open(&program.transport, options, take_new_host, &program) &&
+                    !program.stop;
+  if (open) set_timer(&program);
   while (open && !program.stop) turn(&program);
   close_all(&program);
   return open ? 0 : 1;

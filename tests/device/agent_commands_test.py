@@ -411,6 +411,37 @@ class StoredItems(CommandTest):
         self.assertEqual(outside.read_bytes(), before)
         self.assertEqual(self.read(6), nv_item(6, b"inside"))
 
+    def test_no_name_in_the_folder_leads_out_of_it(self):
+        outside = pathlib.Path(self.folder.name) / "outside"
+        outside.mkdir()
+        (outside / "precious").write_text("kept")
+        self.write(1, b"x")
+        nv = self.data / "nv"
+        for name in ("00000002.tmp", "00000002", "00010000.tmp", "00010000"):
+            (nv / name).unlink(missing_ok=True)
+            (nv / name).symlink_to(outside / "precious")
+        self.write(2, b"inside")
+        self.assertEqual(self.read(2), nv_item(2, b"inside"))
+        self.ask(NOTE, text_body("inside"))
+        (nv / "00000003").mkdir()
+        self.assertEqual(self.result(NV_WRITE, nv_item(3, b"x")), 706)
+        self.assertEqual(self.result(NV_READ, struct.pack("<H", 3)), 706)
+        self.assertEqual([path.name for path in outside.iterdir()], ["precious"])
+        self.assertEqual((outside / "precious").read_text(), "kept")
+
+    def test_a_linked_folder_of_items_is_not_entered(self):
+        outside = pathlib.Path(self.folder.name) / "outside"
+        outside.mkdir()
+        self.data.mkdir(parents=True)
+        (self.data / "nv").symlink_to(outside)
+        self.assertEqual(self.result(NV_WRITE, nv_item(1, b"x")), 706)
+        self.assertEqual(self.result(NOTE, text_body("x")), 706)
+        self.assertEqual(self.result(NV_READ, struct.pack("<H", 1)), 706)
+        self.assertEqual(list(outside.iterdir()), [])
+        (self.data / "nv").unlink()
+        self.write(1, b"x")  # and it still serves
+        self.assertEqual(self.read(1), nv_item(1, b"x"))
+
     def test_a_fifo_in_the_folder_holds_nothing_up(self):
         self.write(7, b"x")
         os.mkfifo(self.data / "nv" / "00000008")

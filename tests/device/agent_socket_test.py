@@ -210,9 +210,10 @@ class CommandLine(unittest.TestCase):
         self.assertEqual(self.run_agent("--version"), (0, f"kivagent {version}\n", ""))
         status, text, errors = self.run_agent("--help")
         self.assertEqual((status, errors), (0, ""))
-        for option in ("--stdio", "--unix PATH", "--data DIR", "--name NAME", "--variant N",
+        for option in ("--stdio", "--unix PATH", "--tcp PORT", "--serial DEV", "--data DIR", "--name NAME", "--variant N",
                        "--product N", "--allow-root", "--version", "--help"):
             self.assertIn(f"\n  {option} ", text)
+        self.assertIn("\n  --token-file FILE\n", text)
 
     def test_wrong_usage_ends_with_2_and_names_the_word(self):
         for arguments, problem in (
@@ -238,9 +239,29 @@ class CommandLine(unittest.TestCase):
                                     stdin=subprocess.DEVNULL, timeout=PATIENCE_S)
             self.assertEqual(result.returncode, 0, closing)
 
+    def test_the_first_absolute_folder_of_the_environment_counts(self):
+        with tempfile.TemporaryDirectory(prefix="kivagent-") as folder:
+            for environment, place in (
+                    ({"KIV_DATA_DIR": f"{folder}/k", "XDG_DATA_HOME": f"{folder}/x"}, "k/kivagent"),
+                    ({"KIV_DATA_DIR": "relative", "XDG_DATA_HOME": f"{folder}/x"}, "x/kivagent"),
+                    ({"KIV_DATA_DIR": "", "XDG_DATA_HOME": "", "HOME": f"{folder}/h"},
+                     "h/.local/share/kivagent")):
+                with AgentProcess(data=f"{folder}/d", env=environment) as agent:
+                    agent.peer.greet()
+                    agent.peer.ask(NV_WRITE, struct.pack("<HH32s", 9, 1, b"x"))
+                self.assertTrue(pathlib.Path(folder, "d/nv/00000009").is_file())  # --data first
+                with subprocess.Popen([str(AGENT), "--allow-root"], stdin=subprocess.PIPE,
+                                      stdout=subprocess.PIPE, bufsize=0, env=environment,
+                                      cwd=folder) as process:
+                    peer = Peer(process.stdout.fileno(), process.stdin.fileno())
+                    peer.greet()
+                    peer.ask(NV_WRITE, struct.pack("<HH32s", 8, 1, b"x"))
+                self.assertTrue(pathlib.Path(folder, place, "nv/00000008").is_file(), place)
+                self.assertFalse(pathlib.Path(folder, "relative").exists())
+
     def test_stored_items_go_where_the_environment_says(self):
         with tempfile.TemporaryDirectory(prefix="kivagent-") as folder:
-            for name, place in (("XDG_DATA_HOME", "kivagent"),
+            for name, place in (("KIV_DATA_DIR", "kivagent"), ("XDG_DATA_HOME", "kivagent"),
                                 ("HOME", ".local/share/kivagent")):
                 with subprocess.Popen([str(AGENT), "--allow-root"], stdin=subprocess.PIPE,
                                       stdout=subprocess.PIPE, bufsize=0,

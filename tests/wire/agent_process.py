@@ -15,10 +15,11 @@ AGENT = pathlib.Path(os.environ.get("KIV_BUILD_DIR", "build/gcc")) / "bin" / "ki
 class AgentProcess:
     """An agent over pipes. Use as a context manager; `peer` talks to it."""
 
-    def __init__(self, *arguments, data, allow_root=True, **popen):
+    def __init__(self, *arguments, data, allow_root=True, prefix=(), **popen):
+        """`prefix` is a program that starts the agent, with its arguments."""
         root = ["--allow-root"] if allow_root else []
         self.process = subprocess.Popen(
-            [str(AGENT), "--data", str(data), *root, *arguments], stdin=subprocess.PIPE,
+            [*prefix, str(AGENT), "--data", str(data), *root, *arguments], stdin=subprocess.PIPE,
             stdout=subprocess.PIPE, stderr=subprocess.PIPE, bufsize=0, **popen)
         self.peer = Peer(self.process.stdout.fileno(), self.process.stdin.fileno())
 
@@ -62,6 +63,32 @@ class SocketAgent(AgentProcess):
         connection = socket.socket(socket.AF_UNIX)
         connection.connect(str(self.path))  # blocks while the agent's queue of new hosts is full
         return connection
+
+
+def token_bytes(token):
+    """What a TCP connection begins with."""
+    return b"KIV-TOKN" + bytes([len(token)]) + token
+
+
+class TcpAgent(AgentProcess):
+    """An agent behind a TCP port of the loopback; ready when the constructor returns."""
+
+    def __init__(self, *arguments, token_file, data, place="0", **more):
+        super().__init__("--tcp", place, "--token-file", str(token_file), *arguments, data=data,
+                         **more)
+        self.notice = self.first_notice()
+        self.address = self.notice.removeprefix("kivagent: listening at ").rstrip("\n")
+        host, _, port = self.address.rpartition(":")
+        self.place = (host.strip("[]"), int(port)) if port.isdigit() else None
+
+    def connect(self):
+        return socket.create_connection(self.place, timeout=PATIENCE_S)
+
+
+def processor_ticks(pid):
+    """Processor time that a process has taken, in ticks of the system's clock."""
+    fields = pathlib.Path(f"/proc/{pid}/stat").read_text().rsplit(")", 1)[1].split()
+    return int(fields[11]) + int(fields[12])
 
 
 def memory_kib(pid):
