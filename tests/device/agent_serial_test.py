@@ -62,17 +62,21 @@ class SerialTest(unittest.TestCase):
     def opened(self, baud=115200):
         return f"kivagent: serial port {self.port.path} is open, {baud} baud\n"
 
+    def start_plugged_in(self):
+        """Nobody can write to a terminal whose other end is not open yet."""
+        self.port.plug_in()
+        agent = self.start()
+        self.assertEqual(agent.first_notice(), self.opened())
+        return agent
+
     def greet(self):
-        """Greets; what was sent before the port was open may have gone, so with a new peer."""
         self.assertEqual(self.port.peer.greet().head.result, 0)
         return self.port.peer
 
 
 class ThePort(SerialTest):
     def test_is_raw_and_lets_every_byte_through(self):
-        self.port.plug_in()
-        agent = self.start()
-        self.assertEqual(agent.first_notice(), self.opened())
+        self.start_plugged_in()
         (inputs, outputs, controls, locals_), speeds = self.port.mode()
         self.assertEqual((inputs, outputs, locals_), (termios.IGNBRK, 0, 0))
         self.assertEqual(controls & (termios.CSIZE | termios.PARENB | termios.CSTOPB | termios.CREAD |
@@ -135,8 +139,7 @@ class ThePort(SerialTest):
         self.assertEqual(agent.terminate(), 0)
 
     def test_that_is_gone_costs_no_processor_time(self):
-        self.port.plug_in()
-        agent = self.start()
+        agent = self.start_plugged_in()
         self.greet()
         self.port.unplug()
         ticks = processor_ticks(agent.process.pid)
@@ -146,8 +149,7 @@ class ThePort(SerialTest):
         self.assertLess(used_s, 0.2)
 
     def test_that_nobody_reads_costs_no_processor_time_and_keeps_confirmations(self):
-        self.port.plug_in()
-        agent = self.start()
+        agent = self.start_plugged_in()
         peer = self.greet()
         peer.ask(LINK_FAULT, struct.pack("<BII", 6, 1_000_000, 1))
         ticks = processor_ticks(agent.process.pid)
@@ -160,8 +162,7 @@ class ThePort(SerialTest):
         self.assertEqual(peer.gaps, 0)
 
     def test_takes_noise_for_what_it_is(self):
-        self.port.plug_in()
-        self.start()
+        self.start_plugged_in()
         peer = self.port.peer
         peer.send_bytes(b"login: \r\n\x03\x1a\x04\x11\x13" + bytes(range(256)).replace(b"\x7e", b""))
         peer = self.greet()
