@@ -17,7 +17,8 @@ def greeting_body(name=b"scripted", fingerprint=b""):
 class ScriptedDevice:
     """Listens on a Unix socket; `answer(device, head, body)` is called for each whole request.
 
-    Threads: one of its own a device; the recorded messages may be read when a test knows they are in.
+    Threads: one of its own a device; a test may send from its own beside it. The recorded messages may be
+    read when a test knows they are in.
     """
 
     def __init__(self, path, answer, name=b"scripted", fingerprint=b"", greet=True):
@@ -31,6 +32,7 @@ class ScriptedDevice:
         self._connection = None
         self._sequence = 0
         self._closing = False
+        self._writing = threading.RLock()  # one whole message at a time
         self._thread = threading.Thread(target=self._serve, daemon=True)
         self._thread.start()
 
@@ -49,12 +51,29 @@ class ScriptedDevice:
                 self._connection.shutdown(socket.SHUT_RDWR)
 
     def send(self, head, body=b""):
-        line, count = frames.encode_message(head, body, self._sequence)
-        self._sequence += count
-        self._connection.sendall(line)
+        with self._writing:
+            line, count = frames.encode_message(head, body, self._sequence)
+            self._sequence += count
+            self._connection.sendall(line)
 
-    def send_raw(self, line):
-        self._connection.sendall(line)
+    def send_many(self, head, bodies):
+        """One message a body, written in one piece."""
+        with self._writing:
+            lines = []
+            for body in bodies:
+                line, count = frames.encode_message(head, body, self._sequence)
+                self._sequence += count
+                lines.append(line)
+            self._connection.sendall(b"".join(lines))
+
+    def send_raw(self, line, frames_in_it=0):
+        """Bytes as they are; `frames_in_it` numbers are used up."""
+        with self._writing:
+            self._sequence += frames_in_it
+            self._connection.sendall(line)
+
+    def next_sequence(self):
+        return self._sequence
 
     def confirm(self, head, body=b"", result=0):
         self.send(frames.Head(frames.CNF, id=head.id, tag=head.tag, word16=head.word16,
