@@ -191,6 +191,7 @@ class ScratchSetup {
   std::string Path(const std::string& name) const {
     return directory_.path().toStdString() + "/" + name;
   }
+  std::wstring WidePath() const { return directory_.path().toStdWString(); }
 
  private:
   QTemporaryDir directory_;
