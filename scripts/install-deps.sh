@@ -17,7 +17,7 @@ declare -A packages=(
          libdeflate-dev libpugixml-dev libreadline-dev"
   [check]="libgtest-dev libgmock-dev python3 python3-jsonschema binutils util-linux strace tshark
            qttools5-dev-tools openssh-client iproute2"
-  [bench]="libbenchmark-dev"
+  [bench]="libbenchmark-dev libprotobuf-dev protobuf-compiler python3"
   [package]="dpkg-dev file"
   [full]="clang libclang-rt-dev llvm clang-format clang-tidy"
 )

@@ -1,0 +1,85 @@
+// A received body to the rendered text.
+#include <benchmark/benchmark.h>
+
+#include <string_view>
+
+#include "bench/bench_rows.h"
+#include "bench/limit_codec.h"
+#include "bench/peer_codec.h"
+#include "link/render/render.h"
+#include "platform/bounded/pool.h"
+
+namespace {
+
+using bench_shapes::Sample;
+using bench_shapes::Shape;
+
+// Confirmations of the benches have bodies, so no result code is ever asked for.
+class NoTexts : public SvcKivClass::ResultCodeTexts {
+ public:
+  QCString GetResultCodeText(std::uint32_t) const override { return {}; }
+};
+
+SvcKivClass::ReplyDescriptor ReplyOf(const Sample& sample) {
+  SvcKivClass::ReplyDescriptor reply;
+  reply.cmdId = sample.cmdId;
+  reply.body = sample.body.data();
+  reply.bodyLengthBytes = static_cast<std::uint32_t>(sample.body.size());
+  return reply;
+}
+
+void Ours(benchmark::State& state, Shape shape) {
+  const Sample& sample = bench_shapes::SampleOf(shape);
+  const SvcKivClass::ReplyDescriptor reply = ReplyOf(sample);
+  const NoTexts texts;
+  for (auto _ : state) {
+    QCString text;
+    SvcKivClass::RenderReply(texts, text, reply, reply.cmdId, {});
+    benchmark::DoNotOptimize(text.c_str());
+  }
+}
+
+template <typename Render>
+void Other(benchmark::State& state, Shape shape, Render render) {
+  const Sample& sample = bench_shapes::SampleOf(shape);
+  for (auto _ : state) {
+    std::size_t lengthChars = 0;
+    wchar_t* const text = render(shape, sample.body, &lengthChars);
+    benchmark::DoNotOptimize(text);
+    PoolFree(text);
+  }
+}
+
+void Limit(benchmark::State& state, Shape shape) { Other(state, shape, limit::Render); }
+void Peer(benchmark::State& state, Shape shape) { Other(state, shape, peer::Render); }
+
+void RequireSameWork(Shape shape) {
+  const Sample& sample = bench_shapes::SampleOf(shape);
+  const SvcKivClass::ReplyDescriptor reply = ReplyOf(sample);
+  QCString ours;
+  SvcKivClass::RenderReply(NoTexts(), ours, reply, reply.cmdId, {});
+  for (const auto render : {limit::Render, peer::Render}) {
+    std::size_t lengthChars = 0;
+    wchar_t* const text = render(shape, sample.body, &lengthChars);
+    bench_rows::Require(text != nullptr && ours.view() == std::wstring_view(text + 1, lengthChars),
+                        std::string("texts of ") + sample.name);
+    PoolFree(text);
+  }
+}
+
+const bool kRegistered = [] {
+  for (const Shape shape : bench_shapes::kShapes) {
+    const auto checked = [shape](auto function) {
+      return [shape, function](benchmark::State& state) {
+        RequireSameWork(shape);
+        function(state, shape);
+      };
+    };
+    bench_rows::Register("body_to_text", shape, bench_rows::kOurs, checked(Ours));
+    bench_rows::Register("body_to_text", shape, bench_rows::kLimit, checked(Limit));
+    bench_rows::Register("body_to_text", shape, bench_rows::kPeer, checked(Peer));
+  }
+  return true;
+}();
+
+}  // namespace
