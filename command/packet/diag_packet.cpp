@@ -1,10 +1,12 @@
 #include "command/packet/diag_packet.h"
 
 #include <string>
+#include <utility>
 
 #include "command/packet/packet_texts.h"
 #include "params/default_fill.h"
 #include "params/param_line_parser.h"
+#include "params/quick_fill.h"
 #include "platform/base/result_codes.h"
 #include "platform/bounded/bounded.h"
 #include "platform/bounded/pool.h"
@@ -27,10 +29,15 @@ std::uint32_t NoteStructure(CParamNode* node, void* stringTyped, std::uint32_t /
   return 0;
 }
 
+// Names belong to the shape of a tree, so the walk is made once for each command.
 bool IsStringTypedTree(CParamNode& root) {
+  const void* const known = root.GetLayoutNote(LayoutNote::kTextType);
+  if (known != nullptr) return *static_cast<const bool*>(known);
   bool stringTyped = false;
   root.ParseNodes(NoteStructure, &stringTyped, 0);
-  return stringTyped || IsStringTypeName(root.GetTypeName());
+  stringTyped = stringTyped || IsStringTypeName(root.GetTypeName());
+  root.KeepLayoutNote(LayoutNote::kTextType, &stringTyped, sizeof stringTyped);
+  return stringTyped;
 }
 
 QCString WithNumber(const char* text, std::uint32_t number) {
@@ -46,6 +53,7 @@ DiagPacket::~DiagPacket() { FreeBody(); }
 
 std::uint32_t DiagPacket::QueryDefaults() {
   const std::uint32_t status = codec_.QueryDefaultParam(cmdId_, CmdIdType::Any, tree_);
+  hasDefaults_ = status == 0;
   if (status == 0) {
     stringTyped_ = IsStringTypedTree(tree_);
     return 0;
@@ -60,6 +68,7 @@ void DiagPacket::SplitRest(const QCString& parameterRest) { split_ = SplitMacPat
 std::uint32_t DiagPacket::FillParameters() {
   if (stringTyped_ || split_.rest.IsEmpty()) return 0;
   ClearFillErrorText();  // some failures have no text, and an older one must not show
+  if (std::exchange(hasDefaults_, false) && QuickFill(tree_, split_.rest.view())) return 0;
   ParamLineParser parser;
   if (parser.SetParamLine(split_.rest) == 0) {
     reply_ += Translated(texts::kLineNotParsed) + parser.GetErrorText();

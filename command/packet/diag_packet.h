@@ -53,6 +53,7 @@ class DiagPacket {
   CParamNode tree_;
   MacSplit split_;
   bool stringTyped_ = false;
+  bool hasDefaults_ = false;  // the tree's values are those that QueryDefaults gave it
   std::uint8_t* body_ = nullptr;
   std::uint32_t bodyLengthBytes_ = 0;
   QCString reply_;

@@ -31,9 +31,20 @@ FoundOption LastOption(const QCString& lowered) {
   return last;
 }
 
+// Whether the text can have an option at all: a dash with one of their letters behind it.
+bool MayHaveOption(std::wstring_view text) {
+  for (std::size_t at = text.find(L'-'); at != text.npos; at = text.find(L'-', at + 1)) {
+    if (at + 1 == text.size()) return false;
+    const wchar_t letter = ToLowerChar(text[at + 1]);
+    if (letter == L'r' || letter == L'd') return true;
+  }
+  return false;
+}
+
 }  // namespace
 
 MacSplit SplitMacPath(const QCString& parameterRest) {
+  if (!MayHaveOption(parameterRest.view())) return {parameterRest, QCString()};
   const QCString lowered = parameterRest.ToLower();
   const FoundOption option = LastOption(lowered);
   if (option.at == QCString::npos) return {parameterRest, QCString()};

@@ -12,6 +12,8 @@ namespace {
 
 constexpr FieldLayout kEmptyRoot{};
 
+static_assert(static_cast<std::size_t>(LayoutNote::kCount) == TreeLayout::kNotePlaces);
+
 // Bytes of a value that fit both the node and 64 bits.
 std::uint32_t ValueWidth(const FieldLayout& field) noexcept {
   return std::min({field.elementBytes, field.storageBytes, std::uint32_t{8}});
@@ -31,11 +33,24 @@ ParamTreeBlock* ParamTreeBlock::Make(CParamNode& root,
   if (memory == nullptr) return nullptr;
   auto* nodes = reinterpret_cast<CParamNode*>(memory + sizeof(ParamTreeBlock));
   std::uint8_t* body = memory + sizeof(ParamTreeBlock) + nodesBytes;
-  auto* block = new (memory) ParamTreeBlock{layout, &root, nodes, body};
+  return new (memory) ParamTreeBlock{layout, &root, nodes, body, false};
+}
+
+void ParamTreeBlock::MakeNodes() noexcept {
+  const std::vector<FieldLayout>& fields = layout->Fields();
   for (std::size_t i = 1; i < fields.size(); ++i) {
-    new (nodes + i) CParamNode(&fields[i], body + fields[i].offsetBytes, block);
+    new (nodes + i) CParamNode(&fields[i], body + fields[i].offsetBytes, this);
   }
-  return block;
+  nodesMade = true;
+}
+
+void ParamTreeBlock::FillBody(const std::uint8_t* from) noexcept {
+  if (layout->BodyBytes() != 0) {
+    std::memcpy(body, from != nullptr ? from : layout->Defaults().data(), layout->BodyBytes());
+  }
+  for (const TreeLayout::Gap& gap : layout->Gaps()) {
+    std::memset(body + gap.offsetBytes, 0, gap.lengthBytes);
+  }
 }
 
 std::uint32_t ParamTreeBlock::Fill(CParamNode& root,
@@ -48,13 +63,7 @@ std::uint32_t ParamTreeBlock::Fill(CParamNode& root,
     root.field_ = layout->Fields().data();
     root.bytes_ = root.block_->body + root.field_->offsetBytes;
   }
-  if (layout->BodyBytes() != 0) {
-    std::memcpy(root.block_->body, body != nullptr ? body : layout->Defaults().data(),
-                layout->BodyBytes());
-  }
-  for (const TreeLayout::Gap& gap : layout->Gaps()) {
-    std::memset(root.block_->body + gap.offsetBytes, 0, gap.lengthBytes);
-  }
+  root.block_->FillBody(body);
   return result::kOk;
 }
 
@@ -140,6 +149,26 @@ std::uint32_t CParamNode::SetValueBuf(const std::uint8_t* bytes,
   std::memset(bytes_ + lengthBytes, 0,
               field_->storageBytes - static_cast<std::size_t>(lengthBytes));
   return result::kOk;
+}
+
+std::uint8_t* CParamNode::GetBody() noexcept { return block_ != nullptr ? block_->body : nullptr; }
+std::uint32_t CParamNode::GetBodyBytes() const noexcept {
+  return block_ != nullptr ? block_->layout->BodyBytes() : 0;
+}
+std::uint32_t CParamNode::GetOffsetInBody() const noexcept { return field_->offsetBytes; }
+
+void CParamNode::ResetBody() noexcept {
+  if (block_ != nullptr) block_->FillBody(nullptr);
+}
+
+const void* CParamNode::GetLayoutNote(LayoutNote place) const noexcept {
+  return block_ != nullptr ? block_->layout->Note(static_cast<std::size_t>(place)) : nullptr;
+}
+
+const void* CParamNode::KeepLayoutNote(LayoutNote place, const void* bytes,
+                                       std::size_t lengthBytes) const noexcept {
+  if (block_ == nullptr) return nullptr;
+  return block_->layout->KeepNote(static_cast<std::size_t>(place), bytes, lengthBytes);
 }
 
 CParamNode* CParamNode::GetFirstChild() noexcept {

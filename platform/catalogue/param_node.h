@@ -13,6 +13,7 @@
 // again. Errors: statuses, 0 on success.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 
@@ -21,6 +22,9 @@
 class CParamNode;
 struct ParamTreeBlock;
 struct FieldLayout;
+
+// Places for what is worked out once for all trees of one shape, see KeepLayoutNote.
+enum class LayoutNote : std::uint32_t { kTextType, kFill, kRows, kRowsOnOneLine, kCount };
 
 // `depth` of the root is the starting depth. A non-zero answer stops the walk.
 using ParseNodesCallback = std::uint32_t (*)(CParamNode* node, void* user, std::uint32_t depth);
@@ -57,6 +61,23 @@ class KIVPLATFORM_API CParamNode {
   // Copies into the node's bytes. A shorter length zeroes the rest (the last chunk of a file is
   // short); a longer one gives a status and changes nothing.
   std::uint32_t SetValueBuf(const std::uint8_t* bytes, std::uint64_t lengthBytes) noexcept;
+
+  // The packed body of the whole tree, null for an empty root. What a walk finds behind
+  // GetOffsetInBody and the sizes of a node is found there directly.
+  std::uint8_t* GetBody() noexcept;
+  std::uint32_t GetBodyBytes() const noexcept;
+  // Where the node's own bytes begin in the body.
+  std::uint32_t GetOffsetInBody() const noexcept;
+  // Gives the body its defaults again; an empty root has none.
+  void ResetBody() noexcept;
+  // A note is plain bytes that belong to the shape of the tree, not to its values: kept with the
+  // layout that all trees of a command share, so that what is worked out from names, kinds and sizes
+  // is worked out once. Null when there is none yet. Any thread; lives as long as the tree.
+  const void* GetLayoutNote(LayoutNote place) const noexcept;
+  // Copies the bytes, which are aligned as for any type. When another thread was first, its note
+  // stays. Null for an empty root and when there is no memory.
+  const void* KeepLayoutNote(LayoutNote place, const void* bytes,
+                             std::size_t lengthBytes) const noexcept;
 
   CParamNode* GetFirstChild() noexcept;
   CParamNode* GetNextNeighbor() noexcept;

@@ -1,5 +1,6 @@
 // ParamTreeBlock: the one block of memory behind a value tree: the layout's share, a node object
-// for each field, and the body. Only the root is elsewhere: it is the caller's object.
+// for each field, and the body. Only the root is elsewhere: it is the caller's object. The node
+// objects are made when somebody first walks the tree: filling a body and rendering one do not.
 //
 // Threads: as the tree. Owns the block, which is from the pool.
 // Errors: 500 when the pool has no memory.
@@ -28,14 +29,19 @@ struct ParamTreeBlock {
   // Null for FieldLayout::kNone.
   CParamNode* NodeAt(std::uint32_t index) noexcept {
     if (index == FieldLayout::kNone) return nullptr;
+    if (!nodesMade) MakeNodes();
     return index == 0 ? root : nodes + index;
   }
+  // The layout's defaults for null, else as many bytes as the body has.
+  void FillBody(const std::uint8_t* from) noexcept;
 
   std::shared_ptr<const TreeLayout> layout;
   CParamNode* root;
   CParamNode* nodes;  // the first stands for the root and is not used
   std::uint8_t* body;
+  bool nodesMade;
 
  private:
+  void MakeNodes() noexcept;
   static ParamTreeBlock* Make(CParamNode& root, const std::shared_ptr<const TreeLayout>& layout);
 };

@@ -1,5 +1,24 @@
 #include "platform/catalogue/tree_layout.h"
 
+#include <cstdlib>
+#include <cstring>
+
+TreeLayout::~TreeLayout() {
+  for (std::atomic<void*>& note : notes_) std::free(note.load(std::memory_order_relaxed));
+}
+
+const void* TreeLayout::KeepNote(std::size_t place, const void* bytes,
+                                 std::size_t lengthBytes) const noexcept {
+  if (place >= kNotePlaces || lengthBytes == 0) return nullptr;
+  void* const copy = std::malloc(lengthBytes);
+  if (copy == nullptr) return nullptr;
+  std::memcpy(copy, bytes, lengthBytes);
+  void* first = nullptr;
+  if (notes_[place].compare_exchange_strong(first, copy, std::memory_order_acq_rel)) return copy;
+  std::free(copy);
+  return first;
+}
+
 bool TreeLayoutBuilder::Add(const FieldLayout& field, std::wstring_view variableName,
                             std::wstring_view typeName) {
   std::vector<FieldLayout>& fields = layout_->fields_;

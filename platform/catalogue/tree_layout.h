@@ -6,6 +6,9 @@
 // Errors: building throws std::bad_alloc; whoever builds one turns that into status 500.
 #pragma once
 
+#include <array>
+#include <atomic>
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -46,9 +49,17 @@ struct FieldLayout {
   bool takesBytes = false;  // SetValueBuf works
 };
 
-// The immutable shape that all trees of one structure share.
+// The immutable shape that all trees of one structure share. What others worked out from it can be
+// kept with it as notes: each is set once and never changed.
 class TreeLayout {
  public:
+  static constexpr std::size_t kNotePlaces = 4;
+
+  TreeLayout() = default;
+  ~TreeLayout();
+  TreeLayout(const TreeLayout&) = delete;
+  TreeLayout& operator=(const TreeLayout&) = delete;
+
   const std::vector<FieldLayout>& Fields() const noexcept { return fields_; }
   // The body's default content; its size is the size of the body.
   const std::vector<std::uint8_t>& Defaults() const noexcept { return defaults_; }
@@ -60,12 +71,21 @@ class TreeLayout {
   };
   const std::vector<Gap>& Gaps() const noexcept { return gaps_; }
 
+  // Null while there is none, and for a place that does not exist.
+  const void* Note(std::size_t place) const noexcept {
+    return place < kNotePlaces ? notes_[place].load(std::memory_order_acquire) : nullptr;
+  }
+  // Keeps a copy; the first one stays. Null when there is no memory.
+  const void* KeepNote(std::size_t place, const void* bytes,
+                       std::size_t lengthBytes) const noexcept;
+
  private:
   friend class TreeLayoutBuilder;
   std::vector<FieldLayout> fields_;
   std::vector<Gap> gaps_;
   std::vector<std::uint8_t> defaults_;
   std::wstring names_;  // zero-terminated, one behind the other
+  mutable std::array<std::atomic<void*>, kNotePlaces> notes_{};
 };
 
 // Adds nodes in document order.
