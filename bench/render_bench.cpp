@@ -33,9 +33,10 @@ void Ours(benchmark::State& state, Shape shape) {
   const SvcKivClass::ReplyDescriptor reply = ReplyOf(sample);
   const NoTexts texts;
   for (auto _ : state) {
-    QCString text;
-    SvcKivClass::RenderReply(texts, text, reply, reply.cmdId, {});
-    benchmark::DoNotOptimize(text.c_str());
+    wchar_t* text = nullptr;
+    SvcKivClass::RenderReplyForView(texts, reply, reply.cmdId, {}, &text);
+    benchmark::DoNotOptimize(text);
+    PoolFree(text);
   }
 }
 
@@ -56,15 +57,18 @@ void Peer(benchmark::State& state, Shape shape) { Other(state, shape, peer::Rend
 void RequireSameWork(Shape shape) {
   const Sample& sample = bench_shapes::SampleOf(shape);
   const SvcKivClass::ReplyDescriptor reply = ReplyOf(sample);
-  QCString ours;
-  SvcKivClass::RenderReply(NoTexts(), ours, reply, reply.cmdId, {});
+  wchar_t* ours = nullptr;
+  bench_rows::Require(
+      SvcKivClass::RenderReplyForView(NoTexts(), reply, reply.cmdId, {}, &ours) && ours != nullptr,
+      std::string("our text of ") + sample.name);
   for (const auto render : {limit::Render, peer::Render}) {
     std::size_t lengthChars = 0;
     wchar_t* const text = render(shape, sample.body, &lengthChars);
-    bench_rows::Require(text != nullptr && ours.view() == std::wstring_view(text + 1, lengthChars),
+    bench_rows::Require(text != nullptr && std::wstring_view(ours) == std::wstring_view(text, lengthChars + 1),
                         std::string("texts of ") + sample.name);
     PoolFree(text);
   }
+  PoolFree(ours);
 }
 
 const bool kRegistered = [] {

@@ -97,6 +97,8 @@ class CmdCtrl : public QObject, public SvcKivClass::ReplyHandlers {
                           std::uint32_t bodyLengthBytes,
                           const SvcKivClass::ReplyDescriptor& reply) override;
   // Leaves the text as it is; for derived controllers.
+  // The controller leaves texts as they are.
+  bool HooksTexts() const override { return false; }
   void HookText(std::uint32_t kind, QCString& text, std::uint32_t cmdId) override;
 
  public Q_SLOTS:

@@ -43,6 +43,15 @@ void TraceRecord(std::uint32_t index, const ReplyDescriptor& reply) {
   });
 }
 
+void TraceKind(const ReplyDescriptor& reply) {
+  Trace(reply.isInd != 0 ? L"[LirnKivClient::ReceiveCmd]revice IND CMD"
+                         : L"[LirnKivClient::ReceiveCmd]revice CNF CMD");
+}
+
+bool HasBody(const ReplyDescriptor& reply) {
+  return reply.body != nullptr && reply.bodyLengthBytes > 0;
+}
+
 }  // namespace
 
 LirnKivClient::LirnKivClient(const wchar_t* name, const LirnKivClientParts& parts)
@@ -98,6 +107,8 @@ std::int32_t LirnKivClient::ReceiveOne(std::uint32_t index, const ReceivedPacket
   const ReplyDescriptor reply = DescriptorOf(record);
   TraceRecord(index, reply);
   if (IsTakenByHandler(reply) || !IsKept(reply)) return kShown;
+  const ReplyHandlers* const handlers = parts_.handlers.load(std::memory_order_acquire);
+  if (handlers == nullptr || !handlers->HooksTexts()) return ShowUnhooked(reply);
   QCString text;
   return ShowReply(reply, text);
 }
@@ -120,52 +131,59 @@ bool LirnKivClient::IsKept(const ReplyDescriptor& reply) const {
            reply.body[0] == kSilentFirstByte);
 }
 
-std::int32_t LirnKivClient::ShowReply(const ReplyDescriptor& reply, QCString& text) {
+ReplyDescriptor LirnKivClient::WithoutHead(const ReplyDescriptor& reply) const {
   const ReceivedBody inner = Unwrapped({reply.cmdId, reply.body, reply.bodyLengthBytes},
                                        sequence_.load(std::memory_order_relaxed));
   ReplyDescriptor shown = reply;
   shown.cmdId = inner.cmdId;
   shown.body = inner.body;
   shown.bodyLengthBytes = inner.lengthBytes;
+  return shown;
+}
 
+RenderFlags LirnKivClient::Flags() const {
+  const LiveSwitches& switches = parts_.switches;
+  return {switches.hexadecimal.load(std::memory_order_relaxed),
+          switches.oneLineArrays.load(std::memory_order_relaxed) != 0,
+          switches.showType.load(std::memory_order_relaxed) != 0};
+}
+
+std::int32_t LirnKivClient::ShowReply(const ReplyDescriptor& reply, QCString& text) {
+  const ReplyDescriptor shown = WithoutHead(reply);
   text.Empty();
-  if (shown.body != nullptr && shown.bodyLengthBytes > 0) {
-    const LiveSwitches& switches = parts_.switches;
-    const RenderFlags flags{switches.hexadecimal.load(std::memory_order_relaxed),
-                            switches.oneLineArrays.load(std::memory_order_relaxed) != 0,
-                            switches.showType.load(std::memory_order_relaxed) != 0};
-    RenderReply(*this, text, shown, shown.cmdId, flags);
+  if (HasBody(shown)) {
+    RenderReply(*this, text, shown, shown.cmdId, Flags());
   } else {
     text = GetResultCodeText(shown.resultCode);
   }
   RunHook(shown, text);
-  return SendText(text);
+  wchar_t* forView = nullptr;
+  return TextForView(text, &forView) ? SendBlock(forView) : kNoBuffer;
+}
+
+std::int32_t LirnKivClient::ShowUnhooked(const ReplyDescriptor& reply) {
+  const ReplyDescriptor shown = WithoutHead(reply);
+  wchar_t* forView = nullptr;
+  const bool hasBlock =
+      HasBody(shown) ? RenderReplyForView(*this, shown, shown.cmdId, Flags(), &forView)
+                     : TextForView(GetResultCodeText(shown.resultCode), &forView);
+  TraceKind(shown);
+  return hasBlock ? SendBlock(forView) : kNoBuffer;
 }
 
 void LirnKivClient::RunHook(const ReplyDescriptor& reply, QCString& text) const {
-  const bool isInd = reply.isInd != 0;
-  Trace(isInd ? L"[LirnKivClient::ReceiveCmd]revice IND CMD"
-              : L"[LirnKivClient::ReceiveCmd]revice CNF CMD");
+  TraceKind(reply);
   if (ReplyHandlers* handlers = parts_.handlers.load(std::memory_order_acquire)) {
-    handlers->HookText(isInd ? kHookInd : kHookCnf, text, reply.cmdId);
+    handlers->HookText(reply.isInd != 0 ? kHookInd : kHookCnf, text, reply.cmdId);
   }
 }
 
-std::int32_t LirnKivClient::SendText(const QCString& text) {
-  wchar_t* buffer = nullptr;
-  if (!text.IsEmpty()) {
-    const std::size_t lengthChars = text.GetLength();
-    buffer = static_cast<wchar_t*>(PoolMalloc((lengthChars + 2) * sizeof(wchar_t)));
-    if (buffer == nullptr) return kNoBuffer;
-    buffer[0] = L'\n';
-    std::wmemcpy(buffer + 1, text.c_str(), lengthChars);
-    buffer[lengthChars + 1] = L'\0';
-  }
+std::int32_t LirnKivClient::SendBlock(wchar_t* forView) {
   Trace([&] {
-    return QCString(L"[LirnKivClient::ReceiveCmd]text = ") + (buffer != nullptr ? buffer : L"");
+    return QCString(L"[LirnKivClient::ReceiveCmd]text = ") + (forView != nullptr ? forView : L"");
   });
-  parts_.sender.SVCSendMessage(SvcKivSpace::kReply, buffer);
-  if (buffer != nullptr) PoolFree(buffer);
+  parts_.sender.SVCSendMessage(SvcKivSpace::kReply, forView);
+  if (forView != nullptr) PoolFree(forView);
   return kShown;
 }
 

@@ -64,8 +64,13 @@ class LirnKivClient : public CLinkClientDiagCmd, public ResultCodeTexts {
   std::int32_t ReceiveOne(std::uint32_t index, const ReceivedPacket& record);
   bool IsTakenByHandler(const ReplyDescriptor& reply) const;
   bool IsKept(const ReplyDescriptor& reply) const;
+  ReplyDescriptor WithoutHead(const ReplyDescriptor& reply) const;
+  RenderFlags Flags() const;
+  // As ShowReply, when nobody wants the text on its way to the view.
+  std::int32_t ShowUnhooked(const ReplyDescriptor& reply);
   void RunHook(const ReplyDescriptor& reply, QCString& text) const;
-  std::int32_t SendText(const QCString& text);
+  // Sends and releases a block, which may be null.
+  std::int32_t SendBlock(wchar_t* forView);
 
   const std::uint32_t indicationSupport_;  // 0: a device generation without indications to show
   std::atomic<std::uint32_t> sequence_{0};

@@ -1,23 +1,10 @@
 #include "link/render/number_digits.h"
 
 #include <algorithm>
-#include <array>
 #include <bit>
 
 namespace SvcKivClass {
 namespace {
-
-// "00" to "99", two characters each.
-constexpr std::array<wchar_t, 200> MakePairs() {
-  std::array<wchar_t, 200> pairs{};
-  for (std::size_t i = 0; i < 100; ++i) {
-    pairs[2 * i] = static_cast<wchar_t>(L'0' + i / 10);
-    pairs[2 * i + 1] = static_cast<wchar_t>(L'0' + i % 10);
-  }
-  return pairs;
-}
-
-constexpr std::array<wchar_t, 200> kPairs = MakePairs();
 
 // The node's own bits as a signed number of 32.
 std::uint32_t SignExtended(std::uint32_t value, std::uint32_t widthBytes) {
@@ -30,20 +17,6 @@ std::uint32_t SignExtended(std::uint32_t value, std::uint32_t widthBytes) {
 bool IsNegative(std::uint32_t value) { return (value & 0x80000000u) != 0; }
 
 }  // namespace
-
-wchar_t* WriteDecimal(wchar_t* to, std::uint32_t value) {
-  std::array<wchar_t, 10> digits;
-  wchar_t* const end = digits.data() + digits.size();
-  wchar_t* first = end;
-  for (; value >= 100; value /= 100) {
-    const std::size_t pair = 2 * (value % 100);
-    *--first = kPairs[pair + 1];
-    *--first = kPairs[pair];
-  }
-  *--first = kPairs[2 * value + 1];
-  if (value >= 10) *--first = kPairs[2 * value];
-  return std::copy(first, end, to);
-}
 
 wchar_t* WriteHex(wchar_t* to, std::uint32_t value, std::uint32_t minDigits) {
   const auto valueDigits = static_cast<std::uint32_t>(std::bit_width(value) + 3) / 4;

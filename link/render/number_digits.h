@@ -4,6 +4,8 @@
 // Threads: any; no state.
 #pragma once
 
+#include <array>
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 
@@ -11,7 +13,49 @@ namespace SvcKivClass {
 
 inline constexpr std::size_t kMaxValueChars = 11;  // "-2147483648"
 
-wchar_t* WriteDecimal(wchar_t* to, std::uint32_t value);
+// "00" to "99", two characters each.
+inline constexpr std::array<wchar_t, 200> kDigitPairs = [] {
+  std::array<wchar_t, 200> pairs{};
+  for (std::size_t i = 0; i < 100; ++i) {
+    pairs[2 * i] = static_cast<wchar_t>(L'0' + i / 10);
+    pairs[2 * i + 1] = static_cast<wchar_t>(L'0' + i % 10);
+  }
+  return pairs;
+}();
+
+// For each count of bits: what, added to a number of so many bits, gives its count of decimal digits
+// in the upper 32 bits. A power of ten within the count carries one over.
+inline constexpr std::array<std::uint64_t, 33> kDigitCounts = [] {
+  std::array<std::uint64_t, 33> counts{};
+  for (std::uint32_t bits = 0; bits <= 32; ++bits) {
+    const std::uint64_t least = bits == 0 ? 0 : std::uint64_t{1} << (bits - 1);
+    std::uint64_t digits = 1;
+    std::uint64_t power = 10;  // the least number with one digit more
+    for (; power <= least; power *= 10) ++digits;
+    // Where the power is beyond this many bits, nothing may carry.
+    const bool isWithin = power < std::uint64_t{1} << bits;
+    counts[bits] = (digits << 32) + (isWithin ? (std::uint64_t{1} << 32) - power : 0);
+  }
+  return counts;
+}();
+
+inline std::uint32_t DecimalDigits(std::uint32_t value) noexcept {
+  return static_cast<std::uint32_t>(
+      (value + kDigitCounts[static_cast<std::size_t>(std::bit_width(value))]) >> 32);
+}
+
+inline wchar_t* WriteDecimal(wchar_t* to, std::uint32_t value) noexcept {
+  wchar_t* const end = to + DecimalDigits(value);
+  wchar_t* at = end;
+  for (; value >= 100; value /= 100) {
+    const wchar_t* const pair = &kDigitPairs[2 * (value % 100)];
+    *--at = pair[1];
+    *--at = pair[0];
+  }
+  *--at = kDigitPairs[2 * value + 1];
+  if (at != to) *--at = kDigitPairs[2 * value];
+  return end;
+}
 // Lower-case digits, padded with zeros to at least `minDigits`, 8 at most.
 wchar_t* WriteHex(wchar_t* to, std::uint32_t value, std::uint32_t minDigits);
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cwchar>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -9,8 +10,10 @@
 #include "link/render/number_digits.h"
 #include "link/render/render_texts.h"
 #include "link/render/row_block.h"
+#include "link/render/row_plan.h"
 #include "link/render/table_lines.h"
 #include "platform/base/result_codes.h"
+#include "platform/bounded/pool.h"
 #include "platform/catalogue/param_codec.h"
 #include "platform/text/decimal_number.h"
 #include "platform/text/qt_text.h"
@@ -36,32 +39,23 @@ const char* HandledText(std::uint32_t status) {
   return nullptr;
 }
 
-// A body on its way to lines.
-struct Decoded {
-  explicit Decoded(const RenderFlags& flags) : rows(flags) {}
-  CParamNode tree;  // the rows refer into it
-  RowBlock rows;
-  const char* handledText = nullptr;  // the one line instead of rows; not yet translated
-  bool resultCodeOnly = false;
-};
-
 bool HasNothingToShow(std::wstring_view title) {
   return QCString(title).MakeUpper().Find(L"NULL_STRU") != QCString::npos;
 }
 
-std::uint32_t DecodeRows(std::uint32_t cmdId, const ReplyDescriptor& reply, Decoded& decoded) {
+std::uint32_t DecodeTree(std::uint32_t cmdId, const ReplyDescriptor& reply, CParamNode& tree) {
   CParamCodec codec(L"");
   const std::uint32_t mode = reply.isInd != 0 ? DecodeDescriptor::kInd : DecodeDescriptor::kCnf;
   const DecodeDescriptor descriptor{cmdId, mode, reply.bodyLengthBytes};
-  const std::uint32_t status =
-      codec.Decode(descriptor, reply.body, decoded.tree, CategoryIdType::Any);
-  if (status != 0) {
-    decoded.handledText = HandledText(status);
-    return decoded.handledText != nullptr ? 0 : status;
-  }
-  decoded.rows.AddTree(decoded.tree);
-  decoded.resultCodeOnly = HasNothingToShow(decoded.rows.GetTitle());
-  return 0;
+  return codec.Decode(descriptor, reply.body, tree, CategoryIdType::Any);
+}
+
+// A text of planned rows.
+QCString PlannedText(CParamNode& tree, const RowPlan& plan, const RenderFlags& flags) {
+  std::wstring text(static_cast<std::size_t>(plan.roomChars), L'\0');
+  const wchar_t* const end = WriteRows(plan, tree.GetBody(), flags.hexadecimal, text.data());
+  text.resize(static_cast<std::size_t>(end - text.data()));
+  return QCString(std::move(text));
 }
 
 RowTexts RowOf(const RenderTable& table, std::size_t index) {
@@ -99,6 +93,27 @@ QCString AcknowledgedText(std::uint32_t cmdId) {
   return FromQString(QObject::tr(texts::kAcknowledged).arg(digits));
 }
 
+// The text of a reply whose tree has no plan of its rows, or that could not be decoded.
+QCString UnplannedText(const ResultCodeTexts& client, const ReplyDescriptor& reply,
+                       std::uint32_t cmdId, const RenderFlags& flags, CParamNode& tree,
+                       std::uint32_t status) {
+  if (status == 0) {
+    RowBlock rows(flags);
+    rows.AddTree(tree);
+    const bool isShown = rows.GetCount() != 0 && !HasNothingToShow(rows.GetTitle());
+    return isShown ? QCString(JoinedLines(rows)) : client.GetResultCodeText(reply.resultCode);
+  }
+  if (const char* const handled = HandledText(status)) return Translated(handled);
+  return client.GetResultCodeText(reply.resultCode) + AcknowledgedText(cmdId);
+}
+
+// Room for a line feed, `lengthChars` characters and a zero; the line feed is written.
+wchar_t* AllocateForView(std::size_t lengthChars) {
+  auto* const forView = static_cast<wchar_t*>(PoolMalloc((lengthChars + 2) * sizeof(wchar_t)));
+  if (forView != nullptr) *forView = L'\n';
+  return forView;
+}
+
 }  // namespace
 
 void RenderTable::AddRow(QCString name, QCString value, QCString comment) {
@@ -119,32 +134,59 @@ void RenderTable::Clear() {
 
 void RenderReply(const ResultCodeTexts& client, QCString& text, const ReplyDescriptor& reply,
                  std::uint32_t cmdId, const RenderFlags& flags) {
-  Decoded decoded(flags);
-  const std::uint32_t status = DecodeRows(cmdId, reply, decoded);
-  if (decoded.handledText != nullptr) {
-    text = Translated(decoded.handledText);
-  } else if (!decoded.resultCodeOnly && decoded.rows.GetCount() != 0) {
-    text = QCString(JoinedLines(decoded.rows));
+  CParamNode tree;
+  const std::uint32_t status = DecodeTree(cmdId, reply, tree);
+  const RowPlan* const plan = status == 0 ? RowPlanOf(tree, flags) : nullptr;
+  if (plan != nullptr) {
+    text = PlannedText(tree, *plan, flags);
   } else {
-    text = client.GetResultCodeText(reply.resultCode);
-    if (status != 0) text += AcknowledgedText(cmdId);
+    text = UnplannedText(client, reply, cmdId, flags, tree, status);
   }
+}
+
+bool RenderReplyForView(const ResultCodeTexts& client, const ReplyDescriptor& reply,
+                        std::uint32_t cmdId, const RenderFlags& flags, wchar_t** forView) {
+  CParamNode tree;
+  const std::uint32_t status = DecodeTree(cmdId, reply, tree);
+  const RowPlan* const plan = status == 0 ? RowPlanOf(tree, flags) : nullptr;
+  if (plan == nullptr) {
+    return TextForView(UnplannedText(client, reply, cmdId, flags, tree, status), forView);
+  }
+  *forView = AllocateForView(static_cast<std::size_t>(plan->roomChars));
+  if (*forView == nullptr) return false;
+  *WriteRows(*plan, tree.GetBody(), flags.hexadecimal, *forView + 1) = L'\0';
+  return true;
+}
+
+bool TextForView(const QCString& text, wchar_t** forView) {
+  *forView = nullptr;
+  if (text.IsEmpty()) return true;
+  *forView = AllocateForView(text.GetLength());
+  if (*forView == nullptr) return false;
+  std::wmemcpy(*forView + 1, text.c_str(), text.GetLength() + 1);
+  return true;
 }
 
 std::uint32_t DecodeReply(std::uint32_t cmdId, const ReplyDescriptor& reply,
                           const RenderFlags& flags, QCList<QCString>& lines, bool& resultCodeOnly) {
-  Decoded decoded(flags);
-  const std::uint32_t status = DecodeRows(cmdId, reply, decoded);
-  resultCodeOnly = decoded.resultCodeOnly;
-  if (decoded.handledText != nullptr) {
-    lines.AddTail(Translated(decoded.handledText));
-  } else if (!resultCodeOnly) {
-    const RowBlock& rows = decoded.rows;
+  CParamNode tree;
+  resultCodeOnly = false;
+  const std::uint32_t status = DecodeTree(cmdId, reply, tree);
+  if (status != 0) {
+    const char* const handled = HandledText(status);
+    if (handled == nullptr) return status;
+    lines.AddTail(Translated(handled));
+    return 0;
+  }
+  RowBlock rows(flags);
+  rows.AddTree(tree);
+  resultCodeOnly = HasNothingToShow(rows.GetTitle());
+  if (!resultCodeOnly) {
     AddLines(
         rows.GetTitle(), {rows.GetNameWidth(), flags.showType}, rows.GetCount(),
         [&rows](std::size_t i) { return rows.GetAt(i); }, lines);
   }
-  return status;
+  return 0;
 }
 
 std::uint32_t RenderNode(CParamNode* node, void* user, std::uint32_t /*depth*/) {
@@ -177,6 +219,7 @@ QCString FormatNumber(std::uint32_t elementBytes, const QCString& decimalText) {
 }
 
 QCString RenderTree(CParamNode& root, const RenderFlags& flags) {
+  if (const RowPlan* const plan = RowPlanOf(root, flags)) return PlannedText(root, *plan, flags);
   RowBlock rows(flags);
   rows.AddTree(root);
   return QCString(JoinedLines(rows));

@@ -58,6 +58,12 @@ struct ReplyDescriptor {
 // Fills `text` with the whole text of a reply that has a body.
 void RenderReply(const ResultCodeTexts& client, QCString& text, const ReplyDescriptor& reply,
                  std::uint32_t cmdId, const RenderFlags& flags);
+// The same text as the view gets it: a block of the pool with a line feed in front and a zero behind,
+// which the caller releases; null for an empty text. False, and null, when the pool has no block.
+bool RenderReplyForView(const ResultCodeTexts& client, const ReplyDescriptor& reply,
+                        std::uint32_t cmdId, const RenderFlags& flags, wchar_t** forView);
+// Any text in that form.
+bool TextForView(const QCString& text, wchar_t** forView);
 // The codec's status, 0 after one that was turned into a line. `resultCodeOnly` is set when the
 // structure has nothing to show.
 std::uint32_t DecodeReply(std::uint32_t cmdId, const ReplyDescriptor& reply,
