@@ -3,6 +3,7 @@
 #include <benchmark/benchmark.h>
 
 #include <QCoreApplication>
+#include <QLoggingCategory>
 #include <cstdio>
 #include <fstream>
 
@@ -12,6 +13,8 @@
 
 int main(int argc, char** argv) {
   QCoreApplication application(argc, argv);
+  // As the consoles do: traces are for whoever asks for them.
+  QLoggingCategory::setFilterRules(QStringLiteral("default.debug=false"));
   const std::string folder = bench_shapes::ScratchFolder();
   std::ofstream(folder + "/platform.ini") << "[plc]\nVER=1\n";
   bench::Setup setup;

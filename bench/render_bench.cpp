@@ -64,8 +64,9 @@ void RequireSameWork(Shape shape) {
   for (const auto render : {limit::Render, peer::Render}) {
     std::size_t lengthChars = 0;
     wchar_t* const text = render(shape, sample.body, &lengthChars);
-    bench_rows::Require(text != nullptr && std::wstring_view(ours) == std::wstring_view(text, lengthChars + 1),
-                        std::string("texts of ") + sample.name);
+    bench_rows::Require(
+        text != nullptr && std::wstring_view(ours) == std::wstring_view(text, lengthChars + 1),
+        std::string("texts of ") + sample.name);
     PoolFree(text);
   }
   PoolFree(ours);

@@ -164,9 +164,9 @@ std::int32_t LirnKivClient::ShowReply(const ReplyDescriptor& reply, QCString& te
 std::int32_t LirnKivClient::ShowUnhooked(const ReplyDescriptor& reply) {
   const ReplyDescriptor shown = WithoutHead(reply);
   wchar_t* forView = nullptr;
-  const bool hasBlock =
-      HasBody(shown) ? RenderReplyForView(*this, shown, shown.cmdId, Flags(), &forView)
-                     : TextForView(GetResultCodeText(shown.resultCode), &forView);
+  const bool hasBlock = HasBody(shown)
+                            ? RenderReplyForView(*this, shown, shown.cmdId, Flags(), &forView)
+                            : TextForView(GetResultCodeText(shown.resultCode), &forView);
   TraceKind(shown);
   return hasBlock ? SendBlock(forView) : kNoBuffer;
 }

@@ -19,8 +19,8 @@ class ReplyHandlers {
   virtual std::int32_t OfferReply(std::uint32_t cmdId, std::uint32_t resultCode,
                                   const std::uint8_t* body, std::uint32_t bodyLengthBytes,
                                   const ReplyDescriptor& reply) = 0;
-  // Whether HookText has anything to do with texts. Where it has not it is not called, and a text is
-  // rendered straight into the block that goes to the view.
+  // Whether HookText has anything to do with texts. Where it has not it is not called, and a text
+  // is rendered straight into the block that goes to the view.
   virtual bool HooksTexts() const { return true; }
   // May rewrite or clear the text; `kind` is 0 for an indication, 1 for a confirmation.
   virtual void HookText(std::uint32_t kind, QCString& text, std::uint32_t cmdId) = 0;

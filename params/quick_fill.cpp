@@ -13,7 +13,9 @@ constexpr std::ptrdiff_t kMaxDecimalDigits = 19;  // of which 64 bits hold any n
 
 // The low bytes, lowest first. Eight take zeros above the 32 bits that a number has.
 void Store(std::uint8_t* to, std::uint32_t widthBytes, std::uint32_t value) {
-  const auto put = [to, value](std::uint32_t i) { to[i] = static_cast<std::uint8_t>(value >> 8 * i); };
+  const auto put = [to, value](std::uint32_t i) {
+    to[i] = static_cast<std::uint8_t>(value >> 8 * i);
+  };
   put(0);
   if (widthBytes == 1) return;
   put(1);
@@ -92,7 +94,8 @@ class QuickReader {
     return true;
   }
 
-  // A number that does not begin with a digit from 1 to 9, or no number: what the place holds stays.
+  // A number that does not begin with a digit from 1 to 9, or no number: what the place holds
+  // stays.
   bool TakeOther(std::uint8_t* to, std::uint32_t widthBytes) {
     if (*at_ == L',' || *at_ == L'}' || *at_ == L']') return true;
     if (*at_ != L'-' && *at_ != L'+' && *at_ != L'0') return false;

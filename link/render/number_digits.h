@@ -23,8 +23,8 @@ inline constexpr std::array<wchar_t, 200> kDigitPairs = [] {
   return pairs;
 }();
 
-// For each count of bits: what, added to a number of so many bits, gives its count of decimal digits
-// in the upper 32 bits. A power of ten within the count carries one over.
+// For each count of bits: what, added to a number of so many bits, gives its count of decimal
+// digits in the upper 32 bits. A power of ten within the count carries one over.
 inline constexpr std::array<std::uint64_t, 33> kDigitCounts = [] {
   std::array<std::uint64_t, 33> counts{};
   for (std::uint32_t bits = 0; bits <= 32; ++bits) {

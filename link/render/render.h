@@ -58,8 +58,9 @@ struct ReplyDescriptor {
 // Fills `text` with the whole text of a reply that has a body.
 void RenderReply(const ResultCodeTexts& client, QCString& text, const ReplyDescriptor& reply,
                  std::uint32_t cmdId, const RenderFlags& flags);
-// The same text as the view gets it: a block of the pool with a line feed in front and a zero behind,
-// which the caller releases; null for an empty text. False, and null, when the pool has no block.
+// The same text as the view gets it: a block of the pool with a line feed in front and a zero
+// behind, which the caller releases; null for an empty text. False, and null, when the pool has no
+// block.
 bool RenderReplyForView(const ResultCodeTexts& client, const ReplyDescriptor& reply,
                         std::uint32_t cmdId, const RenderFlags& flags, wchar_t** forView);
 // Any text in that form.

@@ -85,7 +85,11 @@ bool PlanArray(CParamNode& node, std::uint32_t dots, Planner& planner) {
   }
   if (name == L"struct") return true;
   const PlannedRow row{isText ? RowKind::kCharacters : RowKind::kEmpty,
-                       node.GetOffsetInBody(), isText ? bytes : 0, 1, 0, 0};
+                       node.GetOffsetInBody(),
+                       isText ? bytes : 0,
+                       1,
+                       0,
+                       0};
   return AddRow(planner, row, std::wstring(dots, L'.') + name, dots + name.size());
 }
 

@@ -71,8 +71,8 @@ class KIVPLATFORM_API CParamNode {
   // Gives the body its defaults again; an empty root has none.
   void ResetBody() noexcept;
   // A note is plain bytes that belong to the shape of the tree, not to its values: kept with the
-  // layout that all trees of a command share, so that what is worked out from names, kinds and sizes
-  // is worked out once. Null when there is none yet. Any thread; lives as long as the tree.
+  // layout that all trees of a command share, so that what is worked out from names, kinds and
+  // sizes is worked out once. Null when there is none yet. Any thread; lives as long as the tree.
   const void* GetLayoutNote(LayoutNote place) const noexcept;
   // Copies the bytes, which are aligned as for any type. When another thread was first, its note
   // stays. Null for an empty root and when there is no memory.
