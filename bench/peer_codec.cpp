@@ -1,5 +1,6 @@
 #include "bench/peer_codec.h"
 
+#include <bench_shapes.pb.h>
 #include <google/protobuf/text_format.h>
 
 #include <algorithm>
@@ -8,7 +9,6 @@
 #include <vector>
 
 #include "bench/limit_codec.h"
-#include "bench_shapes.pb.h"
 #include "platform/bounded/pool.h"
 
 namespace peer {
