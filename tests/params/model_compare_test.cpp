@@ -1,6 +1,7 @@
 // The parser and the fill against the independent model in tests/model, step by step.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <nlohmann/json.hpp>
@@ -8,6 +9,7 @@
 #include <vector>
 
 #include "params/default_fill.h"
+#include "params/quick_fill.h"
 #include "tests/params/line_reading.h"
 #include "tests/support/hand_tree.h"
 #include "tests/support/scratch_folder.h"
@@ -162,6 +164,21 @@ std::uint32_t FillAndNote(CParamNode* node, void* user, std::uint32_t depth) {
   return status;
 }
 
+// The line in one pass: when it is taken, as the walk left the tree; else the tree is as it was.
+void ExpectQuickFillToAgree(const json& wanted, std::uint32_t status, HandTree& walked) {
+  HandTree quick(SpecsOf(wanted["nodes"]));
+  const std::size_t bodyBytes = quick.Root().GetBodyBytes();
+  const std::vector<std::uint8_t> before(quick.Root().GetBody(),
+                                         quick.Root().GetBody() + bodyBytes);
+  const QCString line = Wide(wanted["line"].get<std::string>());
+  const bool isTaken = SvcKivClass::QuickFill(quick.Root(), line.view());
+  const std::uint8_t* const expected = isTaken ? walked.Root().GetBody() : before.data();
+  EXPECT_TRUE(std::equal(expected, expected + bodyBytes, quick.Root().GetBody())) << wanted;
+  if (isTaken) {
+    EXPECT_EQ(status, 0u) << wanted;
+  }
+}
+
 json RunFill(const json& wanted) {
   json actual = {{"t", "fill"},           {"nodes", wanted["nodes"]}, {"status", 0},
                  {"walk", json::array()}, {"fill_err", ""},           {"bytes", json::array()}};
@@ -172,6 +189,7 @@ json RunFill(const json& wanted) {
     actual["status"] = tree.Root().ParseNodes(&FillAndNote, &walk, 0);
     actual["walk"] = walk.steps;
     actual["fill_err"] = SvcKivClass::GetFillErrorText().ToUtf8();
+    ExpectQuickFillToAgree(wanted, actual["status"].get<std::uint32_t>(), tree);
   }
   for (std::size_t i = 0; i < wanted["nodes"].size(); ++i) {
     const json& node = wanted["nodes"][i];
