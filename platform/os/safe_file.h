@@ -21,6 +21,8 @@
 #include "platform/platform_export.h"
 
 namespace os {
+// Replaces `mappedPath` by what symbolic links lead to, which need not exist; 0 or an error number.
+KIVPLATFORM_API int FollowLinks(std::string& mappedPath);
 KIVPLATFORM_API int WriteFileSafely(const std::string& mappedPath, std::string_view content);
 // Reads a whole file of at most `limitBytes`; 0, or an error number (EFBIG beyond the limit,
 // EISDIR), and `content` is then empty.

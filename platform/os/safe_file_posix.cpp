@@ -5,7 +5,6 @@
 #include <atomic>
 #include <cerrno>
 #include <climits>
-#include <optional>
 
 #include "platform/os/descriptor.h"
 #include "platform/os/paths.h"
@@ -24,23 +23,16 @@ std::string DirectoryPart(const std::string& path) {
   return slash == std::string::npos ? std::string() : path.substr(0, slash + 1);
 }
 
-// What a symbolic link points to; unset for anything else.
-std::optional<std::string> LinkTarget(const std::string& path) {
-  char target[PATH_MAX];
-  const ssize_t lengthBytes = readlink(path.c_str(), target, sizeof(target));
-  if (lengthBytes < 0) return std::nullopt;
-  std::string text(target, static_cast<std::size_t>(lengthBytes));
-  return text.starts_with('/') ? text : DirectoryPart(path) + text;
-}
-
-// Follows symbolic links to the name that is to be replaced, which need not exist.
-int FollowLinks(std::string& path) {
-  for (int i = 0; i < kMaxLinks; ++i) {
-    const auto target = LinkTarget(path);
-    if (!target) return 0;
-    path = *target;
-  }
-  return ELOOP;
+// What a symbolic link points to; empty for anything else. 0 or an error number.
+int LinkTarget(const std::string& path, std::string& target) {
+  target.clear();
+  char text[PATH_MAX];
+  const ssize_t lengthBytes =
+      RetryWhenInterrupted([&] { return readlink(path.c_str(), text, sizeof(text)); });
+  if (lengthBytes < 0) return errno == EINVAL || errno == ENOENT ? 0 : errno;
+  target.assign(text, static_cast<std::size_t>(lengthBytes));
+  if (!target.starts_with('/')) target.insert(0, DirectoryPart(path));
+  return 0;
 }
 
 // The file that is to be replaced, as it is now.
@@ -51,18 +43,20 @@ struct OldFile {
 
 // Only a regular file that this user may write is replaced: renaming over a device would remove it.
 int LookAtOld(const std::string& path, OldFile& old) {
-  if (stat(path.c_str(), &old.status) != 0) return errno == ENOENT ? 0 : errno;
+  const int found = RetryWhenInterrupted([&] { return stat(path.c_str(), &old.status); });
+  if (found != 0) return errno == ENOENT ? 0 : errno;
   old.exists = true;
   if (S_ISDIR(old.status.st_mode)) return EISDIR;
   if (!S_ISREG(old.status.st_mode)) return EINVAL;
-  return ErrorOf(faccessat(AT_FDCWD, path.c_str(), W_OK, AT_EACCESS));
+  return ErrorOf(
+      RetryWhenInterrupted([&] { return faccessat(AT_FDCWD, path.c_str(), W_OK, AT_EACCESS); }));
 }
 
 // The new content under a name of its own; gone again when it was not renamed.
 class Temporary {
  public:
   ~Temporary() {
-    if (!path_.empty()) unlink(path_.c_str());
+    if (!path_.empty()) RetryWhenInterrupted([this] { return unlink(path_.c_str()); });
   }
 
   int Create(const std::string& directory, const OldFile& old) {
@@ -93,9 +87,8 @@ class Temporary {
   // The owner as far as the system allows; the mode must come along.
   int TakeAttributes(const OldFile& old) {
     if (!old.exists) return 0;
-    if (fchown(file_.number(), old.status.st_uid, old.status.st_gid) != 0 &&
-        fchown(file_.number(), static_cast<uid_t>(-1), old.status.st_gid) != 0) {
-      errno = 0;
+    if (ChangeOwner(old.status.st_uid, old.status.st_gid) != 0) {
+      ChangeOwner(static_cast<uid_t>(-1), old.status.st_gid);
     }
     return ErrorOf(RetryWhenInterrupted(
         [&] { return system_calls::ChangeMode(file_.number(), old.status.st_mode & 07777); }));
@@ -115,6 +108,10 @@ class Temporary {
   }
 
  private:
+  int ChangeOwner(uid_t user, gid_t group) {
+    return RetryWhenInterrupted([&] { return fchown(file_.number(), user, group); });
+  }
+
   static std::string NextName() {
     static std::atomic<unsigned> counter{0};
     return ".kiv-" + std::to_string(getpid()) + "-" + std::to_string(counter++) + ".tmp";
@@ -168,6 +165,16 @@ int ReadAll(int file, std::size_t limitBytes, std::string& content) {
 
 }  // namespace
 
+int FollowLinks(std::string& mappedPath) {
+  std::string target;
+  for (int i = 0; i < kMaxLinks; ++i) {
+    if (const int error = LinkTarget(mappedPath, target)) return error;
+    if (target.empty()) return 0;
+    mappedPath = target;
+  }
+  return ELOOP;
+}
+
 int WriteFileSafely(const std::string& mappedPath, std::string_view content) {
   if (mappedPath.empty() || mappedPath.find('\0') != std::string::npos) return ENOENT;
   std::string path = mappedPath;
@@ -192,7 +199,7 @@ int MakeDirectories(const std::string& mappedPath) {
   for (std::size_t end = 0; end != std::string::npos && end < mappedPath.size();) {
     end = mappedPath.find('/', end + 1);
     const std::string part = mappedPath.substr(0, end);
-    if (mkdir(part.c_str(), 0700) == 0) continue;
+    if (RetryWhenInterrupted([&] { return mkdir(part.c_str(), 0700); }) == 0) continue;
     const int error = errno;
     if (!IsDirectory(part)) return error == EEXIST ? ENOTDIR : error;
   }

@@ -21,6 +21,7 @@ ssize_t Write(int file, const void* bytes, std::size_t countBytes);
 int Sync(int file);
 int Close(int file);
 int Rename(const char* from, const char* to);
+int Link(const char* from, const char* to);
 int ChangeMode(int file, mode_t mode);
 
 // For tests.

@@ -59,6 +59,8 @@ int Close(int file) {
 
 int Rename(const char* from, const char* to) { return Fails() ? -1 : std::rename(from, to); }
 
+int Link(const char* from, const char* to) { return Fails() ? -1 : ::link(from, to); }
+
 int ChangeMode(int file, mode_t mode) { return Fails() ? -1 : ::fchmod(file, mode); }
 
 void FailNth(std::uint64_t n, int error) {

@@ -1,0 +1,86 @@
+#include "platform/os/kept_copies.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstddef>
+
+#include "platform/os/descriptor.h"
+#include "platform/os/safe_file.h"
+#include "platform/os/system_calls.h"
+
+namespace os {
+namespace {
+
+constexpr std::size_t kMaxCopyBytes = std::size_t{64} * 1024 * 1024;
+constexpr int kMaxAside = 10'000;
+
+int Status(const std::string& path, struct stat& status) {
+  return ErrorOf(RetryWhenInterrupted([&] { return lstat(path.c_str(), &status); }));
+}
+
+bool IsSameFile(const struct stat& a, const struct stat& b) {
+  return a.st_dev == b.st_dev && a.st_ino == b.st_ino;
+}
+
+int Link(const std::string& from, const std::string& to) {
+  return ErrorOf(
+      RetryWhenInterrupted([&] { return system_calls::Link(from.c_str(), to.c_str()); }));
+}
+
+int Rename(const std::string& from, const std::string& to) {
+  return ErrorOf(
+      RetryWhenInterrupted([&] { return system_calls::Rename(from.c_str(), to.c_str()); }));
+}
+
+void Remove(const std::string& path) {
+  RetryWhenInterrupted([&] { return unlink(path.c_str()); });
+}
+
+// What a system or a file system without links for this user says.
+bool HasNoLinks(int error) {
+  return error == EPERM || error == EOPNOTSUPP || error == ENOSYS || error == EMLINK;
+}
+
+int CopyContent(const std::string& from, const std::string& to) {
+  std::string content;
+  const int error = ReadWholeFile(from, kMaxCopyBytes, content);
+  return error != 0 ? error : WriteFileSafely(to, content);
+}
+
+}  // namespace
+
+int KeepCopy(const std::string& mappedPath, const std::string& copyPath) {
+  struct stat file {
+  }, copy{};
+  if (const int error = Status(mappedPath, file)) return error;
+  // Renaming a name over another of the same file would leave both.
+  if (Status(copyPath, copy) == 0 && IsSameFile(file, copy)) return 0;
+  const std::string newName = copyPath + "-new";
+  Remove(newName);  // of a process that was killed
+  int error = Link(mappedPath, newName);
+  if (HasNoLinks(error)) return CopyContent(mappedPath, copyPath);
+  if (error == 0) error = Rename(newName, copyPath);
+  if (error != 0) Remove(newName);
+  return error;
+}
+
+int SetAside(const std::string& mappedPath, std::string& asidePath) {
+  struct stat file {
+  }, other{};
+  if (const int error = Status(mappedPath, file)) return error;
+  for (int n = 1; n <= kMaxAside; ++n) {
+    asidePath = mappedPath + ".corrupt-" + std::to_string(n);
+    const int found = Status(asidePath, other);
+    if (found == 0 && IsSameFile(file, other)) return 0;
+    if (found == 0) continue;
+    if (found != ENOENT) return found;
+    const int error = Link(mappedPath, asidePath);
+    if (error == EEXIST) continue;
+    return HasNoLinks(error) ? Rename(mappedPath, asidePath) : error;
+  }
+  return EEXIST;
+}
+
+}  // namespace os
