@@ -61,9 +61,10 @@ enum class OpenAs {
 
 struct Options {
   OpenAs openAs = OpenAs::kOwn;
-  QCString startingText;  // the document of a new file; empty: the root alone
+  QCString startingText = {};  // the document of a new file; empty: the root alone
   QCString rootTag = L"SourceData";
-  std::vector<MergeRule> mergeRules;
+  std::vector<MergeRule> mergeRules = {};
+  std::uint32_t lockWaitMs = 5000;  // how long Save waits for another process that saves
 };
 
 }  // namespace xml_config

@@ -1,0 +1,213 @@
+#include "platform/xml/settings_file.h"
+
+#include <cerrno>
+#include <new>
+#include <utility>
+
+#include "platform/os/error_text.h"
+#include "platform/os/file_lock.h"
+#include "platform/os/kept_copies.h"
+#include "platform/os/safe_file.h"
+#include "platform/xml/xml_document.h"
+#include "platform/xml/xml_merge.h"
+
+using xml_config::OpenAs;
+using Kind = StoredDocument::Kind;
+
+namespace {
+
+std::string DirectoryOf(const std::string& path) {
+  const std::size_t slash = path.rfind('/');
+  if (slash == std::string::npos) return ".";
+  return slash == 0 ? "/" : path.substr(0, slash);
+}
+
+StoredDocument RootAlone(const std::string& rootTag) {
+  pugi::xml_document document;
+  document.append_child(rootTag.c_str());
+  return StoredDocument::Of(std::move(document));
+}
+
+}  // namespace
+
+SettingsFile::SettingsFile(std::string mappedPath, xml_config::Options options)
+    : options_(std::move(options)),
+      rootTag_(options_.rootTag.ToUtf8()),
+      path_(std::move(mappedPath)) {}
+
+std::string SettingsFile::TakeNotice() { return std::exchange(notice_, {}); }
+
+bool SettingsFile::Load(pugi::xml_document& document) {
+  StoredDocument stored;
+  switch (options_.openAs) {
+    case OpenAs::kOwn:
+      stored = LoadOwn();
+      break;
+    case OpenAs::kExisting:
+      stored = StoredDocument::Read(path_, rootTag_);
+      break;
+    case OpenAs::kNew:
+      stored = RootAlone(rootTag_);
+      break;
+  }
+  if (stored.kind == Kind::kMissing) lastError_ = ENOENT;
+  if (stored.kind == Kind::kBroken) lastError_ = EILSEQ;
+  if (stored.kind == Kind::kUnreadable) lastError_ = stored.error;
+  if (stored.kind != Kind::kSound) return false;
+  document = std::move(stored.document);
+  NoteSaved(std::move(stored.bytes), xml_document::Serialise(document));
+  fileIsView_ = true;
+  return true;
+}
+
+StoredDocument SettingsFile::LoadOwn() {
+  StoredDocument stored;
+  stored.error = os::FollowLinks(path_);
+  if (stored.error != 0) {
+    stored.kind = Kind::kUnreadable;
+  } else {
+    stored = StoredDocument::Read(path_, rootTag_);
+  }
+  if (stored.kind == Kind::kBroken) stored = Recover(std::move(stored));
+  if (stored.kind == Kind::kUnreadable) {
+    Tell("cannot be read: " + os::ErrorText(stored.error) + ". No settings are kept.");
+  }
+  return stored.kind == Kind::kMissing ? Starting() : std::move(stored);
+}
+
+StoredDocument SettingsFile::Starting() const {
+  pugi::xml_document document;
+  const auto parsed = xml_document::Parse(options_.startingText.ToUtf8(), rootTag_, document);
+  if (parsed.outcome != xml_document::Outcome::kSound) return RootAlone(rootTag_);
+  return StoredDocument::Of(std::move(document));
+}
+
+// Another process may have found the same and be at it, so all is looked at again under the lock.
+StoredDocument SettingsFile::Recover(StoredDocument broken) {
+  os::FileLock lock;
+  int error = lock.Acquire(LockPath(), options_.lockWaitMs);
+  if (error == 0) broken = StoredDocument::Read(path_, rootTag_);
+  if (broken.kind != Kind::kBroken) return broken;
+  StoredDocument instead = ReadCopy();
+  if (instead.kind == Kind::kUnreadable) return instead;
+  std::string aside;
+  if (error == 0) error = os::SetAside(path_, aside);
+  const bool isCopy = instead.kind == Kind::kSound;
+  Tell("is broken (" + broken.problem + ")" +
+       (error == 0 ? " and was set aside as " + aside
+                   : " and could not be set aside: " + os::ErrorText(error)) +
+       (isCopy ? ". The last good copy is used." : ". The default settings are used."));
+  if (!isCopy) instead = Starting();
+  if (error == 0) mustWrite_ = os::WriteFileSafely(path_, instead.bytes) != 0;
+  return instead;
+}
+
+// A copy that is broken itself is set aside too: the next one would take its place.
+StoredDocument SettingsFile::ReadCopy() {
+  StoredDocument copy = StoredDocument::Read(CopyPath(), rootTag_);
+  if (copy.kind != Kind::kBroken) return copy;
+  std::string ignored;
+  os::SetAside(CopyPath(), ignored);
+  return {};
+}
+
+int SettingsFile::Save(const pugi::xml_document& document) {
+  try {
+    lastError_ = TrySave(document);
+  } catch (const std::bad_alloc&) {
+    lastError_ = ENOMEM;
+  }
+  return lastError_;
+}
+
+int SettingsFile::TrySave(const pugi::xml_document& document) {
+  const std::string view = xml_document::Serialise(document);
+  if (options_.openAs != OpenAs::kOwn) return Write(view, view);
+  if (IsSavedAlready(view)) return 0;
+  if (const int error = os::MakeDirectories(DirectoryOf(path_))) return error;
+  os::FileLock lock;
+  if (const int error = lock.Acquire(LockPath(), options_.lockWaitMs)) return error;
+  return SaveOwn(document, view);
+}
+
+// Without the lock: nothing is changed, and files are replaced as one.
+bool SettingsFile::IsSavedAlready(const std::string& view) const {
+  if (mustWrite_ || view != savedView_) return false;
+  std::string bytes;
+  return os::ReadWholeFile(path_, xml_document::kMaxBytes, bytes) == 0 && bytes == savedFile_;
+}
+
+int SettingsFile::SaveOwn(const pugi::xml_document& document, const std::string& view) {
+  StoredDocument theirs;
+  bool isTheFile = true;
+  if (const int error = ReadTheirs(theirs, isTheFile)) return error;
+  const std::string merged = Merged(document, view, theirs);
+  if (isTheFile && merged == theirs.bytes && !mustWrite_) {
+    NoteSaved(merged, view);
+    return 0;
+  }
+  // Without a copy the file is as safe as with one, only less can be got back if it breaks.
+  if (isTheFile && theirs.kind == Kind::kSound) os::KeepCopy(path_, CopyPath());
+  return Write(merged, view);
+}
+
+int SettingsFile::ReadTheirs(StoredDocument& theirs, bool& isTheFile) {
+  theirs = StoredDocument::Read(path_, rootTag_);
+  if (theirs.kind == Kind::kBroken) {
+    std::string aside;
+    if (const int error = os::SetAside(path_, aside)) return error;
+    Tell("was found broken (" + theirs.problem + ") and was set aside as " + aside +
+         ". It was written anew.");
+    isTheFile = false;
+    theirs = ReadCopy();
+    const bool isOlder = theirs.kind == Kind::kMissing || CopyStamp() == copy_;
+    if (isOlder && theirs.kind != Kind::kUnreadable) {
+      theirs = StoredDocument::OfText(savedFile_, rootTag_);
+    }
+  }
+  return theirs.kind == Kind::kUnreadable ? theirs.error : 0;
+}
+
+std::string SettingsFile::Merged(const pugi::xml_document& ours, const std::string& view,
+                                 StoredDocument& theirs) {
+  if (theirs.kind == Kind::kMissing) return view;
+  if (!triedFile_.empty() && theirs.bytes == triedFile_) NoteSaved(triedFile_, triedView_);
+  if (view == savedView_) return theirs.bytes;
+  if (fileIsView_ && theirs.bytes == savedFile_) return view;
+  pugi::xml_document base;
+  const auto parsed = xml_document::Parse(savedView_, rootTag_, base);
+  if (parsed.outcome == xml_document::Outcome::kNoMemory) throw std::bad_alloc();
+  xml_merge::Merge(base.document_element(), ours.document_element(),
+                   theirs.document.document_element(), options_.mergeRules);
+  return xml_document::Serialise(theirs.document);
+}
+
+int SettingsFile::Write(const std::string& content, const std::string& view) {
+  if (content.size() > xml_document::kMaxBytes) return EFBIG;
+  if (const int error = os::WriteFileSafely(path_, content)) {
+    triedFile_ = content;
+    triedView_ = view;
+    mustWrite_ = true;
+    return error;
+  }
+  mustWrite_ = false;
+  NoteSaved(content, view);
+  return 0;
+}
+
+void SettingsFile::NoteSaved(std::string file, std::string view) {
+  fileIsView_ = file == view || (fileIsView_ && file == savedFile_ && view == savedView_);
+  savedFile_ = std::move(file);
+  savedView_ = std::move(view);
+  triedFile_.clear();
+  triedView_.clear();
+  copy_ = CopyStamp();
+}
+
+// Without the time, which other names of the file change too. No copy gives zeros.
+os::FileStamp SettingsFile::CopyStamp() const {
+  os::FileStamp stamp;
+  if (os::StampOf(CopyPath(), stamp) != 0) return {};
+  stamp.changedNs = 0;
+  return stamp;
+}
