@@ -26,6 +26,8 @@ KIVPLATFORM_API std::uint64_t LiveBlocks();
 // Makes the n-th allocation from now on (1 is the next one) fail, and that one only; 0 switches
 // off.
 KIVPLATFORM_API void FailNth(std::uint64_t n);
-// Whether the failure asked for has happened since the last FailNth.
+// The same, and every one behind it too, until FailNth(0).
+KIVPLATFORM_API void FailFrom(std::uint64_t n);
+// Whether the failure asked for has happened since the last FailNth or FailFrom.
 KIVPLATFORM_API bool Failed();
 }  // namespace pool

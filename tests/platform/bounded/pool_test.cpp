@@ -78,6 +78,20 @@ TEST(Pool, FailsNothingOnceSwitchedOff) {
   PoolFree(block);
 }
 
+TEST(Pool, FailsFromTheNthAllocationOnUntilItIsSwitchedOff) {
+  pool::FailFrom(2);
+  void* const first = PoolMalloc(1);
+  EXPECT_NE(first, nullptr);
+  EXPECT_FALSE(pool::Failed());
+  for (int i = 0; i < 3; ++i) EXPECT_EQ(PoolMalloc(1), nullptr);
+  EXPECT_TRUE(pool::Failed());
+  pool::FailNth(0);
+  void* const later = PoolMalloc(1);
+  EXPECT_NE(later, nullptr);
+  PoolFree(first);
+  PoolFree(later);
+}
+
 TEST(Pool, KeepsItsCountWithTwoThreads) {
   const std::uint64_t before = pool::LiveBlocks();
   const auto work = [] {
