@@ -124,10 +124,13 @@ int SettingsFile::TrySave(const pugi::xml_document& document) {
   const std::string view = xml_document::Serialise(document);
   if (options_.openAs != OpenAs::kOwn) return Write(view, view);
   if (IsSavedAlready(view)) return 0;
-  if (const int error = os::MakeDirectories(DirectoryOf(path_))) return error;
   os::FileLock lock;
-  if (const int error = lock.Acquire(LockPath(), options_.lockWaitMs)) return error;
-  return SaveOwn(document, view);
+  int error = lock.Acquire(LockPath(), options_.lockWaitMs);
+  if (error == ENOENT) {
+    error = os::MakeDirectories(DirectoryOf(path_));
+    if (error == 0) error = lock.Acquire(LockPath(), options_.lockWaitMs);
+  }
+  return error != 0 ? error : SaveOwn(document, view);
 }
 
 // Without the lock: nothing is changed, and files are replaced as one.
