@@ -106,7 +106,7 @@ stage "gcc build" build gcc -DKIV_TIMEOUT_SCALE=$scale || { table; exit 1; }
 if [ $sweep = full ]; then
   stage "clang build" build clang && stage "clang tests" tests clang short
   stage "address, undefined: build" build asan && stage "address, undefined: tests" tests asan short
-  threaded='^(service|link|channels|settings|platform_devlink|live|svckiv)$'
+  threaded='^(service|link|channels|cts|settings|platform_devlink|live|svckiv)$'
   stage "thread: build" build_threaded && stage "thread: tests" tests tsan short -L "$threaded"
   stage "libFuzzer, 60 s a target" fuzz_all asan 60
 elif [ $sweep = short ] && command -v clang++ >/dev/null; then
