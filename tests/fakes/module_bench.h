@@ -5,6 +5,8 @@
 // Owns a temporary directory, which it removes.
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <QCoreApplication>
 #include <QMetaObject>
 #include <QObject>
@@ -215,10 +217,12 @@ class ModuleBench {
     if (options.start) app_->Start();
     if (options.connected) app_->SetUEConnectStatus(1);
   }
+  // What the module took from the pool is back, or was released by the ear.
   ~ModuleBench() {
     app_->Stop();
     messages_.reset();
     app_.reset();
+    EXPECT_EQ(pool::LiveBlocks(), 0u);
   }
   ModuleBench(const ModuleBench&) = delete;
   ModuleBench& operator=(const ModuleBench&) = delete;

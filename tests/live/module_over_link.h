@@ -12,9 +12,11 @@
 #include <fstream>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <vector>
 
+#include "platform/bounded/pool.h"
 #include "platform/devlink/link_observer.h"
 #include "service/svc_kiv_app.h"
 #include "tests/live/echo_device.h"
@@ -24,7 +26,8 @@ namespace livetest {
 
 using SvcKivClass::SvcKivApp;
 
-// Collects kind-1 texts and the link's connected state; both come on the link's thread.
+// Collects the texts of replies, AT and shell, and the link's connected state; both come on the
+// link's thread.
 class Ear : public devlink::LinkObserver {
  public:
   void OnState(const devlink::StateChange& change) override {
@@ -37,11 +40,18 @@ class Ear : public devlink::LinkObserver {
   void OnPostFailed(std::uint16_t, std::uint32_t, std::uint32_t) override {}
   void OnHandedOver(const ReceivedPacket*, std::uint32_t) override {}
 
-  void Note(void* payload) {
+  // Takes a wide text, or an 8-bit one of a text channel, which is the receiver's to release.
+  void Note(SvcKivSpace::SvcKivMsgType kind, void* payload) {
+    const bool isReply = kind == SvcKivSpace::kReply;
+    std::wstring text = L"<null>";
+    if (payload != nullptr) {
+      text = isReply ? static_cast<const wchar_t*>(payload)
+                     : QCString::AnsiToUnicode(static_cast<const char*>(payload)).str();
+    }
+    if (!isReply) PoolFree(payload);
     std::lock_guard lock(mutex_);
     ++count_;
-    if (keep_)
-      texts_.push_back(payload == nullptr ? L"<null>" : static_cast<const wchar_t*>(payload));
+    if (keep_) texts_.push_back(std::move(text));
     changed_.notify_all();
   }
   bool WaitForConnected() {
@@ -76,7 +86,9 @@ class Ear : public devlink::LinkObserver {
 
 class ModuleOverLink : public testing::Test {
  protected:
-  ModuleOverLink() {
+  // The device says variant 248 and product 38, where every line goes to its shell; most tests want
+  // another product.
+  explicit ModuleOverLink(std::optional<std::uint32_t> product = 0) {
     static int argc = 1;
     static char name[] = "test";
     static char* argv[] = {name, nullptr};
@@ -92,7 +104,7 @@ class ModuleOverLink : public testing::Test {
     // A device generation that sends indications to show.
     std::ofstream(directory_.Path("config/platform.ini")) << "[plc]\nVER=1\n";
     setup.dataDir = QCString::FromUtf8(directory_.Path("data"));
-    setup.product = 0;  // the device says 38, where every line goes to its shell
+    setup.product = product;
     bench::SetSetup(setup);
     devlink::SetLinkObserver(&ear_);
   }
@@ -105,7 +117,7 @@ class ModuleOverLink : public testing::Test {
   void Listen(SvcKivApp& app) {
     QObject::connect(
         app.GetMsgSender(), &SvcKivSpace::SvcKivMessage::SvcHandleMessage, app.GetMsgSender(),
-        [this](SvcKivSpace::SvcKivMsgType, void* payload) { ear_.Note(payload); },
+        [this](SvcKivSpace::SvcKivMsgType kind, void* payload) { ear_.Note(kind, payload); },
         Qt::DirectConnection);
   }
   // Starts `app` over a device that answers so, and waits until it is connected.

@@ -66,4 +66,43 @@ TEST_F(ModuleOverLink, StopUnderAStormLeavesNothingBehind) {
   EXPECT_EQ(pool::LiveBlocks(), blocks);
 }
 
+// As the device says.
+class ModuleOverLinkAsTheDeviceSays : public ModuleOverLink {
+ protected:
+  ModuleOverLinkAsTheDeviceSays() : ModuleOverLink(std::nullopt) {}
+};
+
+TEST_F(ModuleOverLinkAsTheDeviceSays, TheProductOfTheGreetingSelectsTheRawShell) {
+  SvcKivApp app;
+  Start(app, [](const NaiveFrame& request) {
+    NaiveFrame text = request;
+    text.payload = Bytes{'o', 'n', 'e', 0xC3, 0xA9, '\n'};
+    return std::vector{linktest::Whole(text)};
+  });
+  Run(app, L"set_values 4,5,6");
+  const auto request = device_->Request(0);
+  ASSERT_TRUE(request);
+  EXPECT_EQ(request->kind, linktest::kRaw);
+  const std::string line = "set_values 4,5,6\r\n";
+  EXPECT_EQ(request->payload, Bytes(line.begin(), line.end()));
+  EXPECT_EQ(ear_.WaitForTexts(1), std::vector<std::wstring>{L"one\u00e9\n"});
+}
+
+TEST_F(ModuleOverLink, AShellLineComesBackAsTextOfTheDevicesConsole) {
+  SvcKivApp app;
+  Start(app, [](const NaiveFrame& request) {
+    NaiveFrame text = request;
+    text.kind = linktest::kRaw;
+    text.id = 0;
+    text.payload = {'a', '\n', 'b', '\n'};
+    return std::vector{Confirmation(request), linktest::Whole(text)};
+  });
+  Run(app, L"sh ls -l");
+  const auto request = device_->Request(0);
+  ASSERT_TRUE(request);
+  EXPECT_EQ(request->id, 0x500Eu);
+  EXPECT_EQ(request->payload, (Bytes{5, 0, 0, 0, 'l', 's', ' ', '-', 'l'}));
+  EXPECT_EQ(ear_.WaitForTexts(1), std::vector<std::wstring>{L"a\nb\n"});
+}
+
 }  // namespace

@@ -46,6 +46,21 @@ TEST(SvcKivMessage, RegistersItsKindAsAFourByteValueUnderTheNameThatHostsLookUp)
   EXPECT_EQ(QMetaType::type("SvcKivSpace::SvcKivMsgType"), id);
 }
 
+TEST(SvcKivMessage, KeepsAPayloadForItsOwnerWhereNobodyReceivesIt) {
+  SvcKivMessage message;
+  EXPECT_FALSE(message.SVCSendToReceiver(SvcKivSpace::kAt, &g_payload));
+  void* got = nullptr;
+  const auto connection = QObject::connect(&message, &SvcKivMessage::SvcHandleMessage,
+                                           [&got](SvcKivMsgType, void* payload) { got = payload; });
+  EXPECT_TRUE(message.SVCSendToReceiver(SvcKivSpace::kAt, &g_payload));
+  EXPECT_EQ(got, &g_payload);
+  EXPECT_TRUE(message.SVCSendToReceiver(SvcKivSpace::kAt, nullptr));
+  EXPECT_EQ(got, nullptr);
+  QObject::disconnect(connection);
+  EXPECT_FALSE(message.SVCSendToReceiver(SvcKivSpace::kAt, &g_payload));
+  EXPECT_EQ(got, nullptr);
+}
+
 TEST(SvcKivMessage, MayBeMadeTwiceInOneProcess) {
   SvcKivMessage first;
   const int id = QMetaType::type("SVC_KIV_MGS_TYPE");

@@ -8,6 +8,8 @@
 #include <thread>
 #include <vector>
 
+#include "platform/bounded/pool_ptr.h"
+
 namespace {
 
 TEST(Pool, CountsLiveBlocks) {
@@ -101,6 +103,23 @@ TEST(Pool, KeepsItsCountWithTwoThreads) {
   work();
   other.join();
   EXPECT_EQ(before, pool::LiveBlocks());
+}
+
+TEST(PoolPtr, ReleasesItsBlockUnlessItWasHandedOn) {
+  const std::uint64_t before = pool::LiveBlocks();
+  {
+    const PoolPtr<wchar_t> text = PoolAllocate<wchar_t>(8);
+    ASSERT_NE(nullptr, text);
+    text.get()[7] = L'x';
+    EXPECT_EQ(before + 1, pool::LiveBlocks());
+  }
+  EXPECT_EQ(before, pool::LiveBlocks());
+  wchar_t* const kept = PoolAllocate<wchar_t>(1).release();
+  EXPECT_EQ(before + 1, pool::LiveBlocks());
+  PoolFree(kept);
+  pool::FailNth(1);
+  EXPECT_EQ(nullptr, PoolAllocate<char>(1));
+  pool::FailNth(0);
 }
 
 TEST(Pool, ReleasesInOneThreadWhatAnotherAllocated) {

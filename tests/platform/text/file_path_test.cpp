@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <filesystem>
@@ -86,6 +87,30 @@ TEST(CFilePathOperator, SaysWhyItCannotOpen) {
   EXPECT_EQ(EINVAL, errorOf(QCString(dir.WideFile("file")), "x"));
   EXPECT_EQ(EINVAL, errorOf(QCString(dir.WideFile("file")), ""));
   EXPECT_TRUE(dir.Names().empty());
+}
+
+TEST(CFilePathOperator, TakesASizeAndIsBackAtTheStart) {
+  const TempDir dir;
+  dir.Write("file", "12345");
+  std::FILE* file = CFilePathOperator::OpenFile(QCString(dir.WideFile("file")), "rb");
+  ASSERT_NE(nullptr, file);
+  ASSERT_EQ('1', std::fgetc(file));
+  std::uint64_t sizeBytes = 0;
+  EXPECT_TRUE(CFilePathOperator::GetSize(file, sizeBytes));
+  EXPECT_EQ(5u, sizeBytes);
+  EXPECT_EQ('1', std::fgetc(file));
+  std::fclose(file);
+}
+
+TEST(CFilePathOperator, TakesNoSizeOfWhatHasNoPosition) {
+  int ends[2];
+  ASSERT_EQ(0, pipe(ends));
+  std::FILE* file = fdopen(ends[0], "rb");
+  std::uint64_t sizeBytes = 77;
+  EXPECT_FALSE(CFilePathOperator::GetSize(file, sizeBytes));
+  EXPECT_EQ(77u, sizeBytes);
+  std::fclose(file);
+  close(ends[1]);
 }
 
 TEST(CFilePathOperator, TellsRegularFilesFromTheRest) {
