@@ -28,6 +28,9 @@ KIVPLATFORM_API int WriteFileSafely(const std::string& mappedPath, std::string_v
 // EISDIR), and `content` is then empty.
 KIVPLATFORM_API int ReadWholeFile(const std::string& mappedPath, std::size_t limitBytes,
                                   std::string& content);
+// The same without waiting: EINVAL for a pipe, a device or a socket.
+KIVPLATFORM_API int ReadRegularFile(const std::string& mappedPath, std::size_t limitBytes,
+                                    std::string& content);
 // Creates a directory and its missing parents, mode 0700; 0 or an error number.
 KIVPLATFORM_API int MakeDirectories(const std::string& mappedPath);
 }  // namespace os

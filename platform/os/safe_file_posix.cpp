@@ -163,6 +163,22 @@ int ReadAll(int file, std::size_t limitBytes, std::string& content) {
   }
 }
 
+// With O_NONBLOCK only a regular file is read: opening a pipe without it waits for a writer.
+int ReadOpened(const std::string& mappedPath, int flags, std::size_t limitBytes,
+               std::string& content) {
+  content.clear();
+  if (mappedPath.find('\0') != std::string::npos) return ENOENT;
+  const Descriptor file(RetryWhenInterrupted(
+      [&] { return open(mappedPath.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | flags); }));
+  if (!file.isOpen()) return errno;
+  struct stat status {};
+  if (flags != 0 && fstat(file.number(), &status) != 0) return errno;
+  if (flags != 0 && !S_ISREG(status.st_mode)) return S_ISDIR(status.st_mode) ? EISDIR : EINVAL;
+  const int error = ReadAll(file.number(), limitBytes, content);
+  if (error != 0) content.clear();
+  return error;
+}
+
 }  // namespace
 
 int FollowLinks(std::string& mappedPath) {
@@ -185,14 +201,11 @@ int WriteFileSafely(const std::string& mappedPath, std::string_view content) {
 }
 
 int ReadWholeFile(const std::string& mappedPath, std::size_t limitBytes, std::string& content) {
-  content.clear();
-  if (mappedPath.find('\0') != std::string::npos) return ENOENT;
-  const Descriptor file(RetryWhenInterrupted(
-      [&] { return open(mappedPath.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY); }));
-  if (!file.isOpen()) return errno;
-  const int error = ReadAll(file.number(), limitBytes, content);
-  if (error != 0) content.clear();
-  return error;
+  return ReadOpened(mappedPath, 0, limitBytes, content);
+}
+
+int ReadRegularFile(const std::string& mappedPath, std::size_t limitBytes, std::string& content) {
+  return ReadOpened(mappedPath, O_NONBLOCK, limitBytes, content);
 }
 
 int MakeDirectories(const std::string& mappedPath) {

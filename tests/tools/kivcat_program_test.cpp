@@ -1,5 +1,6 @@
 // kivcat as a person calls it: whole outputs, whole messages, exit statuses.
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <string>
 
@@ -21,8 +22,10 @@ using kivtest::KivcatFolder;
 constexpr const char* kUsage = R"(usage:
   kivcat build SOURCE -o FILE
       compiles a source
-  kivcat check SOURCE
-      tells what is wrong with a source
+  kivcat check CATALOGUE
+      tells what is wrong with a catalogue
+  kivcat diff OLD NEW
+      tells what differs between two catalogues; ends with 0 when nothing does, else with 1
   kivcat show [--source] [-o FILE] CATALOGUE [COMMAND]
       lists commands, or one with its structures; or writes the source
   kivcat header CATALOGUE [-o FILE]
@@ -75,7 +78,7 @@ class KivcatProgram : public testing::Test {
 TEST_F(KivcatProgram, WrongCallsShowTheUsage) {
   ExpectWrongUsage({}, "a command is missing");
   ExpectWrongUsage({"paint"}, "there is no command \"paint\"");
-  ExpectWrongUsage({"check"}, "wrong number of words: kivcat check SOURCE");
+  ExpectWrongUsage({"check"}, "wrong number of words: kivcat check CATALOGUE");
   ExpectWrongUsage({"header", "a", "b"},
                    "wrong number of words: kivcat header CATALOGUE [-o FILE]");
   ExpectWrongUsage({"header", "a", "--colour"}, "Unknown option 'colour'.");
@@ -116,6 +119,43 @@ TEST_F(KivcatProgram, WarningsAreToldAndTheWorkIsDone) {
   EXPECT_TRUE(std::filesystem::exists(folder_.File("out")));
 }
 
+TEST_F(KivcatProgram, WordsThatBreakALineAreEscapedInMessages) {
+  const std::string board = BoardSource();
+  ExpectFailure({"show", board, "a\nb\tc"},
+                "kivcat: " + board + ": there is no command \"a\\x0ab\\x09c\"\n");
+  ExpectFailure({"show", "no\nfile"}, "no\\x0afile: No such file or directory\n");
+  ExpectFailure(
+      {"check", folder_.Write("two\nlines.json", "[]")},
+      folder_.File("two\\x0alines.json") + ":1:1: the catalogue must be an object, not a list\n");
+  ExpectFailure({"check", folder_.Write("t.json", "{\"a\\nb\":1}")},
+                folder_.File("t.json") + ":1:1: the catalogue lacks \"format\"\n" +
+                    folder_.File("t.json") + ":1:1: the catalogue lacks \"name\"\n" +
+                    folder_.File("t.json") + ":1:1: the catalogue lacks \"types\"\n" +
+                    folder_.File("t.json") + ":1:1: the catalogue lacks \"commands\"\n" +
+                    folder_.File("t.json") + ":1:2: the catalogue has no key \"a\\x0ab\"\n");
+  ExpectWrongUsage({"a\nb"}, "there is no command \"a\\x0ab\"");
+}
+
+TEST_F(KivcatProgram, APipeUnderTheNameOfACatalogueIsRefusedAndNotWaitedFor) {
+  const std::string pipe = folder_.File("pipe");
+  ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+  const std::string text = pipe + ": not a regular file\n";
+  ExpectFailure({"show", pipe}, text);
+  ExpectFailure({"check", pipe}, text);
+  ExpectFailure({"header", pipe}, text);
+  ExpectFailure({"build", pipe, "-o", folder_.File("out")}, text);
+  ExpectFailure({"encode", pipe, "a"}, "kivcat: " + pipe + ": file cannot be opened\n");
+  ExpectFailure({"show", folder_.File("")}, folder_.File("") + ": Is a directory\n");
+}
+
+TEST_F(KivcatProgram, CheckTakesACompiledCatalogueToo) {
+  EXPECT_EQ(Good({"check", BoardCompiled()}), "");
+  std::string bytes = KivcatFolder::Read(BoardCompiled());
+  bytes.resize(bytes.size() / 2);
+  const std::string damaged = folder_.Write("damaged.kcat", bytes);
+  ExpectFailure({"check", damaged}, damaged + ": the catalogue file is damaged\n");
+}
+
 TEST_F(KivcatProgram, BuildGivesTheSameBytesEachTime) {
   Good({"build", BoardSource(), "-o", folder_.File("a")});
   Good({"build", BoardSource(), "-o", folder_.File("b")});
@@ -124,7 +164,7 @@ TEST_F(KivcatProgram, BuildGivesTheSameBytesEachTime) {
   ExpectFailure({"build", BoardSource()}, "kivcat: build needs -o FILE\n");
   ExpectFailure({"build", BoardSource(), "-o", folder_.File("no/where")},
                 "kivcat: " + folder_.File("no/where") + ": No such file or directory\n");
-  ExpectFailure({"check", BoardCompiled()},
+  ExpectFailure({"build", BoardCompiled(), "-o", folder_.File("c")},
                 BoardCompiled() +
                     ":1:1: syntax error while parsing value - invalid literal; last "
                     "read: 'S'\n");

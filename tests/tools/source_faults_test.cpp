@@ -173,7 +173,37 @@ INSTANTIATE_TEST_SUITE_P(
                 "{\"id\":3,\"name\":\"At\"},\n{\"id\":4,\"name\":\"show\"}]",
                 "f:3:1: warning: the command \"a\" stands twice; consoles find the first\n"
                 "f:4:1: warning: a console takes \"At\" for an AT line\n"
-                "f:5:1: warning: a console takes \"show\" for a shell line\n"}));
+                "f:5:1: warning: a console takes \"show\" for a shell line\n"},
+        ListRow{"commands",
+                "[{\"id\":1,\"name\":\"Attach\"},\n{\"id\":2,\"name\":\"CTS\"},\n"
+                "{\"id\":3,\"name\":\"ctsCfg\"},\n{\"id\":4,\"name\":\"ctsftl\"},\n"
+                "{\"id\":5,\"name\":\"help\"},\n{\"id\":6,\"name\":\"LdNv\"},\n"
+                "{\"id\":7,\"name\":\"SH\"}]",
+                "f:2:2: warning: a console finds \"Attach\" only without parameters, since it "
+                "begins with \"at\"\n"
+                "f:3:1: warning: a console takes \"CTS\" for a test-case line\n"
+                "f:4:1: warning: a console takes \"ctsCfg\" for a test-case line\n"
+                "f:5:1: warning: a console takes \"ctsftl\" for a test-case line\n"
+                "f:6:1: warning: a console takes \"help\" for its list of commands\n"
+                "f:7:1: warning: a console takes \"LdNv\" for a file to load\n"
+                "f:8:1: warning: a console takes \"SH\" for a shell line\n"},
+        // Near those words, and the one command that carries loaded files.
+        ListRow{"commands",
+                "[{\"id\":1,\"name\":\"ldnv\"},{\"id\":2,\"name\":\"Help\"},"
+                "{\"id\":3,\"name\":\"ctsx\"},{\"id\":4,\"name\":\"hci\"},"
+                "{\"id\":5,\"name\":\"s_h\"},{\"id\":6,\"name\":\"bat\"}]",
+                ""}));
+
+TEST(SourceCommands, HostWordsThatConsolesTakeForSomethingElseAreTold) {
+  EXPECT_EQ(FaultsOf(R"({"format":1,"name":"n","types":[],"commands":[{"id":1,"name":"a"}],
+"host_words":["dir","a","?",
+"Ship","at&t","ls"]})"),
+            "f:2:21: warning: the host word \"a\" is a command already\n"
+            "f:2:25: warning: a console takes \"?\" for its list of commands\n"
+            "f:3:1: warning: a console takes \"Ship\" for a shell line\n"
+            "f:3:8: warning: a console finds \"at&t\" only without parameters, since it begins "
+            "with \"at\"\n");
+}
 
 TEST(SourceCommands, OneIdNeedsTheSameStructures) {
   EXPECT_EQ(FaultsOf(R"({"format":1,"name":"n","types":[{"name":"t","fields":[]}],"commands":[

@@ -1,10 +1,12 @@
 #include "tools/kivcat/catalogue_input.h"
 
+#include <cerrno>
 #include <cstring>
 
 #include "platform/base/result_codes.h"
 #include "platform/catalogue/catalogue_file.h"
 #include "platform/os/safe_file.h"
+#include "platform/text/shown_text.h"
 #include "tools/kivcat/source_checker.h"
 
 namespace kivcat {
@@ -14,13 +16,15 @@ constexpr std::size_t kMaxFileBytes = 256u * 1024 * 1024;
 constexpr std::string_view kCompiledStart("SQLite format 3\0", 16);
 
 std::string ReadFile(const std::string& path, std::string& content) {
-  const int error = os::ReadWholeFile(path, kMaxFileBytes, content);
-  return error == 0 ? "" : path + ": " + std::strerror(error) + "\n";
+  const int error = os::ReadRegularFile(path, kMaxFileBytes, content);
+  if (error == 0) return {};
+  const char* reason = error == EINVAL ? "not a regular file" : std::strerror(error);
+  return ShownLine(path) + ": " + reason + "\n";
 }
 
 std::string LoadCompiled(const std::string& path, LoadedCatalogue& loaded) {
   const std::uint32_t status = catalogue::ReadCatalogue(path, loaded.model);
-  return status == 0 ? "" : path + ": " + result::Text(status).ToUtf8() + "\n";
+  return status == 0 ? "" : ShownLine(path) + ": " + result::Text(status).ToUtf8() + "\n";
 }
 
 std::string LoadJson(const std::string& path, const std::string& json, LoadedCatalogue& loaded) {

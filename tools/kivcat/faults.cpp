@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <tuple>
 
+#include "platform/text/shown_text.h"
+
 namespace kivcat {
 namespace {
 constexpr std::size_t kMaxShown = 100;
@@ -22,14 +24,16 @@ std::string Faults::Text() const {
   std::stable_sort(sorted.begin(), sorted.end(), [](const Fault& a, const Fault& b) {
     return std::tie(a.place.line, a.place.column) < std::tie(b.place.line, b.place.column);
   });
+  // Names in it come from outside; a message stays on its line.
+  const std::string fileName = ShownLine(fileName_);
   std::string text;
   for (std::size_t i = 0; i < std::min(sorted.size(), kMaxShown); ++i) {
     const Fault& fault = sorted[i];
-    text += fileName_ + ":" + std::to_string(fault.place.line) + ":" +
-            std::to_string(fault.place.column) + ": " + fault.reason + "\n";
+    text += fileName + ":" + std::to_string(fault.place.line) + ":" +
+            std::to_string(fault.place.column) + ": " + ShownLine(fault.reason) + "\n";
   }
   if (sorted.size() > kMaxShown) {
-    text += fileName_ + ": " + std::to_string(sorted.size() - kMaxShown) + " more\n";
+    text += fileName + ": " + std::to_string(sorted.size() - kMaxShown) + " more\n";
   }
   return text;
 }

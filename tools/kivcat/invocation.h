@@ -19,11 +19,9 @@ struct Invocation {
 
   bool Has(const std::string& option) const { return options.contains(option); }
 
-  // Adds "kivcat: REASON\n" to the error output and answers 1.
-  int Fail(const std::string& reason) {
-    outputs.errorOutput += "kivcat: " + reason + "\n";
-    return 1;
-  }
+  // Adds "kivcat: REASON\n" to the error output and answers 1. Words and paths in it come from
+  // outside, so what would break the line is escaped.
+  int Fail(const std::string& reason);
   // What a command gives goes to the file of --output, else to standard output.
   int Deliver(const std::string& content);
 };

@@ -7,6 +7,7 @@
 
 #include "kiv_version.h"
 #include "platform/os/safe_file.h"
+#include "platform/text/shown_text.h"
 #include "tools/kivcat/invocation.h"
 #include "tools/kivcat/program_commands.h"
 
@@ -38,7 +39,14 @@ struct CommandRow {
 const std::vector<CommandRow>& Commands() {
   static const std::vector<CommandRow> rows{
       {"build", "build SOURCE -o FILE", "compiles a source", 1, 1, {kOutput}, RunBuild},
-      {"check", "check SOURCE", "tells what is wrong with a source", 1, 1, {}, RunCheck},
+      {"check", "check CATALOGUE", "tells what is wrong with a catalogue", 1, 1, {}, RunCheck},
+      {"diff",
+       "diff OLD NEW",
+       "tells what differs between two catalogues; ends with 0 when nothing does, else with 1",
+       2,
+       2,
+       {},
+       RunDiff},
       {"show",
        "show [--source] [-o FILE] CATALOGUE [COMMAND]",
        "lists commands, or one with its structures; or writes the source",
@@ -81,7 +89,7 @@ std::string Usage() {
 }
 
 int WrongUsage(Outputs& outputs, const std::string& reason) {
-  outputs.errorOutput += "kivcat: " + reason + "\n" + Usage();
+  outputs.errorOutput += "kivcat: " + ShownLine(reason) + "\n" + Usage();
   return 2;
 }
 
@@ -123,6 +131,11 @@ int RunRow(const CommandRow& row, const std::vector<std::string>& arguments, Out
 }
 
 }  // namespace
+
+int Invocation::Fail(const std::string& reason) {
+  outputs.errorOutput += "kivcat: " + ShownLine(reason) + "\n";
+  return 1;
+}
 
 int Invocation::Deliver(const std::string& content) {
   if (!Has("output")) {

@@ -2,6 +2,7 @@
 
 #include "platform/base/result_codes.h"
 #include "platform/catalogue/catalogue_writer.h"
+#include "tools/kivcat/catalogue_diff.h"
 #include "tools/kivcat/catalogue_input.h"
 #include "tools/kivcat/command_listing.h"
 #include "tools/kivcat/header_values.h"
@@ -11,10 +12,10 @@
 namespace kivcat {
 namespace {
 
-// Loads what the first word names; warnings and faults go to the error output.
+// Loads what a word names; warnings and faults go to the error output.
 bool Load(Invocation& invocation, LoadedCatalogue& loaded,
-          std::string (*load)(const std::string&, LoadedCatalogue&)) {
-  const std::string faults = load(invocation.words[0], loaded);
+          std::string (*load)(const std::string&, LoadedCatalogue&), std::size_t word = 0) {
+  const std::string faults = load(invocation.words[word], loaded);
   invocation.outputs.errorOutput += faults + loaded.warnings;
   return faults.empty();
 }
@@ -23,7 +24,21 @@ bool Load(Invocation& invocation, LoadedCatalogue& loaded,
 
 int RunCheck(Invocation& invocation) {
   LoadedCatalogue loaded;
-  return Load(invocation, loaded, LoadSourceFile) ? 0 : 1;
+  return Load(invocation, loaded, LoadCatalogue) ? 0 : 1;
+}
+
+int RunDiff(Invocation& invocation) {
+  constexpr int kEqual = 0;
+  constexpr int kDifferent = 1;
+  constexpr int kTrouble = 2;  // as of diff, so that scripts tell it from a difference
+  LoadedCatalogue older;
+  LoadedCatalogue newer;
+  const bool olderIsGood = Load(invocation, older, LoadCatalogue);
+  const bool newerIsGood = Load(invocation, newer, LoadCatalogue, 1);  // the faults of both
+  if (!olderIsGood || !newerIsGood) return kTrouble;
+  const std::string differences = DiffCatalogues(older.model, newer.model);
+  if (differences.empty()) return kEqual;
+  return invocation.Deliver(differences) == 0 ? kDifferent : kTrouble;
 }
 
 int RunBuild(Invocation& invocation) {

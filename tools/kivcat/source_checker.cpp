@@ -1,14 +1,29 @@
 #include "tools/kivcat/source_checker.h"
 
+#include <algorithm>
 #include <set>
 
 #include "tools/kivcat/source_reader.h"
+#include "tools/kivcat/taken_names.h"
 
 namespace kivcat {
 namespace {
 
 using Need = ObjectReader::Need;
 using Kind = SourceValue::Kind;
+
+// Consoles ask for host words last.
+void CheckHostWord(const SourceValue& word, const catalogue::Model& model, Faults& faults) {
+  const bool isCommand =
+      std::any_of(model.commands.begin(), model.commands.end(),
+                  [&word](const catalogue::Command& one) { return one.name == word.text; });
+  if (isCommand) {
+    faults.Warning(word.place, "the host word \"" + word.text + "\" is a command already");
+    return;
+  }
+  const std::string why = WhyNameIsTaken(word.text);
+  if (!why.empty()) faults.Warning(word.place, why);
+}
 
 void ReadHostWords(const SourceValue& list, catalogue::Model& model, Faults& faults) {
   std::set<std::string> seen;
@@ -19,6 +34,7 @@ void ReadHostWords(const SourceValue& list, catalogue::Model& model, Faults& fau
     } else if (!seen.insert(word.text).second) {
       faults.Error(word.place, "the host word \"" + word.text + "\" stands twice");
     } else {
+      CheckHostWord(word, model, faults);
       model.hostWords.push_back(word.text);
     }
   }

@@ -2,6 +2,7 @@
 #include <set>
 
 #include "tools/kivcat/source_checker.h"
+#include "tools/kivcat/taken_names.h"
 
 namespace kivcat {
 namespace {
@@ -102,14 +103,9 @@ class CommandReader {
       faults_.Warning(value.place,
                       "the command \"" + name + "\" stands twice; consoles find the first");
     }
-    const std::string start{LowerAscii(name[0]), name.size() > 1 ? LowerAscii(name[1]) : ' '};
-    if (start == "at" || start == "sh") {
-      faults_.Warning(value.place, "a console takes \"" + name + "\" for " +
-                                       (start == "at" ? "an AT" : "a shell") + " line");
-    }
+    const std::string why = WhyNameIsTaken(name);
+    if (!why.empty()) faults_.Warning(value.place, why);
   }
-
-  static char LowerAscii(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; }
 
   void CheckId(const SourceValue& value, const Command& made) {
     const auto [found, isNew] = idsSeen_.emplace(made.id, model_.commands.size());

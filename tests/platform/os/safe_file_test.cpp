@@ -256,6 +256,21 @@ TEST(ReadWholeFile, ReadsFilesWithoutASize) {
   EXPECT_NE(std::string::npos, content.find("Pid:"));
 }
 
+TEST(ReadRegularFile, RefusesAllElseWithoutWaiting) {
+  const TempDir dir;
+  dir.Write("file", "content");
+  std::string content;
+  EXPECT_EQ(0, os::ReadRegularFile(dir.File("file"), kNoLimit, content));
+  EXPECT_EQ("content", content);
+  EXPECT_EQ(EFBIG, os::ReadRegularFile(dir.File("file"), 6, content));
+  ASSERT_EQ(0, mkfifo(dir.File("pipe").c_str(), 0600));
+  EXPECT_EQ(EINVAL, os::ReadRegularFile(dir.File("pipe"), kNoLimit, content));
+  EXPECT_EQ("", content);
+  EXPECT_EQ(EINVAL, os::ReadRegularFile("/dev/zero", 10, content));
+  EXPECT_EQ(EISDIR, os::ReadRegularFile(dir.File(""), kNoLimit, content));
+  EXPECT_EQ(ENOENT, os::ReadRegularFile(dir.File("none"), kNoLimit, content));
+}
+
 TEST(ReadWholeFile, HoldsItsLimit) {
   const TempDir dir;
   dir.Write("file", "12345");
