@@ -7,6 +7,7 @@
 // by a probe answer, so it is kept small.
 enum { kBatchBytes = 16 * 1024 };
 static const uint32_t kLineBytes = kBatchBytes + KIV_MAX_LINE_BYTES;
+enum { kSmallestCutBytes = 256, kBitsOfHalfASecondsByte = 20 };
 
 struct kiv_queued {
   kiv_queued* next;
@@ -49,8 +50,17 @@ static bool is_kept(const kiv_queued* item) {
 
 bool kiv_queue_init(kiv_queue* queue) {
   memset(queue, 0, sizeof *queue);
+  queue->cut_bytes = KIV_MAX_PAYLOAD_BYTES;
+  queue->batch_bytes = kBatchBytes;
   queue->line = malloc(kLineBytes);
   return queue->line != NULL;
+}
+
+void kiv_queue_slow_down(kiv_queue* queue, uint32_t baud) {
+  uint32_t cut_bytes = baud / kBitsOfHalfASecondsByte;
+  if (cut_bytes < kSmallestCutBytes) cut_bytes = kSmallestCutBytes;
+  if (cut_bytes < KIV_MAX_PAYLOAD_BYTES) queue->cut_bytes = cut_bytes;
+  if (cut_bytes < kBatchBytes) queue->batch_bytes = cut_bytes;
 }
 
 static void forget_messages(kiv_queue* queue) {
@@ -138,8 +148,8 @@ static void forget(kiv_queue* queue, kiv_queued* item) {
 // Encodes one frame of the item behind what is in the line; says whether it was the last.
 static bool encode_part(kiv_queue* queue, const kiv_queued* item, uint32_t offset) {
   const uint32_t left_bytes = item->head.body_bytes - offset;
-  const bool more = left_bytes > KIV_MAX_PAYLOAD_BYTES;
-  const uint32_t payload_bytes = more ? KIV_MAX_PAYLOAD_BYTES : left_bytes;
+  const bool more = left_bytes > queue->cut_bytes;
+  const uint32_t payload_bytes = more ? queue->cut_bytes : left_bytes;
   kiv_head head = item->head;
   head.flags = more ? KIV_FLAG_MORE_FOLLOWS : 0;
   head.offset_bytes = offset;
@@ -166,7 +176,7 @@ static bool encode_next(kiv_queue* queue) {
     forget(queue, queue->under_way);
     queue->under_way = NULL;
   } else {
-    queue->under_way_offset += KIV_MAX_PAYLOAD_BYTES;
+    queue->under_way_offset += queue->cut_bytes;
   }
   return true;
 }
@@ -175,7 +185,7 @@ const uint8_t* kiv_queue_bytes(kiv_queue* queue, size_t* length_bytes) {
   if (queue->line_written == queue->line_used) {
     queue->line_written = 0;
     queue->line_used = 0;
-    while (queue->line_used < kBatchBytes && encode_next(queue)) continue;
+    while (queue->line_used < queue->batch_bytes && encode_next(queue)) continue;
   }
   *length_bytes = queue->line_used - queue->line_written;
   return *length_bytes == 0 ? NULL : queue->line + queue->line_written;

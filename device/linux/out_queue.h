@@ -48,11 +48,16 @@ typedef struct kiv_queue {
   uint8_t* line;  // encoded frames, of which line_written bytes are gone
   uint32_t line_used;
   uint32_t line_written;
+  uint32_t cut_bytes;    // of a message in one frame
+  uint32_t batch_bytes;  // encoded at a time
 } kiv_queue;
 
 // False when memory is out.
 bool kiv_queue_init(kiv_queue* queue);
 void kiv_queue_destroy(kiv_queue* queue);
+// The host is behind a serial line of so many bits a second: frames are cut so that one takes half
+// a second (docs/wire-format.md 3), and a probe answer waits for one frame at most.
+void kiv_queue_slow_down(kiv_queue* queue, uint32_t baud);
 // A new session: forgets all but what is encoded already, and numbers from 0 again.
 void kiv_queue_clear(kiv_queue* queue);
 bool kiv_queue_push(kiv_queue* queue, const kiv_head* head, const uint8_t* body,

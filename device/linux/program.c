@@ -92,6 +92,9 @@ static bool add_connection(kiv_program* program, int in, int out, bool owns_desc
       kiv_connection_open(in, out, owns_descriptors, &program->setup, on_session, program);
   if (connection == NULL) return false;
   connection->on_confirmation = on_confirmation;
+  if (program->transport.kind == KIV_TRANSPORT_SERIAL) {
+    kiv_queue_slow_down(&connection->queue, program->transport.serial.baud);
+  }
   int index = 0;
   while (index < kMaxConnections && program->connections[index] != NULL) ++index;
   if (index == kMaxConnections) {

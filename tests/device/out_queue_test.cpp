@@ -78,6 +78,49 @@ TEST_F(OutQueue, PutsProbeAnswersBetweenTheFramesOfAMessage) {
   EXPECT_EQ(host_.receiver.counts.abandoned, 0u);
 }
 
+TEST_F(OutQueue, CutsForASlowLineAndLetsAProbeAnswerWaitForOneFrame) {
+  kiv_queue_slow_down(&queue_, 115'200);
+  Bytes body(100'000);
+  for (size_t i = 0; i < body.size(); ++i) body[i] = static_cast<uint8_t>(i * 7 % 125);
+  Push(KIV_CNF, 1, body);
+  Push(KIV_CNF, 2, {1});
+  size_t frames = 0;
+  for (; host_.messages.empty(); ++frames) {
+    size_t lengthBytes = 0;
+    EXPECT_NE(kiv_queue_bytes(&queue_, &lengthBytes), nullptr);
+    EXPECT_LE(lengthBytes, 5760u + 100);
+    if (frames == 3) Push(KIV_KEEP_ALIVE, 9);
+    WriteOnce();
+  }
+  EXPECT_EQ(frames, 5u);  // four of the message, then the answer
+  EXPECT_EQ(host_.messages[0].head.id, 9u);
+  WriteAll();
+  ASSERT_EQ(Received(), (std::vector<uint32_t>{9, 1, 2}));
+  EXPECT_TRUE(host_.messages[1].body == body);
+}
+
+TEST_F(OutQueue, CutsAtWhatHalfASecondCarriesWithinBounds) {
+  const struct {
+    uint32_t baud, cutBytes;
+  } rows[] = {{1, 256},
+              {5119, 256},
+              {5120, 256},
+              {5140, 257},
+              {9600, 480},
+              {115'200, 5760},
+              {1'310'000, 65'500},
+              {1'310'040, 65'500},
+              {4'000'000, 65'500},
+              {4'294'967'295, 65'500}};
+  for (const auto& row : rows) {
+    kiv_queue queue;
+    ASSERT_TRUE(kiv_queue_init(&queue));
+    kiv_queue_slow_down(&queue, row.baud);
+    EXPECT_EQ(queue.cut_bytes, row.cutBytes) << row.baud;
+    kiv_queue_destroy(&queue);
+  }
+}
+
 TEST_F(OutQueue, DropsTheOldestIndicationsAndTellsHowMany) {
   Push(KIV_CNF, 1000);
   for (uint32_t id = 1; id <= 300; ++id) Push(KIV_IND, id);

@@ -300,6 +300,7 @@ TEST_F(SerialLink, TimeThatTheBytesNeedOnTheLineIsNoDelay) {
   });
   EXPECT_EQ(Post(3, Bytes(200'000), 1), 0u);
   EXPECT_EQ(connections, 1);
+  device_.reset();
 }
 
 // Longer than the device may be silent: keep-alives go between the frames.
