@@ -177,6 +177,7 @@ int Console::RunLine(std::wstring line) {
   // Texts that arrive meanwhile stay in the queue: they stand behind the reply.
   if (!WaitForReply(number, reply)) return kInterrupted;
   Show(reply);
+  ShowAll();
   if (reply.posts > 0) return WaitForAnswer(std::move(reply), shown);
   if (reply.takenByChannel || reply.text.empty() || reply.isHelp) return kDone;
   return reply.linkDown && reply.isCommand ? kNotConnected : kCommandFailed;

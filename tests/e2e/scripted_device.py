@@ -7,11 +7,9 @@ import threading
 
 from tests.wire import frames
 
-GREETING = struct.pack("<8sHHHHI", b"KIV-UNIT", 1, 248, 0, 0, 0x0107)
-
-
-def greeting_body(name=b"scripted", fingerprint=b""):
-    return (GREETING + bytes([len(fingerprint)]) + fingerprint + bytes([len(name)]) + name + b"\0")
+def greeting_body(name=b"scripted", fingerprint=b"", versions=(248, 0)):
+    head = struct.pack("<8sHHHHI", b"KIV-UNIT", 1, *versions, 0, 0x0107)
+    return (head + bytes([len(fingerprint)]) + fingerprint + bytes([len(name)]) + name + b"\0")
 
 
 class ScriptedDevice:
@@ -21,11 +19,13 @@ class ScriptedDevice:
     read when a test knows they are in.
     """
 
-    def __init__(self, path, answer, name=b"scripted", fingerprint=b"", greet=True):
+    def __init__(self, path, answer, name=b"scripted", fingerprint=b"", greet=True,
+                 versions=(248, 0)):
         self.endpoint = f"unix:{path}"
         self.received = []  # (head, body) of every request
         self.greetings = 0
         self._answer, self._name, self._fingerprint, self._greet = answer, name, fingerprint, greet
+        self._versions = versions  # variant and product
         self._listener = socket.socket(socket.AF_UNIX)
         self._listener.bind(str(path))
         self._listener.listen()
@@ -102,7 +102,7 @@ class ScriptedDevice:
                     if self._greet:
                         self._sequence = 0
                         self.send(frames.Head(frames.HELLO, tag=head.tag),
-                                  greeting_body(self._name, self._fingerprint))
+                                  greeting_body(self._name, self._fingerprint, self._versions))
                 elif head.kind == frames.KEEP_ALIVE:
                     self.send(frames.Head(frames.KEEP_ALIVE, tag=head.tag), bytes(20))
                 else:

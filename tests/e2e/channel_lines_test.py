@@ -1,0 +1,144 @@
+"""AT, shell, HCI and test-case lines through the console: the bytes that reach a device, and what it says
+of itself that decides about them."""
+
+import pathlib
+import struct
+import unittest
+
+from bench import BenchCase
+from scripted_device import ScriptedDevice
+from tests.wire import frames
+
+AT_REQUEST, AT_ANSWER = 0x500D, 0xA011
+SHELL_REQUEST, SHELL_ANSWER = 0x500E, 0xA012
+AT_REQUEST_249, AT_ANSWER_249, SHELL_REQUEST_249, SHELL_ANSWER_249 = 0x705, 0x4005, 0x805, 0x4105
+HCI, TEST_REQUEST, TEST_TEXT = 0x7E0C, 0x500C, 0xA010
+
+
+def counted(text):
+    return struct.pack("<I", len(text)) + text
+
+
+class ChannelLines(BenchCase):
+    def device(self, answers=(), **options):
+        """A device that sends each of `answers`, (id, text), as indication and then confirms."""
+
+        def answer(device, head, body):
+            for ident, text in answers:
+                device.send(frames.Head(frames.IND, id=ident), text)
+            if head.kind == frames.REQUEST:
+                device.confirm(head)
+
+        device = ScriptedDevice(self.folder / "device", answer, **options)
+        self.stack.callback(device.close)
+        return device
+
+    def run_on(self, device, *arguments):
+        """What the device got, as (kind, id, body), and the console's result."""
+        result = self.kiv("--wait", "5000", *arguments, link=device.endpoint)
+        return [(head.kind, head.id, body) for head, body in device.received], result
+
+    def test_an_at_line_goes_out_as_text_and_its_answer_is_shown(self):
+        device = self.device([(AT_ANSWER, b"\r\n+CSQ: 20,99\r\n\r\nOK\r\n")])
+        got, result = self.run_on(device, "-c", "AT+CSQ")
+        self.assertEqual(got, [(frames.REQUEST, AT_REQUEST, counted(b"AT+CSQ\r\n"))], result)
+        self.assertIn("+CSQ: 20,99", result.out)
+        self.assertEqual(result.status, 0, result)
+
+    def test_a_shell_line_goes_out_without_its_word(self):
+        device = self.device([(SHELL_ANSWER, b"hello\n"), (SHELL_ANSWER, b"")])
+        got, result = self.run_on(device, "-c", "sh echo hello")
+        self.assertEqual(got, [(frames.REQUEST, SHELL_REQUEST, counted(b"echo hello"))], result)
+        self.assertIn("hello\n", result.out)
+
+    def test_the_delay_travels_in_the_last_word(self):
+        device = self.device([(SHELL_ANSWER, b"")])
+        _, result = self.run_on(device, "-c", "sh cat Big.txt -d 50")
+        self.assertEqual([head.word32 for head, _ in device.received], [50], result)
+
+    def test_variant_249_of_the_device_has_ids_of_its_own(self):
+        device = self.device([(AT_ANSWER_249, b"OK\r\n"), (SHELL_ANSWER_249, b"files\n"),
+                              (SHELL_ANSWER_249, b"")], versions=(249, 0))
+        got, result = self.run_on(device, "-c", "AT", "-c", "sh ls")
+        self.assertEqual(got, [(frames.REQUEST, AT_REQUEST_249, counted(b"AT\r\n")),
+                               (frames.REQUEST, SHELL_REQUEST_249, counted(b"ls"))], result)
+        self.assertIn("OK", result.out)
+        self.assertIn("files\n", result.out)
+
+    def test_on_variant_246_of_the_device_every_line_is_the_controllers(self):
+        device = self.device(versions=(246, 0))
+        got, result = self.run_on(device, "-c", "hci 01 03 0c 00", "-c", "help", "-c", "sys_info")
+        self.assertEqual(got, [
+            (frames.SDT, HCI, b"\x10\0" + struct.pack("<H", len(text) + 9) + b"\0\0" + text)
+            for text in (b"hci 01 03 0c 00", b"help", b"sys_info")], result)
+        self.assertEqual(result.out, "")
+
+    def test_on_product_38_of_the_device_every_line_is_its_shells(self):
+        device = self.device(versions=(248, 38))
+        got, result = self.run_on(device, "-c", "ps -e", "-c", "help", "-c", "sys_info")
+        self.assertEqual(got, [(frames.RAW, 0, text)
+                               for text in (b"ps -e\r\n", b"help\r\n", b"sys_info\r\n")], result)
+        self.assertEqual(result.out, "")
+
+    def test_options_hold_whatever_the_device_says(self):
+        device = self.device([(SHELL_ANSWER_249, b"")], versions=(246, 38))
+        got, result = self.run_on(device, "--variant", "249", "--product", "0", "-c", "sh ls",
+                                  "-c", "help")
+        self.assertEqual(got, [(frames.REQUEST, SHELL_REQUEST_249, counted(b"ls"))], result)
+        self.assertIn("help  Querying All Commands\n", result.out)
+
+    def test_the_configuration_stands_behind_the_device(self):
+        (self.folder / "config").mkdir()
+        (self.folder / "config" / "kiv.ini").write_text("[bench]\nvariant=249\nproduct=38\n")
+        device = self.device([(SHELL_ANSWER, b"")], versions=(248, 0))
+        got, result = self.run_on(device, "-c", "sh ls")
+        self.assertEqual(got, [(frames.REQUEST, SHELL_REQUEST, counted(b"ls"))], result)
+
+    def test_the_agent_says_the_codes_it_was_started_with(self):
+        result = self.kiv("-c", "help", link=f"{self.child()} --variant 246 --product 38")
+        self.assertRegex(result.err, r"\(variant 246, product 38\)")
+        self.assertNotIn("Querying", result.out)
+
+    def test_a_long_line_comes_in_pieces(self):
+        device = self.device([(SHELL_ANSWER, b"")])
+        got, result = self.run_on(device, "-c", "sh " + "x" * 1000)
+        self.assertEqual([body for _, _, body in got],
+                         [counted(b"x" * 400), counted(b"x" * 400), counted(b"x" * 200)], result)
+
+    def test_what_would_act_on_a_terminal_is_shown_escaped(self):
+        device = self.device([(AT_ANSWER, b"\x1b]0;mine\x07 \xff\xfe\x01\r\nOK\r\n")])
+        _, result = self.run_on(device, "-c", "AT")
+        self.assertIn("\\x1b]0;mine\\x07 \ufffd\ufffd\\x01", result.out)
+        self.assertNotIn("\x1b", result.out)
+
+    def cases(self, content=b"\xde\xad\xbe\xef"):
+        """A folder with the test case "echo", index 0."""
+        folder = self.folder / "cases"
+        (folder / "pbin").mkdir(parents=True)
+        (folder / "echo.pcfg").touch()
+        (folder / "pbin" / "echo.pcfg.rt.0").write_bytes(content)
+        return folder
+
+    def test_a_test_case_is_configured_once_and_sent_by_the_next_run(self):
+        cases = self.cases()
+        device = self.device([(TEST_TEXT, b"result: pass")])
+        _, result = self.run_on(device, "-c", f"ctscfg {cases} run1")
+        self.assertIn(f"config path: {cases}\nlog file: {cases}\\cts_run1.log\n", result.out)
+        got, result = self.run_on(device, "-c", "cts echo 0")
+        self.assertEqual(got, [(frames.REQUEST, TEST_REQUEST,
+                                b"echo".ljust(72, b"\0") + counted(b"\xde\xad\xbe\xef"))], result)
+        for text in ("test parameter length : 80B\n", "result: pass\n", "\nSent to UE successfully\n"):
+            self.assertIn(text, result.out)
+        log = pathlib.Path(cases / "cts_run1.log").read_text()
+        self.assertTrue(log.startswith("Config Init complete.\n"), log)
+        self.assertIn("cts echo 0 \n", log)
+        self.assertIn("result: pass\n", log)
+
+    def test_the_filter_hides_the_reply_of_a_diagnostic_command(self):
+        result = self.kiv("-c", "ctsftl 1", "-c", "sys_info", "-c", "ctsftl 0", "-c", "sys_info")
+        self.assertEqual(result.out.count(".host_name"), 1, result)
+        self.assertTrue(result.out.startswith("Filter out other messages.\n"), result)
+
+
+if __name__ == "__main__":
+    unittest.main()
