@@ -23,10 +23,10 @@ using devlink::MessageKind;
 
 constexpr std::uint8_t kFlag = 0x7E;
 
-// A device's greeting (docs/wire-format.md 6): variant 248, no catalogue known, name "bench".
-constexpr std::array<std::uint8_t, 28> kGreeting = {'K',  'I', 'V',  '-', 'U', 'N', 'I', 'T', 1, 0,
-                                                    0xF8, 0,   0x26, 0,   0,   0,   0,   0,   0, 0,
-                                                    0,    5,   'b',  'e', 'n', 'c', 'h', 0};
+// A device's greeting (docs/wire-format.md 6): variant 248, product 0, no catalogue known, "bench".
+constexpr std::array<std::uint8_t, 28> kGreeting = {'K',  'I', 'V', '-', 'U', 'N', 'I', 'T', 1, 0,
+                                                    0xF8, 0,   0,   0,   0,   0,   0,   0,   0, 0,
+                                                    0,    5,   'b', 'e', 'n', 'c', 'h', 0};
 
 [[noreturn]] void Give(const char* what) {
   std::perror(what);
@@ -41,15 +41,16 @@ Bytes Encoded(const FrameHead& head, std::span<const std::uint8_t> payload) {
 
 }  // namespace
 
-Bytes FrameOf(MessageKind kind, const bench_shapes::Sample& sample, std::uint16_t tag,
+Bytes FrameOf(MessageKind kind, const bench_shapes::Sample& sample, std::size_t turn,
               std::uint32_t sequence) {
+  const Bytes& body = sample.At(turn).body;
   FrameHead head;
   head.kind = kind;
   head.id = sample.cmdId;
-  head.tag = tag;
+  head.tag = 1;
   head.sequence = sequence;
-  head.bodyLengthBytes = static_cast<std::uint32_t>(sample.body.size());
-  return Encoded(head, sample.body);
+  head.bodyLengthBytes = static_cast<std::uint32_t>(body.size());
+  return Encoded(head, body);
 }
 
 void WriteAll(int descriptor, const std::uint8_t* bytes, std::size_t lengthBytes) {
@@ -163,12 +164,12 @@ void BenchDevice::Send(const Bytes& frames) {
 }
 
 std::vector<Bytes> BenchDevice::NextFrames(MessageKind kind, const bench_shapes::Sample& sample,
-                                           std::size_t count, std::uint16_t firstTag) {
+                                           std::size_t count) {
   const std::lock_guard lock(sequenceMutex_);
   std::vector<Bytes> frames;
   frames.reserve(count);
   for (std::size_t i = 0; i < count; ++i) {
-    frames.push_back(FrameOf(kind, sample, static_cast<std::uint16_t>(firstTag + i), sequence_++));
+    frames.push_back(FrameOf(kind, sample, i, sequence_++));
   }
   return frames;
 }

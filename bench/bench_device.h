@@ -21,8 +21,8 @@ namespace bench_device {
 
 using Bytes = std::vector<std::uint8_t>;
 
-// One whole frame of the line.
-Bytes FrameOf(devlink::MessageKind kind, const bench_shapes::Sample& sample, std::uint16_t tag,
+// One whole frame of the line, with the set of values whose turn it is.
+Bytes FrameOf(devlink::MessageKind kind, const bench_shapes::Sample& sample, std::size_t turn,
               std::uint32_t sequence);
 // Writes everything, waiting as long as it takes.
 void WriteAll(int descriptor, const std::uint8_t* bytes, std::size_t lengthBytes);
@@ -54,9 +54,9 @@ class BenchDevice {
   BenchDevice(const BenchDevice&) = delete;
   BenchDevice& operator=(const BenchDevice&) = delete;
 
-  // The next `count` frames of the session, tags from `firstTag` on.
+  // The next `count` frames of the session.
   std::vector<Bytes> NextFrames(devlink::MessageKind kind, const bench_shapes::Sample& sample,
-                                std::size_t count, std::uint16_t firstTag);
+                                std::size_t count);
   Answers& Prepared() { return answers_; }
   // Writes frames from the caller's thread. Probes are not answered meanwhile: their answers would
   // come in between, and the link is alive as long as anything arrives.

@@ -23,10 +23,12 @@ class Values {
   std::uint64_t state_ = 20261;
 };
 
-// Writes one sample three times at once: as typed, for the peer, and packed.
+// Writes one set of values three times at once: as typed, for the peer, and packed.
 class Writer {
  public:
-  Writer(Sample& sample, Values& values) : sample_(sample), values_(values) {}
+  Writer(Set& set, Values& values) : set_(set), values_(values) {}
+
+  std::size_t Count() const { return count_; }
 
   void Value(std::string_view name, std::uint32_t widthBytes, bool isSigned) {
     Name(name);
@@ -71,35 +73,36 @@ class Writer {
   }
   // Braces that only the typed line has.
   void Brace(wchar_t brace) {
-    if (brace == L'{' && !first_) sample_.line += L',';
-    sample_.line += brace;
+    if (brace == L'{' && !first_) set_.line += L',';
+    set_.line += brace;
     first_ = brace == L'{';
   }
 
  private:
   void Name(std::string_view name, bool isValue = true) {
-    if (!first_) sample_.line += L',';
-    if (!sample_.peerLine.empty()) sample_.peerLine += ' ';
+    if (!first_) set_.line += L',';
+    if (!set_.peerLine.empty()) set_.peerLine += ' ';
     first_ = false;
-    sample_.peerLine += name;
-    if (isValue) sample_.peerLine += ':';
+    set_.peerLine += name;
+    if (isValue) set_.peerLine += ':';
   }
   void Both(std::string_view text) {
-    sample_.line.append(text.begin(), text.end());
-    sample_.peerLine += text;
+    set_.line.append(text.begin(), text.end());
+    set_.peerLine += text;
   }
   void Number(std::uint32_t widthBytes, bool isSigned) {
     const std::int64_t value = values_.Next(widthBytes, isSigned);
     Both(std::to_string(value));
     for (std::uint32_t i = 0; i < widthBytes; ++i) {
-      sample_.body.push_back(static_cast<std::uint8_t>(value >> (8 * i)));
+      set_.body.push_back(static_cast<std::uint8_t>(value >> (8 * i)));
     }
-    ++sample_.values;
+    ++count_;
   }
 
-  Sample& sample_;
+  Set& set_;
   Values& values_;
   bool first_ = true;
+  std::size_t count_ = 0;
 };
 
 void WriteSmall(Writer& to) {
@@ -142,20 +145,22 @@ void WriteLarge(Writer& to) {
   to.Brace(L'}');
 }
 
+void WriteArray(Writer& to) { to.Table("table", kArrayTable); }
+
 std::array<Sample, 4> MakeSamples() {
-  std::array<Sample, 4> samples{{{"small", 0x2001, 0, {}, {}, {}},
-                                 {"medium", 0x2002, 0, {}, {}, {}},
-                                 {"large", 0x2003, 0, {}, {}, {}},
-                                 {"array", 0x2004, 0, {}, {}, {}}}};
+  std::array<Sample, 4> samples{{{"small", 0x2001, 0, {}},
+                                 {"medium", 0x2002, 0, {}},
+                                 {"large", 0x2003, 0, {}},
+                                 {"array", 0x2004, 0, {}}}};
+  constexpr void (*kWriters[])(Writer&) = {WriteSmall, WriteMedium, WriteLarge, WriteArray};
   Values values;
-  Writer small(samples[0], values);
-  WriteSmall(small);
-  Writer medium(samples[1], values);
-  WriteMedium(medium);
-  Writer large(samples[2], values);
-  WriteLarge(large);
-  Writer array(samples[3], values);
-  array.Table("table", kArrayTable);
+  for (std::size_t i = 0; i < samples.size(); ++i) {
+    for (Set& set : samples[i].sets) {
+      Writer writer(set, values);
+      kWriters[i](writer);
+      samples[i].values = writer.Count();
+    }
+  }
   return samples;
 }
 
@@ -184,6 +189,7 @@ const Sample& SampleOf(Shape shape) {
 }
 
 std::string CataloguePath() { return KIV_BENCH_CATALOGUE; }
+std::string LargeCataloguePath() { return KIV_LARGE_CATALOGUE; }
 
 const std::string& ScratchFolder() {
   static const Scratch scratch;

@@ -31,20 +31,34 @@ inline constexpr std::size_t kMediumBytes =
 inline constexpr std::size_t kLargeBytes = kLargeGroups * kPartBytes;
 inline constexpr std::size_t kArrayBytes = kArrayTable * 2;
 
-// One layout with one set of values.
-struct Sample {
-  const char* name;  // also of its command
-  std::uint32_t cmdId;
-  std::size_t values;
+// How many sets of values a layout has. One alone would be learnt by heart by the processor's
+// branch prediction, which no real traffic is.
+inline constexpr std::size_t kSets = 16;
+
+// One set of values.
+struct Set {
   std::wstring line;               // as typed at the console
   std::string peerLine;            // the same values in the peer's text format
   std::vector<std::uint8_t> body;  // packed
+};
+
+// One layout with its sets of values.
+struct Sample {
+  const char* name;  // also of its command
+  std::uint32_t cmdId;
+  std::size_t values;  // in each set
+  std::array<Set, kSets> sets;
+
+  // The sets one after the other, again and again.
+  const Set& At(std::size_t turn) const { return sets[turn % kSets]; }
 };
 
 const Sample& SampleOf(Shape shape);
 
 // The compiled bench_commands.json.
 std::string CataloguePath();
+// The made-up catalogue of 100,000 commands.
+std::string LargeCataloguePath();
 // A folder of this process's own, removed at its end.
 const std::string& ScratchFolder();
 

@@ -34,7 +34,6 @@ using live_console::Clock;
 using live_console::LiveConsole;
 
 constexpr std::size_t kLines = 200;  // of one measurement, whose median counts
-constexpr std::uint16_t kAnyTag = 1;
 
 double Seconds(Clock::duration duration) { return std::chrono::duration<double>(duration).count(); }
 
@@ -48,8 +47,7 @@ double MedianOf(std::vector<double>& times) {
 std::vector<Bytes> RawFrames(MessageKind kind, const Sample& sample, std::size_t count) {
   std::vector<Bytes> frames;
   for (std::size_t i = 0; i < count; ++i) {
-    frames.push_back(
-        bench_device::FrameOf(kind, sample, kAnyTag, static_cast<std::uint32_t>(i + 1)));
+    frames.push_back(bench_device::FrameOf(kind, sample, i, static_cast<std::uint32_t>(i + 1)));
   }
   return frames;
 }
@@ -66,17 +64,25 @@ LiveConsole& Console() {
   return console;
 }
 
-std::wstring TypedLine(const Sample& sample) {
+std::wstring TypedLine(const Sample& sample, std::size_t turn) {
   const std::string name = sample.name;
-  return std::wstring(name.begin(), name.end()) + L' ' + sample.line;
+  return std::wstring(name.begin(), name.end()) + L' ' + sample.At(turn).line;
 }
 
-std::wstring ExpectedText(Shape shape) {
+std::wstring ExpectedText(Shape shape, std::size_t turn) {
   std::size_t lengthChars = 0;
-  wchar_t* const text = limit::Render(shape, bench_shapes::SampleOf(shape).body, &lengthChars);
+  wchar_t* const text =
+      limit::Render(shape, bench_shapes::SampleOf(shape).At(turn).body, &lengthChars);
   std::wstring expected(text + 1, lengthChars);
   PoolFree(text);
   return expected;
+}
+
+// Characters of so many texts, each with its line feed in front.
+std::size_t ExpectedChars(Shape shape, std::size_t count) {
+  std::size_t chars = 0;
+  for (std::size_t i = 0; i < count; ++i) chars += ExpectedText(shape, i).size() + 1;
+  return chars;
 }
 
 // --- a line ------------------------------------------------------------------------------------
@@ -93,13 +99,12 @@ double RunLine(LiveConsole& console, const std::wstring& line, QCString& reply) 
 Bytes RequestOf(Shape shape) {
   LiveConsole& console = Console();
   const Sample& sample = bench_shapes::SampleOf(shape);
-  console.Device().Prepared().Arm(
-      console.Device().NextFrames(MessageKind::kCnf, sample, 1, kAnyTag));
+  console.Device().Prepared().Arm(console.Device().NextFrames(MessageKind::kCnf, sample, 1));
   console.Screen().KeepText(true);
   QCString reply;
-  RunLine(console, TypedLine(sample), reply);
+  RunLine(console, TypedLine(sample, 0), reply);
   console.Screen().KeepText(false);
-  const std::wstring expected = ExpectedText(shape);
+  const std::wstring expected = ExpectedText(shape, 0);
   bench_rows::Require(console.Screen().Text() == expected, "the reply shown over the link");
   bench_rows::Require(reply.Find(expected) != QCString::npos, "the parameters shown");
   return console.Device().Prepared().LastRequest();
@@ -108,14 +113,16 @@ Bytes RequestOf(Shape shape) {
 void LineOurs(benchmark::State& state, Shape shape) {
   LiveConsole& console = Console();
   const Sample& sample = bench_shapes::SampleOf(shape);
-  const std::wstring line = TypedLine(sample);
+  std::vector<std::wstring> lines;
+  for (std::size_t i = 0; i < bench_shapes::kSets; ++i) lines.push_back(TypedLine(sample, i));
   RequestOf(shape);
   for (auto _ : state) {
-    console.Device().Prepared().Arm(
-        console.Device().NextFrames(MessageKind::kCnf, sample, kLines, kAnyTag));
+    console.Device().Prepared().Arm(console.Device().NextFrames(MessageKind::kCnf, sample, kLines));
     std::vector<double> times;
     QCString reply;
-    for (std::size_t i = 0; i < kLines; ++i) times.push_back(RunLine(console, line, reply));
+    for (std::size_t i = 0; i < kLines; ++i) {
+      times.push_back(RunLine(console, lines[i % lines.size()], reply));
+    }
     state.SetIterationTime(MedianOf(times));
   }
 }
@@ -147,12 +154,12 @@ void LineLimit(benchmark::State& state, Shape shape) {
 }
 
 // Text parsed, shown, packed, posted; answered; checked, unpacked, printed.
-double RunPeerLine(RawDevice& device, Shape shape, limit::FrameReader& reader) {
+double RunPeerLine(RawDevice& device, Shape shape, std::size_t turn, limit::FrameReader& reader) {
   const Sample& sample = bench_shapes::SampleOf(shape);
   Clock::time_point end;
   const Clock::time_point begin = Clock::now();
   std::uint32_t lengthBytes = 0;
-  std::uint8_t* const body = peer::Encode(shape, sample.peerLine, &lengthBytes);
+  std::uint8_t* const body = peer::Encode(shape, sample.At(turn).peerLine, &lengthBytes);
   std::size_t lengthChars = 0;
   wchar_t* const shown = peer::Render(shape, {body, lengthBytes}, &lengthChars);
   devlink::FrameHead head;
@@ -184,7 +191,9 @@ void LinePeer(benchmark::State& state, Shape shape) {
     device.Prepared().Arm(answers);
     limit::FrameReader reader(device.Descriptor());
     std::vector<double> times;
-    for (std::size_t i = 0; i < kLines; ++i) times.push_back(RunPeerLine(device, shape, reader));
+    for (std::size_t i = 0; i < kLines; ++i) {
+      times.push_back(RunPeerLine(device, shape, i, reader));
+    }
     state.SetIterationTime(MedianOf(times));
   }
 }
@@ -197,9 +206,9 @@ void StormOurs(benchmark::State& state, Shape shape) {
   LiveConsole& console = Console();
   const Sample& sample = bench_shapes::SampleOf(shape);
   const std::size_t count = StormSize(shape);
-  const std::size_t expectedChars = count * (ExpectedText(shape).size() + 1);
+  const std::size_t expectedChars = ExpectedChars(shape, count);
   for (auto _ : state) {
-    const Bytes frames = Joined(console.Device().NextFrames(MessageKind::kInd, sample, count, 0));
+    const Bytes frames = Joined(console.Device().NextFrames(MessageKind::kInd, sample, count));
     const std::uint64_t blocksBefore = pool::LiveBlocks();
     console.Screen().Expect(count);
     const Clock::time_point begin = Clock::now();
@@ -214,7 +223,7 @@ void StormOurs(benchmark::State& state, Shape shape) {
 template <typename Render>
 void StormByHand(benchmark::State& state, Shape shape, Render render) {
   const std::size_t count = StormSize(shape);
-  const std::size_t expectedChars = count * (ExpectedText(shape).size() + 1);
+  const std::size_t expectedChars = ExpectedChars(shape, count);
   const Bytes frames = Joined(RawFrames(MessageKind::kInd, bench_shapes::SampleOf(shape), count));
   for (auto _ : state) {
     int ends[2];

@@ -3,6 +3,8 @@
 #include <benchmark/benchmark.h>
 
 #include <cstring>
+#include <string>
+#include <vector>
 
 #include "bench/bench_rows.h"
 #include "bench/limit_codec.h"
@@ -13,17 +15,12 @@
 namespace {
 
 using bench_shapes::Sample;
+using bench_shapes::Set;
 using bench_shapes::Shape;
 
-// A body in the pool that is released at the end.
-struct Body {
-  std::uint8_t* bytes = nullptr;
-  std::uint32_t lengthBytes = 0;
-};
-
-bool Same(const Sample& sample, const std::uint8_t* bytes, std::uint32_t lengthBytes) {
-  return bytes != nullptr && lengthBytes == sample.body.size() &&
-         std::memcmp(bytes, sample.body.data(), lengthBytes) == 0;
+bool Same(const Set& set, const std::uint8_t* bytes, std::uint32_t lengthBytes) {
+  return bytes != nullptr && lengthBytes == set.body.size() &&
+         std::memcmp(bytes, set.body.data(), lengthBytes) == 0;
 }
 
 // All that the controller does from the parameter rest to the packet, but for showing it.
@@ -37,20 +34,23 @@ std::uint32_t Prepare(SvcKivClass::DiagPacket& packet, const QCString& rest) {
 
 void Ours(benchmark::State& state, Shape shape) {
   const Sample& sample = bench_shapes::SampleOf(shape);
-  const QCString rest(sample.line);
+  std::vector<QCString> rests;
+  for (const Set& set : sample.sets) rests.emplace_back(set.line);
   const QCString catalogue = QCString::FromUtf8(bench_shapes::CataloguePath());
+  std::size_t turn = 0;
   for (auto _ : state) {
     SvcKivClass::DiagPacket packet(sample.cmdId, catalogue);
-    benchmark::DoNotOptimize(Prepare(packet, rest));
+    benchmark::DoNotOptimize(Prepare(packet, rests[turn++ % rests.size()]));
     benchmark::DoNotOptimize(packet.Body());
   }
 }
 
 void Limit(benchmark::State& state, Shape shape) {
   const Sample& sample = bench_shapes::SampleOf(shape);
+  std::size_t turn = 0;
   for (auto _ : state) {
     std::uint32_t lengthBytes = 0;
-    std::uint8_t* const body = limit::Encode(shape, sample.line, &lengthBytes);
+    std::uint8_t* const body = limit::Encode(shape, sample.At(turn++).line, &lengthBytes);
     benchmark::DoNotOptimize(body);
     PoolFree(body);
   }
@@ -58,9 +58,10 @@ void Limit(benchmark::State& state, Shape shape) {
 
 void Peer(benchmark::State& state, Shape shape) {
   const Sample& sample = bench_shapes::SampleOf(shape);
+  std::size_t turn = 0;
   for (auto _ : state) {
     std::uint32_t lengthBytes = 0;
-    std::uint8_t* const body = peer::Encode(shape, sample.peerLine, &lengthBytes);
+    std::uint8_t* const body = peer::Encode(shape, sample.At(turn++).peerLine, &lengthBytes);
     benchmark::DoNotOptimize(body);
     PoolFree(body);
   }
@@ -68,19 +69,20 @@ void Peer(benchmark::State& state, Shape shape) {
 
 void RequireSameWork(Shape shape) {
   const Sample& sample = bench_shapes::SampleOf(shape);
-  SvcKivClass::DiagPacket packet(sample.cmdId, QCString::FromUtf8(bench_shapes::CataloguePath()));
-  const std::uint32_t status = Prepare(packet, QCString(sample.line));
-  bench_rows::Require(status == 0 && Same(sample, packet.Body(), packet.BodyLengthBytes()),
-                      std::string("our body of ") + sample.name);
-  std::uint32_t lengthBytes = 0;
-  std::uint8_t* body = limit::Encode(shape, sample.line, &lengthBytes);
-  bench_rows::Require(Same(sample, body, lengthBytes),
-                      std::string("the limit's body of ") + sample.name);
-  PoolFree(body);
-  body = peer::Encode(shape, sample.peerLine, &lengthBytes);
-  bench_rows::Require(Same(sample, body, lengthBytes),
-                      std::string("the peer's body of ") + sample.name);
-  PoolFree(body);
+  const std::string name = sample.name;
+  for (const Set& set : sample.sets) {
+    SvcKivClass::DiagPacket packet(sample.cmdId, QCString::FromUtf8(bench_shapes::CataloguePath()));
+    const std::uint32_t status = Prepare(packet, QCString(set.line));
+    bench_rows::Require(status == 0 && Same(set, packet.Body(), packet.BodyLengthBytes()),
+                        "our body of " + name);
+    std::uint32_t lengthBytes = 0;
+    std::uint8_t* body = limit::Encode(shape, set.line, &lengthBytes);
+    bench_rows::Require(Same(set, body, lengthBytes), "the limit's body of " + name);
+    PoolFree(body);
+    body = peer::Encode(shape, set.peerLine, &lengthBytes);
+    bench_rows::Require(Same(set, body, lengthBytes), "the peer's body of " + name);
+    PoolFree(body);
+  }
 }
 
 const bool kRegistered = [] {

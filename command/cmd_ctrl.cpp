@@ -1,7 +1,7 @@
 #include "command/cmd_ctrl.h"
 
 #include <algorithm>
-#include <cwchar>
+#include <bit>
 #include <iterator>
 #include <utility>
 
@@ -23,12 +23,14 @@ constexpr std::int32_t kNoStatus = -1;  // log lines whose failure has no status
 constexpr std::uint32_t kScopeMask = 3;
 constexpr std::uint32_t kDiagChannel = 256;
 
-// "0x%x"
-QCString IdText(std::uint32_t id) {
-  wchar_t text[16];
-  std::swprintf(text, std::size(text), L"0x%x", id);
-  return QCString(text);
-}
+// "0x%x", written by hand: the list asks for a hundred thousand of them.
+struct IdText {
+  explicit IdText(std::uint32_t id) {
+    wchar_t* at = text + 2 + (std::max(static_cast<int>(std::bit_width(id)), 1) + 3) / 4;
+    for (*at = L'\0'; at != text + 2; id >>= 4) *--at = L"0123456789abcdef"[id & 15];
+  }
+  wchar_t text[11] = L"0x";
+};
 
 bool IsHelpWord(const QCString& word) {
   return std::any_of(std::begin(kHelpWords), std::end(kHelpWords),
@@ -83,7 +85,7 @@ bool CmdCtrl::EnumerateCommands() {
   }
   commands_.ReserveCommands(all.GetCount());
   for (CmdInfo& command : all) {
-    if (database_.IsCmdIdInWhiteList(IdText(command.GetId()).c_str())) {
+    if (database_.IsCmdIdInWhiteList(IdText(command.GetId()).text)) {
       commands_.AddCommand(std::move(command));
     }
   }
@@ -129,7 +131,7 @@ bool CmdCtrl::ClassifyCommand(const CmdInfo& command) {
   }
   line_.type = CommandType::kMorvi;
   line_.cmdId = command.GetId();
-  if (database_.IsCmdIdCombinedInWhiteList(IdText(line_.cmdId).c_str(), line_.rest.c_str()))
+  if (database_.IsCmdIdCombinedInWhiteList(IdText(line_.cmdId).text, line_.rest.c_str()))
     return true;
   LogFailure(ueId_, L"CmdCtrl::GetCmd()", kNoStatus, L"Morvi Combined Cmd Not Supported!");
   return false;
@@ -190,7 +192,7 @@ void CmdCtrl::ListHelp() {
   }
   for (const CmdInfo& command : commands_.Commands()) {
     // The description brings a line feed of its own, so a blank line follows each command.
-    const QCString description = L"(" + IdText(command.GetId()) + L") \n";
+    const QCString description = QCString(L"(") + IdText(command.GetId()).text + L") \n";
     AppendHelpLine(response_, command.GetName(), description.view());
   }
 }

@@ -11,11 +11,11 @@
 #include <cstdint>
 #include <cwchar>
 #include <string_view>
-#include <unordered_map>
 
 #include "platform/catalogue/cmd_info.h"
 #include "platform/text/qc_list.h"
 #include "platform/text/qc_string.h"
+#include "svckiv/command_name_index.h"
 
 namespace SvcKivSpace {
 
@@ -31,18 +31,20 @@ class MorviCmdList {
   void Clear() {
     help_.RemoveAll();
     commands_.RemoveAll();
-    byName_.clear();
+    byName_.Clear();
   }
   void AddHelp(QCString name, QCString description) {
     help_.AddTail({std::move(name), std::move(description)});
   }
   void AddCommand(CmdInfo command) {
-    byName_.try_emplace(command.GetName(), static_cast<std::uint32_t>(commands_.GetCount()));
+    const auto place = static_cast<std::uint32_t>(commands_.GetCount());
+    const wchar_t* const name = command.GetName();
     commands_.AddTail(std::move(command));
+    byName_.Add(name, place, NameAt{commands_});
   }
   void ReserveCommands(std::size_t count) {
     commands_.Reserve(count);
-    byName_.reserve(count);
+    byName_.Reserve(count, NameAt{commands_});
   }
 
   const QCList<HelpEntry>& Help() const noexcept { return help_; }
@@ -51,14 +53,19 @@ class MorviCmdList {
   std::size_t GetCount() const noexcept { return help_.GetCount() + commands_.GetCount(); }
   // Exact and case-sensitive; null when there is none. Help entries are no commands.
   const CmdInfo* Find(std::wstring_view name) const {
-    const auto found = byName_.find(name);
-    return found == byName_.end() ? nullptr : &commands_[found->second];
+    const std::uint32_t place = byName_.Find(name, NameAt{commands_});
+    return place == CommandNameIndex::kNone ? nullptr : &commands_[place];
   }
 
  private:
+  struct NameAt {
+    const QCList<CmdInfo>& commands;
+    std::wstring_view operator()(std::uint32_t place) const { return commands[place].GetName(); }
+  };
+
   QCList<HelpEntry> help_;
   QCList<CmdInfo> commands_;
-  std::unordered_map<std::wstring_view, std::uint32_t> byName_;  // keys live in the commands' store
+  CommandNameIndex byName_;
 };
 
 }  // namespace SvcKivSpace

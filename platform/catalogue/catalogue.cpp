@@ -131,6 +131,8 @@ std::uint32_t Catalogue::Commands(std::shared_ptr<const CmdInfoStore>& commands)
       auto store = std::make_shared<CmdInfoStore>();
       const std::uint32_t status = store->Fill(file_);
       if (status != 0) return status;
+      // From here on single rows are asked for: what the walk over all of them cached is of no use.
+      file_.Run("PRAGMA shrink_memory");
       commands_ = std::move(store);
     }
     commands = commands_;

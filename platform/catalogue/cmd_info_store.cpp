@@ -1,6 +1,7 @@
 #include "platform/catalogue/cmd_info_store.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "platform/base/result_codes.h"
 #include "platform/catalogue/catalogue_schema.h"
@@ -35,22 +36,48 @@ bool CmdInfoStore::FindGroup(std::string_view group, std::uint16_t& index) {
   return true;
 }
 
+std::uint32_t CmdInfoStore::RoomForName(std::size_t lengthChars) {
+  const std::size_t neededChars = lengthChars + 1;
+  const std::size_t left = names_.size() * kNameBlockChars - nameEnd_;
+  if (neededChars > left) {
+    const std::size_t blocks = (neededChars + kNameBlockChars - 1) / kNameBlockChars;
+    nameEnd_ = static_cast<std::uint32_t>(names_.size() * kNameBlockChars);
+    names_.reserve(names_.size() + blocks);
+    names_.push_back(std::make_unique_for_overwrite<wchar_t[]>(blocks * kNameBlockChars));
+    names_.resize(names_.size() + blocks - 1);
+  }
+  const std::uint32_t at = nameEnd_;
+  nameEnd_ += static_cast<std::uint32_t>(neededChars);
+  // What is left of a block that others cover is not used: a name begins where its block does.
+  if (neededChars > kNameBlockChars) {
+    nameEnd_ = static_cast<std::uint32_t>(names_.size() * kNameBlockChars);
+  }
+  return at;
+}
+
+template <typename Name>
+void CmdInfoStore::StoreName(std::uint32_t at, const Name& name) {
+  wchar_t* const to = names_[at / kNameBlockChars].get() + at % kNameBlockChars;
+  *std::copy(name.begin(), name.end(), to) = L'\0';
+}
+
 bool CmdInfoStore::Add(std::uint32_t id, std::string_view name, std::string_view description,
                        std::string_view group, std::uint32_t flags) {
   std::uint16_t groupIndex = 0;
-  if (names_.size() + name.size() > kMaxArena || texts_.size() + description.size() > kMaxArena ||
-      !FindGroup(group, groupIndex)) {
+  if (names_.size() * std::size_t{kNameBlockChars} + name.size() > kMaxArena ||
+      texts_.size() + description.size() > kMaxArena || !FindGroup(group, groupIndex)) {
     return false;
   }
-  const auto nameChars = static_cast<std::uint32_t>(names_.size());
   const auto textBytes = static_cast<std::uint32_t>(texts_.size());
+  std::uint32_t nameChars = 0;
   if (IsAscii(name)) {
-    names_.resize(nameChars + name.size());
-    std::copy(name.begin(), name.end(), names_.begin() + nameChars);
+    nameChars = RoomForName(name.size());
+    StoreName(nameChars, name);
   } else {
-    names_ += os::Utf8ToWide(name);
+    const std::wstring wide = os::Utf8ToWide(name);
+    nameChars = RoomForName(wide.size());
+    StoreName(nameChars, wide);
   }
-  names_ += L'\0';
   texts_ += description;
   records_.push_back({id, nameChars, textBytes, groupIndex, static_cast<std::uint16_t>(flags)});
   return true;
@@ -60,9 +87,18 @@ void CmdInfoStore::AddCombinedText(std::uint32_t index, std::string_view text) {
   combined_[index].emplace_back(text);
 }
 
+// Cuts the last block to what is used of it.
+void CmdInfoStore::TrimNames() {
+  if (names_.empty() || names_.back() == nullptr) return;
+  const std::size_t usedChars = nameEnd_ - (names_.size() - 1) * kNameBlockChars;
+  auto trimmed = std::make_unique_for_overwrite<wchar_t[]>(usedChars);
+  std::copy_n(names_.back().get(), usedChars, trimmed.get());
+  names_.back() = std::move(trimmed);
+}
+
 void CmdInfoStore::Seal() {
+  TrimNames();
   records_.shrink_to_fit();
-  names_.shrink_to_fit();
   texts_.shrink_to_fit();
   groupIndices_.clear();
 }

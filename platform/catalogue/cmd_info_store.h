@@ -7,6 +7,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -31,7 +32,8 @@ class CmdInfoStore {
   std::uint32_t Count() const noexcept { return static_cast<std::uint32_t>(records_.size()); }
   std::uint32_t IdAt(std::uint32_t index) const noexcept { return records_[index].id; }
   const wchar_t* NameAt(std::uint32_t index) const noexcept {
-    return names_.c_str() + records_[index].nameChars;
+    const std::uint32_t at = records_[index].nameChars;
+    return names_[at / kNameBlockChars].get() + at % kNameBlockChars;
   }
   std::string_view DescriptionAt(std::uint32_t index) const noexcept;
   std::string_view GroupAt(std::uint32_t index) const noexcept {
@@ -48,19 +50,31 @@ class CmdInfoStore {
   // One command; texts are offsets into the common blocks.
   struct Record {
     std::uint32_t id;
-    std::uint32_t nameChars;  // where the name begins in names_
+    std::uint32_t nameChars;  // where the name begins in the blocks of names
     std::uint32_t
         textBytes;  // where the description begins in texts_; it ends where the next begins
     std::uint16_t group;
     std::uint16_t flags;
   };
 
+  // Names stand in blocks of so many characters, so that a hundred thousand of them grow without
+  // being copied.
+  static constexpr std::uint32_t kNameBlockChars = 65536;
+
+  // Where `lengthChars` characters and a zero have room, in one block.
+  std::uint32_t RoomForName(std::size_t lengthChars);
+  template <typename Name>
+  void StoreName(std::uint32_t at, const Name& name);
+  void TrimNames();
   std::uint32_t FillCommands(const SqliteFile& file);
   std::uint32_t FillCombinedTexts(const SqliteFile& file);
   bool FindGroup(std::string_view group, std::uint16_t& index);
 
   std::vector<Record> records_;
-  std::wstring names_;  // zero-terminated, one behind the other
+  // A name longer than a block has one of its own, as long as it needs, and the places in names_
+  // that this covers stay empty.
+  std::vector<std::unique_ptr<wchar_t[]>> names_;
+  std::uint32_t nameEnd_ = 0;  // of the last name, in characters of all blocks
   std::string texts_;
   std::vector<std::string> groups_;
   std::unordered_map<std::string, std::uint16_t> groupIndices_;
