@@ -16,11 +16,12 @@
 
 namespace os {
 
-// Held until its end.
+// Held until Release or its end.
 class KIVPLATFORM_API FileLock {
  public:
   // A file system that has no locks counts as locked.
   int Acquire(const std::string& mappedPath, std::uint32_t waitMs);
+  void Release() { file_.Reset(-1); }
 
  private:
   Descriptor file_;

@@ -145,9 +145,10 @@ class Scanner {
   bool Root() {
     if (!rest_.starts_with('<'))
       return Wrong(rest_.empty() ? "no element" : "text before the root");
-    do {
+    if (!StartTag()) return false;
+    while (!open_.empty()) {
       if (!Piece()) return false;
-    } while (!open_.empty());
+    }
     return true;
   }
 
@@ -297,9 +298,13 @@ std::optional<Fault> FindFault(std::string_view document) {
 }
 
 bool IsPlainName(std::string_view name) {
-  return !name.empty() && NameLength(name) == name.size() &&
-         name.find(':') == std::string_view::npos &&
-         name.find("\xEF\xBF\xBD") == std::string_view::npos;
+  if (name.empty() || NameLength(name) != name.size()) return false;
+  for (std::size_t at = 0; at < name.size();) {
+    const auto one = os::utf8_codec::DecodeOne(name.substr(at));
+    if (one.codePoint == ':' || one.codePoint == os::utf8_codec::kReplacement) return false;
+    at += one.lengthBytes;
+  }
+  return true;
 }
 
 }  // namespace well_formed
