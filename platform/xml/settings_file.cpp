@@ -8,6 +8,7 @@
 #include "platform/os/file_lock.h"
 #include "platform/os/kept_copies.h"
 #include "platform/os/safe_file.h"
+#include "platform/xml/well_formed.h"
 #include "platform/xml/xml_document.h"
 #include "platform/xml/xml_merge.h"
 
@@ -187,6 +188,8 @@ std::string SettingsFile::Merged(const pugi::xml_document& ours, const std::stri
 
 int SettingsFile::Write(const std::string& content, const std::string& view) {
   if (content.size() > xml_document::kMaxBytes) return EFBIG;
+  // What the next start would set aside is not written (a thousand attributes and one, say).
+  if (well_formed::FindFault(content)) return EILSEQ;
   if (const int error = os::WriteFileSafely(path_, content)) {
     triedFile_ = content;
     triedView_ = view;

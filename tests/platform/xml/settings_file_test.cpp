@@ -304,6 +304,17 @@ TEST_F(SettingsFile, IsNotSavedBeyondItsLimit) {
   EXPECT_EQ(Titled("small"), dir_.Read("kiv.xml"));
 }
 
+TEST_F(SettingsFile, IsNotSavedWithMoreAttributesThanItWouldBeReadWith) {
+  CXmlConfig config = Open();
+  for (int i = 0; i <= 1000; ++i) {
+    const QCString name = QCString(L"a") + std::to_wstring(i).c_str();
+    ASSERT_EQ(0u, config.WriteAttrValue(L"", name, L"SourceData", L"0"));
+  }
+  EXPECT_EQ(kCannotSave, config.Save(1));
+  EXPECT_EQ(EILSEQ, config.LastError());
+  EXPECT_EQ(Names({"kiv.xml.lock"}), dir_.Names());
+}
+
 TEST_F(SettingsFile, FollowsALinkAndKeepsEverythingBesideItsTarget) {
   fs::create_directory(File("real"));
   dir_.Write("real/settings", Titled("0"));

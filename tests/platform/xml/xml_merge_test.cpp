@@ -1,0 +1,283 @@
+// What comes of it when two processes changed one document: rules by rule, then through the file.
+#include "platform/xml/xml_merge.h"
+
+#include <gtest/gtest.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include "platform/xml/starting_settings.h"
+#include "platform/xml/xml_document.h"
+#include "tests/platform/xml/merge_rules.h"
+#include "tests/support/sweep.h"
+#include "tests/support/temp_dir.h"
+#include "tests/support/tree_paths.h"
+
+extern char** environ;
+
+namespace {
+
+using kivtest::TempDir;
+using xml_config::MergeKind;
+
+const std::vector<xml_config::MergeRule> kRules = {
+    {L"r", MergeKind::kByAttribute, L"ID"},
+    {L"r.list", MergeKind::kAppended, nullptr},
+    {L"r.whole", MergeKind::kWhole, nullptr},
+};
+
+struct MergeRow {
+  const char* what;
+  const char* base;
+  const char* ours;
+  const char* theirs;
+  const char* merged;
+};
+
+constexpr MergeRow kRows[] = {
+    {"nothing changed", "<r a='1'/>", "<r a='1'/>", "<r a='1'/>", "<r a=\"1\"/>"},
+    {"theirs alone", "<r a='1'/>", "<r a='1'/>", "<r a='2' b='3'/>", "<r a=\"2\" b=\"3\"/>"},
+    {"ours alone", "<r a='1'/>", "<r a='2' b='3'/>", "<r a='1'/>", "<r a=\"2\" b=\"3\"/>"},
+    {"different attributes", "<r a='1' b='1'/>", "<r a='2' b='1'/>", "<r a='1' b='2'/>",
+     "<r a=\"2\" b=\"2\"/>"},
+    {"the same attribute: the last store", "<r a='1'/>", "<r a='2'/>", "<r a='3'/>",
+     "<r a=\"2\"/>"},
+    {"an attribute that we removed", "<r a='1' b='1'/>", "<r b='1'/>", "<r a='1' b='2'/>",
+     "<r b=\"2\"/>"},
+    {"an attribute that they removed", "<r a='1' b='1'/>", "<r a='1' b='2'/>", "<r b='1'/>",
+     "<r b=\"2\"/>"},
+    {"elements of one tag", "<r><x a='1'/></r>", "<r><x a='2'/></r>", "<r><y/><x a='1' b='1'/></r>",
+     "<r><y/><x a=\"2\" b=\"1\"/></r>"},
+    {"an element of each", "<r/>", "<r><x/></r>", "<r><y/></r>", "<r><y/><x/></r>"},
+    {"the same element of both", "<r/>", "<r><x a='1' b='1'/></r>", "<r><x b='2' c='2'/></r>",
+     "<r><x b=\"1\" c=\"2\" a=\"1\"/></r>"},
+    {"by their ID", "<r><x ID='1'/></r>", "<r><x ID='1'/><x ID='2' a='1'/></r>",
+     "<r><x ID='3'/><x ID='1' b='1'/></r>",
+     "<r><x ID=\"3\"/><x ID=\"1\" b=\"1\"/><x ID=\"2\" a=\"1\"/></r>"},
+    {"removed by us", "<r><x ID='1'/><x ID='2'/></r>", "<r><x ID='2'/></r>",
+     "<r><x ID='1'/><x ID='2'/><x ID='3'/></r>", "<r><x ID=\"2\"/><x ID=\"3\"/></r>"},
+    {"removed by them", "<r><x ID='1'/><x ID='2'/></r>", "<r><x ID='1'/><x ID='2' a='1'/></r>",
+     "<r><x ID='2'/></r>", "<r><x ID=\"2\" a=\"1\"/></r>"},
+    {"removed by us, changed by them", "<r><x ID='1'/></r>", "<r/>", "<r><x ID='1' a='1'/></r>",
+     "<r><x ID=\"1\" a=\"1\"/></r>"},
+    {"removed by them, changed by us", "<r><x ID='1'/></r>", "<r><x ID='1' a='1'/></r>", "<r/>",
+     "<r><x ID=\"1\" a=\"1\"/></r>"},
+    {"one ID twice is one thing", "<r><x ID='1'/></r>", "<r><x ID='1'/><x ID='1' a='1'/></r>",
+     "<r><x ID='1' b='1'/></r>", "<r><x ID=\"1\"/><x ID=\"1\" a=\"1\"/></r>"},
+    {"tags twice are one thing", "<r><y><x/><x/></y></r>", "<r><y><x/><x/></y></r>",
+     "<r><y><x/><x/><x/></y></r>", "<r><y><x/><x/><x/></y></r>"},
+    {"entries of both, theirs came first", "<r><list><c n='0'/></list></r>",
+     "<r><list><c n='0'/><c n='1'/><c n='2'/></list></r>",
+     "<r><list><c n='0'/><c n='3'/></list></r>",
+     "<r><list><c n=\"0\"/><c n=\"3\"/><c n=\"1\"/><c n=\"2\"/></list></r>"},
+    {"the same entry of both is two", "<r><list/></r>", "<r><list><c n='1'/></list></r>",
+     "<r><list><c n='1'/></list></r>", "<r><list><c n=\"1\"/><c n=\"1\"/></list></r>"},
+    {"an entry once more", "<r><list><c n='1'/></list></r>",
+     "<r><list><c n='1'/><c n='2'/><c n='1'/></list></r>", "<r><list><c n='1'/></list></r>",
+     "<r><list><c n=\"1\"/><c n=\"2\"/><c n=\"1\"/></list></r>"},
+    {"entries that we removed", "<r><list><c n='1'/><c n='2'/><c n='1'/></list></r>",
+     "<r><list><c n='2'/><c n='1'/></list></r>",
+     "<r><list><c n='1'/><c n='2'/><c n='1'/><c n='4'/></list></r>",
+     "<r><list><c n=\"2\"/><c n=\"1\"/><c n=\"4\"/></list></r>"},
+    {"entries that both removed", "<r><list><c n='1'/><c n='2'/></list></r>",
+     "<r><list><c n='2'/><c n='3'/></list></r>", "<r><list><c n='2'/></list></r>",
+     "<r><list><c n=\"2\"/><c n=\"3\"/></list></r>"},
+    {"a list that they removed", "<r><list><c n='1'/></list></r>",
+     "<r><list><c n='1'/><c n='2'/></list></r>", "<r/>",
+     "<r><list><c n=\"1\"/><c n=\"2\"/></list></r>"},
+    {"a whole list of ours", "<r><whole><c n='1'/></whole></r>", "<r><whole><c n='2'/></whole></r>",
+     "<r><whole><c n='1'/><c n='3'/></whole></r>", "<r><whole><c n=\"2\"/></whole></r>"},
+    {"a whole list of theirs", "<r><whole><c n='1'/></whole></r>",
+     "<r><whole><c n='1'/></whole></r>", "<r><whole><c n='3'/><c n='1'/></whole></r>",
+     "<r><whole><c n=\"3\"/><c n=\"1\"/></whole></r>"},
+    {"comments of theirs", "<r/>", "<r a='1'/>", "<r><!-- theirs --></r>",
+     "<r a=\"1\"><!-- theirs --></r>"},
+};
+
+pugi::xml_document Parsed(const char* text) {
+  pugi::xml_document document;
+  EXPECT_EQ(xml_document::Outcome::kSound, xml_document::Parse(text, "r", document).outcome)
+      << text;
+  return document;
+}
+
+TEST(XmlMerge, BringsOurChangesIntoTheirs) {
+  for (const MergeRow& row : kRows) {
+    const pugi::xml_document base = Parsed(row.base), ours = Parsed(row.ours);
+    const pugi::xml_document theirs = Parsed(row.theirs);
+    xml_merge::Merge(base.document_element(), ours.document_element(), theirs.document_element(),
+                     kRules);
+    EXPECT_EQ(row.merged, xml_document::Serialise(theirs.document_element())) << row.what;
+  }
+}
+
+TEST(XmlMerge, LeavesOursAsItIsWhenTheyChangedNothing) {
+  for (const MergeRow& row : kRows) {
+    const pugi::xml_document base = Parsed(row.base), ours = Parsed(row.ours);
+    const pugi::xml_document theirs = Parsed(row.base);
+    xml_merge::Merge(base.document_element(), ours.document_element(), theirs.document_element(),
+                     kRules);
+    EXPECT_EQ(xml_document::Serialise(ours.document_element()),
+              xml_document::Serialise(theirs.document_element()))
+        << row.what;
+  }
+}
+
+constexpr const wchar_t* kHistory = L"SourceData.SESSION.INSTANCE.DEFAULT.HISTORY_CMD";
+constexpr const wchar_t* kEntry = L"SourceData.SESSION.INSTANCE.DEFAULT.HISTORY_CMD.CMD";
+constexpr const wchar_t* kPopular = L"SourceData.SESSION.INSTANCE.DEFAULT.POPULAR";
+
+// Consoles on one settings file.
+class TwoConsoles : public testing::Test {
+ protected:
+  CXmlConfig Open() const {
+    return CXmlConfig(
+        path_, {.startingText = BuiltInSettings(), .mergeRules = kivtest::SettingsMergeRules()});
+  }
+  static void Append(CXmlConfig& config, const QCString& name) {
+    ASSERT_EQ(0u, config.AddConfigNode(L"CMD", kHistory, L"0.0.0.0.0", 1));
+    std::uint32_t count = 0;
+    ASSERT_EQ(0u, config.GetSubNodeCount(count, kHistory, L"CMD", L"0.0.0.0.0"));
+    const QCString at = QCString(L"0.0.0.0.0.") + std::to_wstring(count - 1).c_str();
+    ASSERT_EQ(0u, config.WriteAttrValue(name, L"NAME", kEntry, at));
+  }
+  static std::vector<std::string> History(const CXmlConfig& config) {
+    std::uint32_t count = 0;
+    EXPECT_EQ(0u, config.GetSubNodeCount(count, kHistory, L"CMD", L"0.0.0.0.0"));
+    std::vector<std::string> names(count);
+    for (std::uint32_t i = 0; i < count; ++i) {
+      QCString name;
+      config.ReadAttrValue(name, L"NAME", kEntry,
+                           QCString(L"0.0.0.0.0.") + std::to_wstring(i).c_str());
+      names[i] = name.ToUtf8();
+    }
+    return names;
+  }
+  static QCString Popular(const CXmlConfig& config, const wchar_t* attribute) {
+    QCString text = L"(none)";
+    config.ReadAttrValue(text, attribute, kPopular, L"0.0.0.0.0");
+    return text;
+  }
+  static void SetPopular(CXmlConfig& config, const wchar_t* attribute, const QCString& value) {
+    ASSERT_EQ(0u, config.WriteAttrValue(value, attribute, kPopular, L"0.0.0.0.0"));
+  }
+
+  using Texts = std::vector<std::string>;
+  TempDir dir_;
+  const QCString path_{dir_.WideFile("kiv.xml")};
+};
+
+TEST_F(TwoConsoles, EachBringWhatTheyChanged) {
+  CXmlConfig one = Open(), other = Open();
+  Append(one, L"one 1");
+  SetPopular(one, L"TITLE", L"of one");
+  ASSERT_EQ(0u, one.Save(1));
+  Append(other, L"other 1");
+  SetPopular(other, L"FONT_SIZE", L"14");
+  ASSERT_EQ(0u, other.Save(1));
+  Append(one, L"one 2");
+  ASSERT_EQ(0u, one.Save(1));
+  const CXmlConfig next = Open();
+  EXPECT_EQ((Texts{"one 1", "other 1", "one 2"}), History(next));
+  EXPECT_EQ(QCString(L"of one"), Popular(next, L"TITLE"));
+  EXPECT_EQ(QCString(L"14"), Popular(next, L"FONT_SIZE"));
+}
+
+TEST_F(TwoConsoles, KeepTheirOwnViewAndPositions) {
+  CXmlConfig one = Open(), other = Open();
+  Append(one, L"one");
+  ASSERT_EQ(0u, one.Save(1));
+  Append(other, L"other");
+  ASSERT_EQ(0u, other.Save(1));
+  EXPECT_EQ(Texts{"other"}, History(other));
+  EXPECT_EQ(Texts{"one"}, History(one));
+  ASSERT_EQ(0u, one.Save(1));
+  EXPECT_EQ((Texts{"one", "other"}), History(Open()));
+}
+
+TEST_F(TwoConsoles, LeaveTheLastStoreOfAnAttribute) {
+  CXmlConfig one = Open(), other = Open();
+  SetPopular(one, L"TITLE", L"one");
+  SetPopular(other, L"TITLE", L"other");
+  ASSERT_EQ(0u, other.Save(1));
+  ASSERT_EQ(0u, one.Save(1));
+  EXPECT_EQ(QCString(L"one"), Popular(Open(), L"TITLE"));
+  SetPopular(other, L"TITLE", L"again");
+  ASSERT_EQ(0u, other.Save(1));
+  EXPECT_EQ(QCString(L"again"), Popular(Open(), L"TITLE"));
+}
+
+TEST_F(TwoConsoles, AddSessionsAtOnePositionAndLoseNone) {
+  CXmlConfig one = Open(), other = Open();
+  for (const auto& [config, id] : {std::pair(&one, L"7"), std::pair(&other, L"8")}) {
+    ASSERT_EQ(0u, config->AddConfigNode(L"SESSION", L"SourceData", L"0", 0));
+    ASSERT_EQ(0u, config->WriteAttrValue(id, L"ID", L"SourceData.SESSION", L"0.1"));
+    ASSERT_EQ(0u, config->Save(1));
+  }
+  ASSERT_EQ(0u, one.WriteAttrValue(L"x", L"NOTE", L"SourceData.SESSION", L"0.1"));
+  ASSERT_EQ(0u, one.Save(1));
+  const CXmlConfig next = Open();
+  for (const wchar_t* id : {L"1", L"7", L"8"}) {
+    QCString at = L"0";
+    EXPECT_EQ(0u, next.FindAttrValByTagPath(L"ID", id, L"SourceData.SESSION", at, nullptr));
+    QCString note;
+    EXPECT_EQ(*id == L'7', next.ReadAttrValue(note, L"NOTE", L"SourceData.SESSION", at) == 0);
+  }
+}
+
+// What one process that appends and trims leaves behind is what it has in memory.
+TEST_F(TwoConsoles, AgreeWithTheFileWhenNobodyElseSaves) {
+  CXmlConfig one = Open();
+  for (int i = 0; i < 20; ++i) {
+    Append(one, QCString(std::to_wstring(i % 3)));
+    const bool isFull = i >= 5;
+    ASSERT_EQ(isFull ? 0u : 3004u, one.DeleteConfigNode(kEntry, isFull ? L"0.0.0.0.0.0" : L"9"));
+    ASSERT_EQ(0u, one.Save(1));
+    ASSERT_EQ(History(one), History(Open())) << i;
+  }
+}
+
+pid_t Spawn(const std::vector<std::string>& words) {
+  std::vector<char*> arguments;
+  for (const std::string& word : words) arguments.push_back(const_cast<char*>(word.c_str()));
+  arguments.push_back(nullptr);
+  posix_spawn_file_actions_t actions;
+  posix_spawn_file_actions_init(&actions);
+  posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, "/dev/null", 1, 0);
+  pid_t child = -1;
+  EXPECT_EQ(0, posix_spawn(&child, arguments[0], &actions, nullptr, arguments.data(), environ));
+  posix_spawn_file_actions_destroy(&actions);
+  return child;
+}
+
+TEST_F(TwoConsoles, OfTwoProcessesLoseNothingInManySaves) {
+  const std::string saver = std::string(kivtest::BuildDir()) + "/tests/bin/xml_save";
+  const std::int64_t saves = kivtest::SweepCount(1000);
+  std::vector<pid_t> children;
+  for (const char* tag : {"one", "other"}) {
+    children.push_back(Spawn({saver, dir_.File("kiv.xml"), std::to_string(saves), tag}));
+  }
+  for (const pid_t child : children) {
+    int status = -1;
+    ASSERT_EQ(child, waitpid(child, &status, 0));
+    EXPECT_EQ(0, status);
+  }
+  // All of both, each in its own order.
+  std::vector<std::string> ones, others;
+  for (const std::string& name : History(Open())) {
+    (name.starts_with("one-") ? ones : others).push_back(name);
+  }
+  for (const auto& [names, tag] : {std::pair(&ones, "one-"), std::pair(&others, "other-")}) {
+    ASSERT_EQ(static_cast<std::size_t>(saves), names->size());
+    for (std::size_t i = 0; i < names->size(); ++i) {
+      ASSERT_EQ(tag + std::to_string(i), (*names)[i]);
+    }
+  }
+  EXPECT_EQ((Texts{"kiv.xml", "kiv.xml.bak", "kiv.xml.lock"}), dir_.Names());
+}
+
+}  // namespace
