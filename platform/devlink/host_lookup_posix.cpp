@@ -7,6 +7,7 @@
 #include <asio/post.hpp>
 #include <cerrno>
 #include <cstring>
+#include <mutex>
 #include <system_error>
 #include <thread>
 
@@ -14,9 +15,10 @@
 
 namespace devlink {
 
-// Written by the thread before it writes to the pipe, read by the link behind that. Both ends live
-// as long as the thread: its write never meets a closed pipe.
+// What the thread found out; a byte in the pipe says that it is there. Both ends of the pipe live
+// as long as the thread: its write never meets a closed one.
 struct HostLookup::Answer {
+  std::mutex mutex;
   std::vector<Address> addresses;
   std::string problem;
   UniqueFd readEnd;
@@ -80,7 +82,13 @@ int HostLookup::StartThread(const std::shared_ptr<Answer>& answer, const std::st
   try {
     std::thread([answer, host, port] {
       BlockSignals();
-      answer->addresses = Ask(host, port, answer->problem);
+      std::string problem;
+      std::vector<Address> addresses = Ask(host, port, problem);
+      {
+        const std::lock_guard lock(answer->mutex);
+        answer->addresses = std::move(addresses);
+        answer->problem = std::move(problem);
+      }
       [[maybe_unused]] const long written = ::write(answer->writeEnd.Get(), "", 1);
     }).detach();
   } catch (const std::system_error& failure) {
@@ -97,7 +105,12 @@ void HostLookup::Start(const std::string& host, std::uint16_t port, Handler hand
   auto answer = std::make_shared<Answer>();
   const int error = StartThread(answer, host, port);
   const auto tell = [answer, handler = std::move(handler), alive = std::weak_ptr(alive_)] {
-    if (!alive.expired()) handler(std::move(answer->addresses), std::move(answer->problem));
+    if (alive.expired()) return;
+    std::unique_lock lock(answer->mutex);
+    std::vector<Address> addresses = std::move(answer->addresses);
+    std::string problem = std::move(answer->problem);
+    lock.unlock();
+    handler(std::move(addresses), std::move(problem));
   };
   if (error != 0) {
     answer->problem = SystemProblem("cannot look for the host \"" + host + "\"", error);
