@@ -19,7 +19,8 @@ UniqueFd OpenSerialLine(const Endpoint& endpoint, std::string& problem);
 
 // Bytes that were written and are not on the line yet.
 std::size_t QueuedBytes(int line);
-// Forgets them. Otherwise closing a port whose other side takes nothing waits for half a minute.
-void DropQueued(int line);
+// Before it is closed: lets other programs have the port, and forgets what is queued. Otherwise
+// closing a port whose other side takes nothing waits for half a minute.
+void ReleaseLine(int line);
 
 }  // namespace devlink

@@ -84,7 +84,12 @@ UniqueFd OpenSerialLine(const Endpoint& endpoint, std::string& problem) {
   UniqueFd line(::open(endpoint.path.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC));
   termios2 settings = {};
   const int error = line.Valid() ? Claim(line.Get(), settings) : errno;
-  problem = error != 0 ? OpenProblem(endpoint, error) : Set(line.Get(), settings, endpoint);
+  if (error == 0) {
+    problem = Set(line.Get(), settings, endpoint);
+    if (!problem.empty()) ReleaseLine(line.Get());
+  } else {
+    problem = OpenProblem(endpoint, error);
+  }
   if (!problem.empty()) line.Reset();
   return line;
 }
@@ -94,6 +99,10 @@ std::size_t QueuedBytes(int line) {
   return ::ioctl(line, TIOCOUTQ, &queued) == 0 && queued > 0 ? static_cast<std::size_t>(queued) : 0;
 }
 
-void DropQueued(int line) { ::ioctl(line, TCFLSH, TCIOFLUSH); }
+void ReleaseLine(int line) {
+  ::ioctl(line, TCFLSH, TCIOFLUSH);
+  // It would stay as long as anybody else has the port open.
+  ::ioctl(line, TIOCNXCL);
+}
 
 }  // namespace devlink

@@ -59,7 +59,7 @@ std::size_t SerialTransport::LargestPayloadBytes() const {
 
 std::string SerialTransport::End(const KeepWaiting& keepWaiting) {
   Drain(control_.Get(), keepWaiting);
-  DropQueued(control_.Get());
+  ReleaseLine(control_.Get());
   FdTransport::End(keepWaiting);
   control_.Reset();
   return "\"" + path_ + "\" was unplugged or hung up";
@@ -73,6 +73,7 @@ std::unique_ptr<Transport> OpenSerialTransport(asio::io_context& io, const Endpo
   UniqueFd writeEnd = Duplicate(line);
   if (!readEnd.Valid() || !writeEnd.Valid()) {
     problem = SystemProblem("cannot open \"" + endpoint.text + "\"", errno);
+    ReleaseLine(line.Get());
     return nullptr;
   }
   return std::make_unique<SerialTransport>(io, std::move(readEnd), std::move(writeEnd),

@@ -11,10 +11,12 @@
 #include <time.h>
 #include <unistd.h>
 
+#include <asio/io_context.hpp>
 #include <cerrno>
 #include <fstream>
 #include <random>
 
+#include "platform/devlink/serial_transport_posix.h"
 #include "tests/platform/devlink/line_settings.h"
 #include "tests/platform/devlink/link_fixture.h"
 #include "tests/support/sweep.h"
@@ -141,6 +143,22 @@ TEST(SerialLine, IsClosedToProgramsThatAskForNoLockToo) {
     const bool closed = ::open(pair.Path().c_str(), O_RDWR | O_NOCTTY) == -1 && errno == EBUSY;
     return closed && !pair.Open().Valid() &&
            pair.problem == "cannot open \"serial:" + pair.Path() + "\": another program uses it";
+  }));
+}
+
+TEST(SerialLine, IsFreeBehindItsEndWhoeverElseHasItOpen) {
+  Pair pair;
+  ASSERT_EQ(::chmod(pair.Path().c_str(), 0666), 0);
+  const UniqueFd somebody(::open(pair.Path().c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC));
+  EXPECT_TRUE(kivtest::HoldsUnprivileged([&] {
+    asio::io_context io;
+    const auto endpoint = ParseEndpoint("serial:" + pair.Path());
+    for (int i = 0; i < 2; ++i) {
+      const auto transport = devlink::OpenSerialTransport(io, endpoint, pair.problem);
+      if (transport == nullptr) return false;
+      transport->End([] { return false; });
+    }
+    return ::open(pair.Path().c_str(), O_RDWR | O_NOCTTY) >= 0;
   }));
 }
 

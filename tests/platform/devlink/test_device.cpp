@@ -47,6 +47,11 @@ std::optional<NaiveFrame> DeviceEnd::Next() {
 std::optional<NaiveFrame> DeviceEnd::NextMessage() {
   for (;;) {
     auto frame = Next();
+    if (frame && frame->kind == kHello) {
+      sequence_ = 0;
+      if (!Send(Hello(frame->tag))) return std::nullopt;
+      continue;
+    }
     if (!frame || frame->kind != kKeepAlive) return frame;
     NaiveFrame answer;
     answer.kind = kKeepAlive;
