@@ -13,9 +13,8 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/xml/starting_settings.h"
 #include "platform/xml/xml_config.h"
-#include "tests/platform/xml/merge_rules.h"
+#include "tests/platform/xml/settings_shape.h"
 #include "tests/support/scoped_env.h"
 #include "tests/support/sweep.h"
 #include "tests/support/temp_dir.h"
@@ -41,7 +40,7 @@ class MemoryDir {
 std::string LongDocument() {
   const MemoryDir memory;
   const TempDir& dir = memory.dir;
-  CXmlConfig config(QCString(dir.WideFile("kiv.xml")), {.startingText = BuiltInSettings()});
+  CXmlConfig config(QCString(dir.WideFile("kiv.xml")), kivtest::SettingsOptions());
   const QCString list = L"SourceData.SESSION.INSTANCE.DEFAULT.HISTORY_CMD";
   for (int i = 0; dir.Read("kiv.xml").size() < kDocumentBytes; ++i) {
     const QCString at = QCString(L"0.0.0.0.0.") + std::to_wstring(i).c_str();
@@ -60,9 +59,7 @@ void ExpectNothingLost(const TempDir& dir, const std::string& text) {
   const auto start = std::chrono::steady_clock::now();
   std::string notice;
   {
-    CXmlConfig config(
-        QCString(dir.WideFile("kiv.xml")),
-        {.startingText = BuiltInSettings(), .mergeRules = kivtest::SettingsMergeRules()});
+    CXmlConfig config(QCString(dir.WideFile("kiv.xml")), kivtest::SettingsOptions());
     ASSERT_TRUE(config.IsOpen());
     notice = config.TakeNotice().ToUtf8();
     QCString value;

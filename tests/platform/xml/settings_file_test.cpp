@@ -13,7 +13,7 @@
 #include "platform/os/system_calls.h"
 #include "platform/xml/xml_config.h"
 #include "platform/xml/xml_document.h"
-#include "tests/platform/xml/merge_rules.h"
+#include "tests/platform/xml/settings_shape.h"
 #include "tests/support/temp_dir.h"
 #include "tests/support/unprivileged.h"
 

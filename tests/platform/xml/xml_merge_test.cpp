@@ -10,9 +10,8 @@
 #include <string>
 #include <vector>
 
-#include "platform/xml/starting_settings.h"
 #include "platform/xml/xml_document.h"
-#include "tests/platform/xml/merge_rules.h"
+#include "tests/platform/xml/settings_shape.h"
 #include "tests/support/sweep.h"
 #include "tests/support/temp_dir.h"
 #include "tests/support/tree_paths.h"
@@ -134,10 +133,7 @@ constexpr const wchar_t* kPopular = L"SourceData.SESSION.INSTANCE.DEFAULT.POPULA
 // Consoles on one settings file.
 class TwoConsoles : public testing::Test {
  protected:
-  CXmlConfig Open() const {
-    return CXmlConfig(
-        path_, {.startingText = BuiltInSettings(), .mergeRules = kivtest::SettingsMergeRules()});
-  }
+  CXmlConfig Open() const { return CXmlConfig(path_, kivtest::SettingsOptions()); }
   static void Append(CXmlConfig& config, const QCString& name) {
     ASSERT_EQ(0u, config.AddConfigNode(L"CMD", kHistory, L"0.0.0.0.0", 1));
     std::uint32_t count = 0;

@@ -12,9 +12,8 @@
 #include <cstdlib>
 #include <string>
 
-#include "platform/xml/starting_settings.h"
 #include "platform/xml/xml_config.h"
-#include "tests/platform/xml/merge_rules.h"
+#include "tests/platform/xml/settings_shape.h"
 
 namespace {
 
@@ -46,8 +45,7 @@ int main(int argc, char** argv) {
   std::setvbuf(stdout, nullptr, _IOLBF, 0);
   const unsigned long count = std::strtoul(argv[2], nullptr, 10);
   const std::wstring filling(argc == 5 ? std::strtoul(argv[4], nullptr, 10) : 0, L'x');
-  CXmlConfig config(QCString::FromUtf8(argv[1]), {.startingText = StartingSettings(),
-                                                  .mergeRules = kivtest::SettingsMergeRules()});
+  CXmlConfig config(QCString::FromUtf8(argv[1]), kivtest::SettingsOptions());
   PrintNotice(config);
   if (!config.IsOpen()) return 3;
   for (unsigned long i = 0; count == 0 || i < count; ++i) {
