@@ -34,7 +34,7 @@ std::FILE* OpenFile(const std::string& mappedPath, const char* mode) {
     errno = EINVAL;
     return nullptr;
   }
-  if (*mode == 'r' && IsPipe(mappedPath)) {
+  if (IsPipe(mappedPath)) {
     errno = ESPIPE;
     return nullptr;
   }

@@ -81,6 +81,18 @@ TEST_F(ChannelsOverModule, LinesBecomeTheirPackets) {
   EXPECT_EQ(fake::Posts(), expected);
 }
 
+TEST_F(ChannelsOverModule, LongLinesGoOutThoughTheControllerRejectsThem) {
+  const std::wstring longWord(996, L'x');
+  EXPECT_EQ(bench_.Run(L"AT+" + longWord + L"; "), kUntouched);
+  EXPECT_EQ(bench_.Run(L"sh" + longWord + L" ls"), kUntouched);
+  const std::vector<Post> posts = fake::Posts();
+  ASSERT_EQ(posts.size(), 3u);
+  EXPECT_EQ(posts[0].body.size(), 404u);
+  EXPECT_EQ(posts[1].body.size(), 404u);
+  EXPECT_EQ(posts[2].body.size(), 206u);
+  EXPECT_EQ(Bytes(posts[2].body.end() - 3, posts[2].body.end()), (Bytes{';', '\r', '\n'}));
+}
+
 TEST_F(ChannelsOverModule, LinesThatNoChannelTakesAreDispatchedAsBefore) {
   EXPECT_EQ(bench_.Run(L"nix"), L"Command 'nix' is not exist\n");
   EXPECT_EQ(bench_.Run(L"ati"), L"Command 'ati' is not exist\n");

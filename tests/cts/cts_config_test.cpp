@@ -1,5 +1,6 @@
 // The test-case configuration: ini file, log file, "ctscfg".
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <filesystem>
@@ -189,6 +190,14 @@ TEST_F(CtsConfig, CommandCutsTheDelayOptionOffFirst) {
 TEST_F(CtsConfig, LogThatCannotBeOpenedCostsTheViewNothing) {
   std::filesystem::create_directories(Path("cases/cts_na.log"));
   Configure();
+  cts_.OutputText(L"text");
+  EXPECT_EQ(Texts(), (TextList{L"text\n"}));
+}
+
+TEST_F(CtsConfig, LogThatIsAPipeWithoutAReaderKeepsNobodyWaiting) {
+  ASSERT_EQ(mkfifo(Path("cases/cts_na.log").c_str(), 0600), 0);
+  Configure();
+  EXPECT_EQ(cts_.WriteLog(L"text"), 53);
   cts_.OutputText(L"text");
   EXPECT_EQ(Texts(), (TextList{L"text\n"}));
 }

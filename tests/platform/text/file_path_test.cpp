@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -87,6 +88,16 @@ TEST(CFilePathOperator, SaysWhyItCannotOpen) {
   EXPECT_EQ(EINVAL, errorOf(QCString(dir.WideFile("file")), "x"));
   EXPECT_EQ(EINVAL, errorOf(QCString(dir.WideFile("file")), ""));
   EXPECT_TRUE(dir.Names().empty());
+}
+
+TEST(CFilePathOperator, OpensNoPipeSinceNobodyMayBeAtItsOtherEnd) {
+  const TempDir dir;
+  ASSERT_EQ(0, mkfifo(dir.File("pipe").c_str(), 0600));
+  for (const char* mode : {"rb", "at", "wt", "r+"}) {
+    errno = 0;
+    EXPECT_EQ(nullptr, CFilePathOperator::OpenFile(QCString(dir.WideFile("pipe")), mode)) << mode;
+    EXPECT_EQ(ESPIPE, errno) << mode;
+  }
 }
 
 TEST(CFilePathOperator, TakesASizeAndIsBackAtTheStart) {
