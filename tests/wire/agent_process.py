@@ -15,11 +15,11 @@ AGENT = pathlib.Path(os.environ.get("KIV_BUILD_DIR", "build/gcc")) / "bin" / "ki
 class AgentProcess:
     """An agent over pipes. Use as a context manager; `peer` talks to it."""
 
-    def __init__(self, *arguments, data, allow_root=True, prefix=(), **popen):
+    def __init__(self, *arguments, data, allow_root=True, prefix=(), program=AGENT, **popen):
         """`prefix` is a program that starts the agent, with its arguments."""
         root = ["--allow-root"] if allow_root else []
         self.process = subprocess.Popen(
-            [*prefix, str(AGENT), "--data", str(data), *root, *arguments], stdin=subprocess.PIPE,
+            [*prefix, str(program), "--data", str(data), *root, *arguments], stdin=subprocess.PIPE,
             stdout=subprocess.PIPE, stderr=subprocess.PIPE, bufsize=0, **popen)
         self.peer = Peer(self.process.stdout.fileno(), self.process.stdin.fileno())
 
