@@ -324,7 +324,7 @@ class TheTokenFile(TcpTest):
             "cannot be read: Permission denied\n")
         agent = self.start()
         self.assertEqual(stat.S_IMODE(self.token_file.stat().st_mode), 0o600)
-        script = ("import os, socket, sys\n"
+        script = ("import encodings.idna, os, socket, sys\n"  # all that an address needs
                   "os.setgroups([]); os.setgid(65534); os.setuid(65534)\n"
                   "s = socket.create_connection((sys.argv[1], int(sys.argv[2])), 20)\n"
                   "s.sendall(b'KIV-TOKN\\x15' + b'?' * 21)\n"
