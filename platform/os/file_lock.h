@@ -19,9 +19,14 @@ namespace os {
 // Held until Release or its end.
 class KIVPLATFORM_API FileLock {
  public:
+  FileLock() = default;
+  FileLock(const FileLock&) = delete;
+  FileLock& operator=(const FileLock&) = delete;
+  ~FileLock() { Release(); }
+
   // A file system that has no locks counts as locked.
   int Acquire(const std::string& mappedPath, std::uint32_t waitMs);
-  void Release() { file_.Reset(-1); }
+  void Release();
 
  private:
   Descriptor file_;

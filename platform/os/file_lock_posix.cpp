@@ -61,8 +61,16 @@ int FileLock::Acquire(const std::string& mappedPath, std::uint32_t waitMs) {
   if (error == 0) error = WaitForLock(file_.number(), kLockByte, end);
   if (error == 0) error = SetLock(file_.number(), F_UNLCK, kQueueByte);
   if (HasNoLocks(error)) return 0;
-  if (error != 0) file_.Reset(-1);
+  if (error != 0) Release();
   return error;
+}
+
+// Unlocked before it is closed: a close that fails must not leave this process locked out.
+void FileLock::Release() {
+  if (!file_.isOpen()) return;
+  SetLock(file_.number(), F_UNLCK, kQueueByte);
+  SetLock(file_.number(), F_UNLCK, kLockByte);
+  file_.Reset(-1);
 }
 
 }  // namespace os

@@ -2,13 +2,14 @@
 
 #include <cerrno>
 
+#include "platform/os/descriptor.h"
 #include "platform/os/file_stamp.h"
 
 namespace os {
 
 int StampOf(const std::string& mappedPath, FileStamp& stamp) {
   struct stat status {};
-  if (stat(mappedPath.c_str(), &status) != 0) return errno;
+  if (RetryWhenInterrupted([&] { return stat(mappedPath.c_str(), &status); }) != 0) return errno;
   if (!S_ISREG(status.st_mode)) return EISDIR;
   stamp.device = static_cast<std::uint64_t>(status.st_dev);
   stamp.file = static_cast<std::uint64_t>(status.st_ino);

@@ -4,6 +4,7 @@
 
 #include <climits>
 
+#include "platform/os/descriptor.h"
 #include "platform/os/paths.h"
 
 namespace os {
@@ -33,7 +34,8 @@ std::string LibraryDirectory() {
 
 bool IsDirectory(const std::string& mappedPath) {
   struct stat status {};
-  return stat(mappedPath.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+  const int found = RetryWhenInterrupted([&] { return stat(mappedPath.c_str(), &status); });
+  return found == 0 && S_ISDIR(status.st_mode);
 }
 
 }  // namespace os
