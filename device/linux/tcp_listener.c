@@ -140,7 +140,7 @@ void kiv_tcp_close(kiv_tcp_listener* listener) {
 }
 
 int kiv_tcp_watch(const kiv_tcp_listener* listener, struct pollfd* entries) {
-  const struct pollfd own = {listener->socket, POLLIN, 0};
+  const struct pollfd own = {listener->rest_until_ms == 0 ? listener->socket : -1, POLLIN, 0};
   entries[0] = own;
   for (int i = 0; i < KIV_TCP_MAX_WAITING; ++i) {
     const struct pollfd stranger = {listener->strangers[i].socket, POLLIN, 0};
@@ -192,7 +192,11 @@ static void hear(kiv_tcp_listener* listener, kiv_tcp_stranger* stranger,
 static void take_in(kiv_tcp_listener* listener, int64_t now_ms) {
   const int on = 1;
   const int socket = accept4(listener->socket, NULL, NULL, SOCK_CLOEXEC);
-  if (socket < 0) return;
+  if (socket < 0) {
+    // It would be readable on and on: none is taken until some have gone.
+    if (errno != EAGAIN && errno != EINTR) listener->rest_until_ms = now_ms + KIV_TCP_REST_MS;
+    return;
+  }
   (void)setsockopt(socket, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
   for (int i = 0; i < KIV_TCP_MAX_WAITING; ++i) {
     kiv_tcp_stranger* stranger = &listener->strangers[i];
@@ -215,11 +219,12 @@ void kiv_tcp_serve(kiv_tcp_listener* listener, const struct pollfd* entries, int
       show_out(listener, stranger, "no token in 5 seconds");
     }
   }
+  if (now_ms >= listener->rest_until_ms) listener->rest_until_ms = 0;
   if (entries[0].revents != 0) take_in(listener, now_ms);
 }
 
 int64_t kiv_tcp_next_due_ms(const kiv_tcp_listener* listener) {
-  int64_t next_ms = -1;
+  int64_t next_ms = listener->rest_until_ms == 0 ? -1 : listener->rest_until_ms;
   for (int i = 0; i < KIV_TCP_MAX_WAITING; ++i) {
     const kiv_tcp_stranger* stranger = &listener->strangers[i];
     if (stranger->socket >= 0 && (next_ms < 0 || stranger->until_ms < next_ms)) {

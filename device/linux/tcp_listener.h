@@ -22,6 +22,7 @@ extern "C" {
 
 #define KIV_TCP_MAX_WAITING 16
 #define KIV_TCP_PATIENCE_MS 5000
+#define KIV_TCP_REST_MS 100
 // The listening socket and those that wait.
 #define KIV_TCP_POLL_ENTRIES (1 + KIV_TCP_MAX_WAITING)
 
@@ -37,7 +38,8 @@ typedef struct kiv_tcp_listener {
   kiv_token token;
   kiv_tcp_stranger strangers[KIV_TCP_MAX_WAITING];
   uint32_t refused;
-  char address[64];  // with the port that was bound
+  int64_t rest_until_ms;  // without descriptors for more connections; 0: it takes them
+  char address[64];       // with the port that was bound
   char problem[PATH_MAX + 128];
 } kiv_tcp_listener;
 
@@ -52,7 +54,7 @@ int kiv_tcp_watch(const kiv_tcp_listener* listener, struct pollfd* entries);
 // which owns it from then on.
 void kiv_tcp_serve(kiv_tcp_listener* listener, const struct pollfd* entries, int64_t now_ms,
                    void (*found)(void* context, int socket), void* context);
-// When the patience with one of them ends; -1 when none waits.
+// When the patience with one of them or a rest ends; -1 when neither is under way.
 int64_t kiv_tcp_next_due_ms(const kiv_tcp_listener* listener);
 
 #ifdef __cplusplus

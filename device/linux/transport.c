@@ -52,9 +52,19 @@ void kiv_transport_close(kiv_transport* transport) {
 int kiv_transport_watch(const kiv_transport* transport, struct pollfd* entries) {
   if (transport->kind == KIV_TRANSPORT_TCP) return kiv_tcp_watch(&transport->tcp, entries);
   if (transport->kind != KIV_TRANSPORT_UNIX) return 0;
-  const struct pollfd listening = {transport->unix_socket.socket, POLLIN, 0};
+  const bool rests = transport->rest_until_ms != 0;
+  const struct pollfd listening = {rests ? -1 : transport->unix_socket.socket, POLLIN, 0};
   entries[0] = listening;
   return 1;
+}
+
+// A connection that cannot be taken stays waiting, so the socket would be readable on and on.
+static int take_from_unix(kiv_transport* transport, const struct pollfd* entry, int64_t now_ms) {
+  if (now_ms >= transport->rest_until_ms) transport->rest_until_ms = 0;
+  if (entry->revents == 0) return -1;
+  const int host = kiv_unix_accept(&transport->unix_socket);
+  if (transport->unix_socket.starved) transport->rest_until_ms = now_ms + KIV_TCP_REST_MS;
+  return host;
 }
 
 static void found_by_tcp(void* context, int socket) {
@@ -66,8 +76,8 @@ void kiv_transport_serve(kiv_transport* transport, const struct pollfd* entries,
   int host = -1;
   if (transport->kind == KIV_TRANSPORT_TCP) {
     kiv_tcp_serve(&transport->tcp, entries, now_ms, found_by_tcp, transport);
-  } else if (transport->kind == KIV_TRANSPORT_UNIX && entries[0].revents != 0) {
-    host = kiv_unix_accept(&transport->unix_socket);
+  } else if (transport->kind == KIV_TRANSPORT_UNIX) {
+    host = take_from_unix(transport, entries, now_ms);
   } else if (transport->kind == KIV_TRANSPORT_SERIAL && transport->serial.due_ms >= 0 &&
              now_ms >= transport->serial.due_ms) {
     host = kiv_serial_open(&transport->serial, now_ms);
@@ -77,7 +87,8 @@ void kiv_transport_serve(kiv_transport* transport, const struct pollfd* entries,
 
 int64_t kiv_transport_next_due_ms(const kiv_transport* transport) {
   if (transport->kind == KIV_TRANSPORT_TCP) return kiv_tcp_next_due_ms(&transport->tcp);
-  return transport->kind == KIV_TRANSPORT_SERIAL ? transport->serial.due_ms : -1;
+  if (transport->kind == KIV_TRANSPORT_SERIAL) return transport->serial.due_ms;
+  return transport->rest_until_ms == 0 ? -1 : transport->rest_until_ms;
 }
 
 bool kiv_transport_host_gone(kiv_transport* transport, int64_t now_ms) {

@@ -28,6 +28,7 @@ typedef void (*kiv_host_fn)(void* context, int in, int out, bool owns_descriptor
 typedef struct kiv_transport {
   kiv_transport_kind kind;
   kiv_unix_listener unix_socket;
+  int64_t rest_until_ms;  // of the Unix socket, without descriptors for more; 0: it takes them
   kiv_tcp_listener tcp;
   kiv_serial_port serial;
   kiv_host_fn on_host;

@@ -89,8 +89,9 @@ bool kiv_unix_listen(kiv_unix_listener* listener, const char* path) {
   return true;
 }
 
-int kiv_unix_accept(const kiv_unix_listener* listener) {
+int kiv_unix_accept(kiv_unix_listener* listener) {
   const int peer = accept4(listener->socket, NULL, NULL, SOCK_CLOEXEC);
+  listener->starved = peer < 0 && errno != EAGAIN && errno != EINTR;
   if (peer < 0) return -1;
   struct ucred who;
   socklen_t length = sizeof who;

@@ -17,6 +17,7 @@ extern "C" {
 typedef struct kiv_unix_listener {
   int socket;  // -1 when closed
   const char* path;
+  bool starved;  // the last try to take a connection failed, for want of descriptors or memory
   char problem[PATH_MAX + 128];
 } kiv_unix_listener;
 
@@ -24,7 +25,7 @@ typedef struct kiv_unix_listener {
 // left behind is replaced, one that an agent still answers is not.
 bool kiv_unix_listen(kiv_unix_listener* listener, const char* path);
 // The next connection of the same user; -1 when there is none. Others are closed at once.
-int kiv_unix_accept(const kiv_unix_listener* listener);
+int kiv_unix_accept(kiv_unix_listener* listener);
 void kiv_unix_close(kiv_unix_listener* listener);
 
 #ifdef __cplusplus

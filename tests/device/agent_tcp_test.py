@@ -1,7 +1,9 @@
 """The agent behind a TCP port: nothing is served, or said, to a connection without the token."""
 
+import contextlib
 import os
 import pathlib
+import resource
 import shutil
 import socket
 import stat
@@ -14,7 +16,8 @@ import unittest
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1]))
 from wire import frames  # noqa: E402
-from wire.agent_process import AGENT, AgentProcess, TcpAgent, token_bytes  # noqa: E402
+from wire.agent_process import (AGENT, AgentProcess, SocketAgent, TcpAgent,  # noqa: E402
+                                processor_ticks, token_bytes, wait_until)
 from wire.frames import Head  # noqa: E402
 from wire.peer import PATIENCE_S, Peer, hello_body  # noqa: E402
 
@@ -208,6 +211,60 @@ class Strangers(TcpTest):
         connection, _ = self.connect(agent, token_bytes(TOKEN[:-1] + b"!") + token_bytes(TOKEN) + HELLO)
         self.assert_closed_unanswered(connection)
         self.assert_serves(agent)
+
+
+class WithoutDescriptors(TcpTest):
+    """An agent that may open few files: who cannot be taken waits, and costs nothing meanwhile."""
+
+    def setUp(self):
+        super().setUp()
+        # So that the limit stays above what one poll may look at.
+        self.inherited = [os.open(os.devnull, os.O_RDONLY) for _ in range(40)]
+        for descriptor in self.inherited:
+            self.addCleanup(os.close, descriptor)
+
+    @staticmethod
+    def leave_room_for(agent, count):
+        files = len(os.listdir(f"/proc/{agent.process.pid}/fd"))
+        highest = max(map(int, os.listdir(f"/proc/{agent.process.pid}/fd")))
+        limit = highest + 1 + count
+        resource.prlimit(agent.process.pid, resource.RLIMIT_NOFILE, (limit, limit))
+        return files + count
+
+    def assert_rests_and_recovers(self, agent, connect, room):
+        # More than it has descriptors for, each of which it would keep for five seconds at least.
+        waiting = [connect(agent) for _ in range(20)]
+        wait_until(lambda: len(os.listdir(f"/proc/{agent.process.pid}/fd")) >= room)
+        ticks = processor_ticks(agent.process.pid)
+        begun = time.monotonic()
+        wait_until(lambda: time.monotonic() - begun > 1)
+        used_s = (processor_ticks(agent.process.pid) - ticks) / os.sysconf("SC_CLK_TCK")
+        self.assertLess(used_s, 0.15)
+        for connection in waiting:
+            connection.close()
+
+    def test_it_waits_behind_a_port(self):
+        agent = self.start(pass_fds=self.inherited)
+        self.assert_rests_and_recovers(agent, TcpAgent.connect, self.leave_room_for(agent, 3))
+        self.assert_serves(agent)
+
+    def test_it_waits_behind_a_unix_socket(self):
+        agent = SocketAgent(self.root / "run" / "agent", data=self.root / "data",
+                            pass_fds=self.inherited)
+        self.addCleanup(agent.kill)
+
+        def connect(to):
+            connection = socket.socket(socket.AF_UNIX)
+            self.addCleanup(connection.close)
+            connection.setblocking(False)
+            with contextlib.suppress(BlockingIOError):  # the queue of new hosts is full
+                connection.connect(str(to.path))
+            return connection
+
+        self.assert_rests_and_recovers(agent, connect, self.leave_room_for(agent, 2))
+        connection = agent.connect()
+        self.addCleanup(connection.close)
+        self.assertEqual(Peer.over_socket(connection).greet().head.result, 0)
 
 
 class TheAddress(TcpTest):
