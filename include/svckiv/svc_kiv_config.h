@@ -21,6 +21,10 @@
 #include "platform/text/qc_string.h"
 #include "svckiv/svckiv_export.h"
 
+namespace SvcKivClass {
+class SvcKivConfigImpl;
+}
+
 namespace SvcKivSpace {
 
 inline constexpr std::size_t kMaxShortTextChars = 64;     // DISPLAY_LINE_NUMBER, FONT_NAME
@@ -201,10 +205,12 @@ class SVCKIV_API CSVCKIVConfig {
   std::int32_t IndicationsEnabled() const;
   void SetIndicationsEnabled(std::int32_t value);
 
- protected:
+ private:
+  // Only the module derives from it: the operations without a table entry reach into that class.
+  friend class SvcKivClass::SvcKivConfigImpl;
   CSVCKIVConfig() = default;
-  CSVCKIVConfig(const CSVCKIVConfig&) = default;
-  CSVCKIVConfig& operator=(const CSVCKIVConfig&) = default;
+  CSVCKIVConfig(const CSVCKIVConfig&) = delete;
+  CSVCKIVConfig& operator=(const CSVCKIVConfig&) = delete;
 };
 
 }  // namespace SvcKivSpace
