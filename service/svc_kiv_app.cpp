@@ -23,6 +23,7 @@ constexpr std::uint32_t kShutdownTimeoutMs = 200;
 constexpr std::int32_t kShutdownWait = 1;
 
 constexpr std::uint32_t kUeId = 1;
+constexpr std::uint32_t kSessionId = 1;
 
 QCString ClientName(std::uint32_t ueId) {
   return FromQString(QObject::tr(kClientNamePattern).arg(ueId));
@@ -45,9 +46,17 @@ SvcKivApp::~SvcKivApp() {
 
 SvcKivSpace::CSVCKIVConfig* SvcKivApp::Start() {
   ueId_ = kUeId;
+  if (settings_ == nullptr) MakeSettings();
   if (link_ == nullptr) MakeLinkClient();
   if (controller_ == nullptr) MakeController();
-  return nullptr;
+  return settings_.get();
+}
+
+void SvcKivApp::MakeSettings() {
+  settings_ = std::make_unique<SvcKivConfigImpl>(
+      SvcKivConfigParts{switches_, sender_, parts_.openXml});
+  settings_->SetSessionAndInstance(kSessionId, ueId_);
+  settings_->LoadEverything();
 }
 
 void SvcKivApp::MakeLinkClient() {
@@ -71,9 +80,15 @@ void SvcKivApp::MakeController() {
 }
 
 void SvcKivApp::Stop() {
-  switches_.ResetSettings();
+  DeleteSettings();
   if (link_ != nullptr) StopLinkClient();
   DeleteControllers();
+}
+
+// Replies look at the switches alone, so the link's thread may still run.
+void SvcKivApp::DeleteSettings() {
+  settings_.reset();
+  switches_.ResetSettings();
 }
 
 // The link's thread runs until Shutdown returned: nothing that it reads is deleted before.

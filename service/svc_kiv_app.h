@@ -1,5 +1,6 @@
-// SvcKivApp: the module's one application object. It makes link client and command controller in a
-// fixed order, takes them down again, and holds the switches that the view sets from outside.
+// SvcKivApp: the module's one application object. It makes settings object, link client and command
+// controller in a fixed order, takes them down again, and holds the switches that the view sets
+// from outside.
 //
 // Threads: the facade's, but for the switches, the message object and what stands in the service
 // context, which the link's thread reads. Stop returns only when no call-back runs any more. Owns
@@ -18,7 +19,9 @@
 #include "link/lirn_kiv_client.h"
 #include "platform/adapter/dev_adapter_connect.h"
 #include "platform/text/qc_string.h"
+#include "platform/xml/xml_config.h"
 #include "service/message/live_switches.h"
+#include "settings/svc_kiv_config_impl.h"
 #include "svckiv/morvi_cmd_list.h"
 #include "svckiv/svc_kiv_config.h"
 #include "svckiv/svc_kiv_message.h"
@@ -28,7 +31,8 @@ namespace SvcKivClass {
 // What the facade's object leaves at its defaults and tests exchange.
 struct SvcKivAppParts {
   std::vector<ChannelEntries> channels = BuiltInChannels();
-  QCString cataloguePath = {};  // empty: the bench setup's
+  QCString cataloguePath = {};    // empty: the bench setup's
+  XmlConfigFactory openXml = {};  // of settings files; empty: as they are
 };
 
 // The one application object behind the facade.
@@ -40,10 +44,12 @@ class SvcKivApp {
   SvcKivApp(const SvcKivApp&) = delete;
   SvcKivApp& operator=(const SvcKivApp&) = delete;
 
-  // Makes only what is missing. Answers the settings object, null while there is none.
+  // Makes only what is missing. Answers the settings object, with session 1 and instance UE id
+  // loaded when it was made now.
   SvcKivSpace::CSVCKIVConfig* Start();
-  // Ends and deletes the link client, then the controllers; a second call finds nothing to do. The
-  // switches keep their values, but for those of the settings.
+  // Deletes the settings object, which saves, ends and deletes the link client, then deletes the
+  // controllers; a second call finds nothing to do. The switches keep their values, but for those
+  // of the settings.
   void Stop();
   // Replaces the controller by a fresh one; sequence number and period begin anew with it.
   void ReloadDb();
@@ -56,7 +62,8 @@ class SvcKivApp {
   // Lives as long as this object; views may connect before Start.
   SvcKivSpace::SvcKivMessage* GetMsgSender() noexcept { return &sender_; }
   SvcKivSpace::MorviCmdList* GetMorviCmdList() noexcept;  // null without a controller
-  // Both null before Start and after Stop; for this object's own parts and their tests.
+  // All null before Start and after Stop; for this object's own parts and their tests.
+  SvcKivConfigImpl* GetSettings() noexcept { return settings_.get(); }
   CmdCtrl* GetController() noexcept { return controller_.get(); }
   LirnKivClient* GetLinkClient() noexcept { return link_.get(); }
   LiveSwitches& GetSwitches() noexcept { return switches_; }
@@ -75,10 +82,12 @@ class SvcKivApp {
   void SetInstantIndTime(std::int32_t periodMs) noexcept;
 
  private:
+  void MakeSettings();
   void MakeLinkClient();
   void StopLinkClient();
   void MakeController();
   void DeleteControllers();
+  void DeleteSettings();
 
   // Destroyed from the last to the first: the link goes before what its thread uses.
   SvcKivAppParts parts_;
@@ -89,6 +98,7 @@ class SvcKivApp {
   std::vector<std::unique_ptr<CmdCtrl>> retired_;
   std::atomic<ReplyHandlers*> handlers_{nullptr};  // the current controller, for the link's thread
   ServiceContext context_;
+  std::unique_ptr<SvcKivConfigImpl> settings_;
   std::unique_ptr<LirnKivClient> link_;
   std::unique_ptr<CDevAdapterConnect> adapter_;
 };

@@ -35,9 +35,9 @@ RULES = {
     "device": ["board_catalogue.h"],
     "device/core": ["board_catalogue.h"],
     "fuzz": BELOW
-    + ["params", "link", "command", "service", "device", "tests", "tools", "hosts"],
+    + ["params", "link", "command", "settings", "service", "device", "tests", "tools", "hosts"],
     "bench": BELOW
-    + ["params", "link", "command", "service", "device", "tests", "tools", "hosts"],
+    + ["params", "link", "command", "settings", "service", "device", "tests", "tools", "hosts"],
     "tests": BELOW
     + ["params", "link", "command", "service", "channels", "settings", "cts", "device"]
     + ["tools", "hosts", "fuzz", "board_catalogue.h"],

@@ -251,6 +251,7 @@ TEST_F(PacketOffered, IsOfferedUnderItsOuterIdAndWithItsWholeBody) {
 }
 
 TEST_F(PacketOffered, IsOfferedEvenWhenItWouldBeFilteredAway) {
+  bench_.App().GetSettings()->SetIndicationsEnabled(0);
   fake::DeliverInd(0x1001, kivtest::kSevenEightNine);
   fake::DeliverCnf(0x7007, {255});
   EXPECT_EQ(FakeChannel<3>::State().packets.size(), 2u);

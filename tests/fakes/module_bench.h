@@ -94,7 +94,9 @@ class MessageEar {
     const bool isWide = kind == SvcKivSpace::kReply || kind == SvcKivSpace::kTestCase;
     if (payload != nullptr && isWide) {
       message.text = static_cast<const wchar_t*>(payload);
-    } else if (payload != nullptr && kind != SvcKivSpace::kNotice) {
+    } else if (payload != nullptr && kind == SvcKivSpace::kNotice) {
+      message.text = static_cast<const QCString*>(payload)->str();
+    } else if (payload != nullptr) {
       message.bytes = static_cast<const char*>(payload);
       message.text = QCString::FromUtf8(message.bytes).str();
     }

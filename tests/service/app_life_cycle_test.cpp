@@ -79,9 +79,12 @@ TEST_F(AppLifeCycle, MakesNothingBeforeStart) {
   EXPECT_FALSE(app.GetSwitches().IsUeConnected());
 }
 
-TEST_F(AppLifeCycle, StartMakesLinkThenControllerAndAnswersNoSettings) {
+TEST_F(AppLifeCycle, StartMakesSettingsThenLinkThenControllerAndAnswersTheSettings) {
   SvcKivApp app(Parts());
-  EXPECT_EQ(app.Start(), nullptr);
+  fake::OnStep("InstallClient", [&app] { EXPECT_NE(app.GetSettings(), nullptr); });
+  SvcKivSpace::CSVCKIVConfig* const settings = app.Start();
+  ASSERT_NE(settings, nullptr);
+  EXPECT_EQ(settings, app.GetSettings());
   EXPECT_EQ(fake::Calls(), kLinkStart + kControllerStart);
   EXPECT_EQ(app.GetUeId(), 1u);
   EXPECT_NE(app.GetMorviCmdList(), nullptr);

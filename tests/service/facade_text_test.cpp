@@ -143,7 +143,7 @@ TEST_F(HostCallsFacade, TheHexadecimalFlagChangesRepliesAndInputAlike) {
 }
 
 TEST_F(HostCallsFacade, AnyInstanceChangesTheOneInstantFlag) {
-  SvcKiv::Start();
+  SvcKiv::Start()->SetIndicationsEnabled(0);
   const SvcKiv first, second;
   fake::DeliverInd(0x1001, kivtest::kSevenEightNine);
   EXPECT_EQ(Texts().size(), 0u);
@@ -155,8 +155,17 @@ TEST_F(HostCallsFacade, AnyInstanceChangesTheOneInstantFlag) {
   EXPECT_EQ(Texts().size(), 1u);
 }
 
+TEST_F(HostCallsFacade, IndicationsAtAnyTimeUnlessTheSettingsSayNo) {
+  SvcKivSpace::CSVCKIVConfig* const settings = SvcKiv::Start();
+  fake::DeliverInd(0x1001, kivtest::kSevenEightNine);
+  EXPECT_EQ(Texts().size(), 1u);
+  settings->SetIndicationsEnabled(0);
+  fake::DeliverInd(0x1001, kivtest::kSevenEightNine);
+  EXPECT_EQ(Texts().size(), 1u);
+}
+
 TEST_F(HostCallsFacade, IndicationsShowWhileThePeriodOfACommandRuns) {
-  SvcKiv::Start();
+  SvcKiv::Start()->SetIndicationsEnabled(0);
   SvcKiv::SetUEConnectStatus(1);
   SvcKiv::SetInstantIndTime(30);
   Run(L"ping");

@@ -75,14 +75,17 @@ TEST_F(Facade, AnswersTheSameMessageObjectOnEveryThread) {
   EXPECT_EQ(seen, std::vector<SvcKivSpace::SvcKivMessage*>(8, sender));
 }
 
-TEST_F(Facade, StartsOnceAndAnswersNoSettings) {
-  EXPECT_EQ(SvcKiv::Start(), nullptr);
+TEST_F(Facade, StartsOnceAndAnswersTheSettings) {
+  SvcKivSpace::CSVCKIVConfig* const settings = SvcKiv::Start();
+  ASSERT_NE(settings, nullptr);
+  EXPECT_EQ(settings->SettingsInstancePath(), L"0.0.0.0");
+  EXPECT_EQ(settings->Settings().postCmdTimeoutMs, 5000u);
   SvcKivSpace::MorviCmdList* const list = SvcKiv::GetMorviCmdList();
   ASSERT_NE(list, nullptr);
   EXPECT_NE(list->Find(L"sys_info"), nullptr);
   EXPECT_EQ(list->Find(L"help"), nullptr);
   EXPECT_EQ(list->GetCount(), list->Help().GetCount() + list->Commands().GetCount());
-  EXPECT_EQ(SvcKiv::Start(), nullptr);
+  EXPECT_EQ(SvcKiv::Start(), settings);
   EXPECT_EQ(SvcKiv::GetMorviCmdList(), list);
 }
 
