@@ -35,7 +35,7 @@ Console::Console(ConsoleOptions options)
 
 int Console::Run() {
   interactive_ = !options_.HasScript() && os::ConsoleEvents::InputIsTerminal();
-  facade_.Start(watch_);
+  facade_.Start(watch_, interactive_);
   int status = interactive_ ? RunInteractive() : RunBatch();
   if (outputGone_) {
     os::WriteErr("kiv: standard output cannot be written\n");
@@ -43,6 +43,7 @@ int Console::Run() {
   }
   queue_.Close();
   if (!facade_.Stop(kStopTimeoutMs)) os::ExitNow(status);
+  if (facade_.IsUnsaved()) Say(SettingsNotSavedText());
   return status;
 }
 
@@ -119,12 +120,18 @@ int Console::RunInteractive() {
   return kDone;
 }
 
+std::chrono::milliseconds Console::Wait() const {
+  return std::chrono::milliseconds(options_.waitMs.value_or(settingsWaitMs_));
+}
+
+// The settings, and with them the time to wait, are loaded meanwhile.
 bool Console::WaitForLink() {
-  const auto deadline = Clock::now() + std::chrono::milliseconds(options_.waitMs);
+  const auto begin = Clock::now();
   while (!connected_) {
+    const auto deadline = begin + Wait();
     if (Clock::now() >= deadline) {
       ShowAll();
-      Say(NotConnectedText(endpoint_, options_.waitMs, lastReason_));
+      Say(NotConnectedText(endpoint_, static_cast<std::uint32_t>(Wait().count()), lastReason_));
       return false;
     }
     if (!WaitForEvent(deadline, false)) return false;
@@ -144,6 +151,7 @@ bool Console::RunLines(LineSource& source, int& status) {
 
 const Console::Word Console::kWords[] = {
     {":help", "this list", &Console::WordHelp},
+    {":history", "the lines that were typed, in all sessions", &Console::WordHistory},
     {":link", "what the console is connected to", &Console::WordLink},
     {":quit", "end the console", &Console::WordQuit},
     {":reload", "read the command catalogue again", &Console::WordReload},
@@ -194,7 +202,7 @@ bool Console::WaitForReply(std::uint64_t number, ViewEvent& reply) {
 }
 
 int Console::WaitForAnswer(ViewEvent line, const std::string& shown) {
-  const auto deadline = Clock::now() + std::chrono::milliseconds(options_.waitMs);
+  const auto deadline = Clock::now() + Wait();
   for (;;) {
     ShowAll();
     if (answered_ && answered_->line == line.line) line = *answered_;
@@ -204,7 +212,7 @@ int Console::WaitForAnswer(ViewEvent line, const std::string& shown) {
       Say(LinkLostText(shown));
       status = kNotConnected;
     } else if (Clock::now() >= deadline) {
-      Say(NoAnswerText(shown, options_.waitMs));
+      Say(NoAnswerText(shown, static_cast<std::uint32_t>(Wait().count())));
       status = kNoAnswer;
     } else if (!WaitForEvent(deadline, false)) {
       status = kInterrupted;
@@ -259,6 +267,9 @@ void Console::Show(const ViewEvent& event) {
       }
       lastReason_ = event.text;
       break;
+    case ViewEvent::Kind::kSettings:
+      if (event.result != 0) settingsWaitMs_ = event.result;
+      break;
     case ViewEvent::Kind::kAnswered:
       answered_ = event;
       break;
@@ -307,6 +318,16 @@ int Console::WordLink() {
 
 int Console::WordQuit() {
   quit_ = true;
+  return kDone;
+}
+
+int Console::WordHistory() {
+  const std::uint64_t number = ++lineNumber_;
+  facade_.ListHistory(number);
+  ViewEvent reply;
+  if (!WaitForReply(number, reply)) return kInterrupted;
+  ShowAll();
+  Show(reply);
   return kDone;
 }
 

@@ -44,6 +44,7 @@ class Console {
   int RunBatch();
   int RunInteractive();
   bool WaitForLink();
+  std::chrono::milliseconds Wait() const;
   // Runs what `source` has; false when the console is to end.
   bool RunLines(LineSource& source, int& status);
   int RunTyped(const LineSource::Line& line);
@@ -68,6 +69,7 @@ class Console {
 
   int WordHelp();
   int WordQuit();
+  int WordHistory();
   int WordReload();
   int WordLink();
 
@@ -89,6 +91,7 @@ class Console {
   std::uint64_t lostEpoch_ = 0;        // epoch of the last loss of the link
   bool connected_ = false;             // by the events shown so far
   bool wasConnected_ = false;
+  std::uint32_t settingsWaitMs_ = 5000;
   std::string connectedText_;
   std::string lastReason_;  // why the link is not up
 };

@@ -25,7 +25,9 @@ constexpr OptionRow kOptions[] = {
      "                          serial:PATH[?baud=N]. Default: the agent as a child process."},
     {"catalogue", nullptr, "FILE", "Compiled command catalogue. Default: the shipped one."},
     {"config-dir", nullptr, "DIR", "Configuration directory. Default: ~/.config/kiv."},
-    {"wait", "w", "MS", "How long to wait for the link and for each answer. Default: 5000."},
+    {"wait", "w", "MS",
+     "How long to wait for the link and for each answer. Default: POSTCMD_TIMEOUT of\n"
+     "                          the settings, at first 5000."},
     {"variant", nullptr, "N", "Protocol variant code, instead of what the device says."},
     {"product", nullptr, "N", "Product version code, instead of what the device says."},
     {"debug", nullptr, nullptr,
@@ -117,7 +119,7 @@ std::optional<int> ReadOptions(const QStringList& arguments, ConsoleOptions& opt
       !NumberOf(parser, "product", options.setup.product, output)) {
     return kWrongUsage;
   }
-  if (wait) options.waitMs = *wait;
+  options.waitMs = wait;
   options.setup.endpoint = TextOf(parser, "link");
   options.setup.catalogue = TextOf(parser, "catalogue");
   options.setup.configDir = TextOf(parser, "config-dir");

@@ -26,9 +26,9 @@ enum ExitStatus : int {
 // What the command line says; unset fields are looked up elsewhere.
 struct ConsoleOptions {
   bench::Setup setup;
-  std::vector<std::string> lines;   // -c, in order
-  std::optional<std::string> file;  // -f
-  std::uint32_t waitMs = 5000;
+  std::vector<std::string> lines;       // -c, in order
+  std::optional<std::string> file;      // -f
+  std::optional<std::uint32_t> waitMs;  // unset: what the settings say
   bool debug = false;
 
   bool HasScript() const { return !lines.empty() || file.has_value(); }

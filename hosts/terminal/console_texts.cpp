@@ -42,6 +42,12 @@ std::string NoCommandsText(const std::string& catalogue, std::uint32_t status) {
          (status == result::kOk ? "" : ": " + ShownText(result::Text(status).view())) + "\n";
 }
 
+std::string SettingsNotSavedText() {
+  return "kiv: the settings, with the history, could not be saved\n";
+}
+
+std::string SettingsNoticeText(const std::string& notice) { return "kiv: " + notice + "\n"; }
+
 std::string UnknownWordText(const std::string& word) {
   return "kiv: '" + word + "' is none of the console's own words; :help lists them\n";
 }

@@ -20,6 +20,10 @@ std::string LinkLostText(const std::string& line);
 std::string LineTooLongText(std::size_t number);
 // A catalogue that gave no commands, with the status of the attempt to read it.
 std::string NoCommandsText(const std::string& catalogue, std::uint32_t status);
+// The settings file cannot be written just now.
+std::string SettingsNotSavedText();
+// What the settings have to say, in the module's words.
+std::string SettingsNoticeText(const std::string& notice);
 std::string UnknownWordText(const std::string& word);
 
 extern const char kPrompt[];

@@ -36,7 +36,7 @@ FacadeThread::FacadeThread(ViewQueue& queue) : queue_(queue), context_(new QObje
 
 FacadeThread::~FacadeThread() { delete context_; }
 
-void FacadeThread::Start(LinkWatch& watch) {
+void FacadeThread::Start(LinkWatch& watch, bool saveEachLine) {
   watch_ = &watch;
   devlink::SetLinkObserver(&watch);
   QObject::connect(
@@ -45,14 +45,31 @@ void FacadeThread::Start(LinkWatch& watch) {
       Qt::DirectConnection);
   thread_.start();
   QMetaObject::invokeMethod(
-      context_,
-      [this] {
-        SvcKiv::Start();
-        SvcKiv::SetInstantIndTime(kInstantIndPeriodMs);
-        SvcKiv().SetIsEnableInstantInd(true);
-        CheckCommands();
-      },
-      Qt::QueuedConnection);
+      context_, [this, saveEachLine] { StartHere(saveEachLine); }, Qt::QueuedConnection);
+}
+
+void FacadeThread::StartHere(bool saveEachLine) {
+  settings_.emplace(*SvcKiv::Start(), saveEachLine);
+  SvcKiv::SetInstantIndTime(kInstantIndPeriodMs);
+  SvcKiv().SetIsEnableInstantInd(true);
+  ViewEvent event;
+  event.kind = ViewEvent::Kind::kSettings;
+  event.result = settings_->TimeoutMs();
+  queue_.Push(std::move(event));
+  CheckCommands();
+}
+
+void FacadeThread::Warn(std::string text) {
+  ViewEvent event;
+  event.kind = ViewEvent::Kind::kWarning;
+  event.text = std::move(text);
+  queue_.Push(std::move(event));
+}
+
+// Told once, until a line has been saved again.
+void FacadeThread::KeepLine(const std::wstring& line) {
+  const bool wasUnsaved = std::exchange(isUnsaved_, !settings_->Keep(line));
+  if (isUnsaved_ && !wasUnsaved) Warn(SettingsNotSavedText());
 }
 
 // The module only logs why its list is empty; a mistyped path should not have to be looked up
@@ -63,10 +80,7 @@ bool FacadeThread::CheckCommands() {
   QCList<CmdInfo> none;
   CCmdDatabase catalogue;
   const std::uint32_t status = catalogue.EnumCommands(none, 3, 256, 0, 0);
-  ViewEvent event;
-  event.kind = ViewEvent::Kind::kWarning;
-  event.text = NoCommandsText(ShownLine(catalogue.GetPath().view()), status);
-  queue_.Push(std::move(event));
+  Warn(NoCommandsText(ShownLine(catalogue.GetPath().view()), status));
   return false;
 }
 
@@ -77,6 +91,7 @@ void FacadeThread::Run(std::uint64_t number, std::wstring line) {
 }
 
 void FacadeThread::RunHere(std::uint64_t number, const std::wstring& line) {
+  KeepLine(line);
   const std::wstring_view word = FirstWord(line);
   ViewEvent event;
   event.kind = ViewEvent::Kind::kReply;
@@ -90,6 +105,19 @@ void FacadeThread::RunHere(std::uint64_t number, const std::wstring& line) {
   event.takenByChannel = reply == kSentinel;
   if (!event.takenByChannel) event.text = ShownText(reply.view());
   queue_.Push(std::move(event));
+}
+
+void FacadeThread::ListHistory(std::uint64_t number) {
+  QMetaObject::invokeMethod(
+      context_,
+      [this, number] {
+        ViewEvent event;
+        event.kind = ViewEvent::Kind::kReply;
+        event.line = number;
+        for (const std::wstring& line : settings_->Lines()) event.text += ShownLine(line) + "\n";
+        queue_.Push(std::move(event));
+      },
+      Qt::QueuedConnection);
 }
 
 void FacadeThread::SetConnected(bool connected) {
@@ -118,7 +146,8 @@ void FacadeThread::OnMessage(SvcKivMsgType kind, void* payload) {
   ViewEvent event;
   switch (kind) {
     case SvcKivSpace::kNotice:
-      event.text = ShownText(static_cast<QCString*>(payload)->view());
+      event.kind = ViewEvent::Kind::kWarning;
+      event.text = SettingsNoticeText(ShownLine(static_cast<QCString*>(payload)->view()));
       break;
     case SvcKivSpace::kReply:
       event.text = ShownText(static_cast<const wchar_t*>(payload));
@@ -146,6 +175,8 @@ bool FacadeThread::Stop(std::uint32_t timeoutMs) {
   QMetaObject::invokeMethod(
       context_,
       [this] {
+        if (settings_) isUnsaved_ = !settings_->SaveAll();
+        settings_.reset();
         SvcKiv::Stop();
         devlink::SetLinkObserver(nullptr);
         thread_.quit();

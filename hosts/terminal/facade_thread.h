@@ -13,9 +13,11 @@
 #include <QObject>
 #include <QThread>
 #include <cstdint>
+#include <optional>
 #include <string>
 
 #include "hosts/terminal/link_watch.h"
+#include "hosts/terminal/settings_keeper.h"
 #include "hosts/terminal/view_queue.h"
 #include "svckiv/svc_kiv.h"
 
@@ -29,10 +31,13 @@ class FacadeThread {
   FacadeThread(const FacadeThread&) = delete;
   FacadeThread& operator=(const FacadeThread&) = delete;
 
-  // Starts the module; the link comes up later and tells the watch.
-  void Start(LinkWatch& watch);
+  // Starts the module; the link comes up later and tells the watch. With `saveEachLine` a typed
+  // line is in the settings file before it runs, else all of them are when the module stops.
+  void Start(LinkWatch& watch, bool saveEachLine);
   // Runs one typed line; its reply comes as an event kReply with this number.
   void Run(std::uint64_t number, std::wstring line);
+  // The history, one line each, comes as the text of an event kReply with this number.
+  void ListHistory(std::uint64_t number);
   void SetConnected(bool connected);
   // Reads the catalogue again; an event kReply with this number says that it is done, `isCommand`
   // whether there are commands now.
@@ -40,15 +45,22 @@ class FacadeThread {
   // Close the queue first. Stops the module and ends the thread; false when that took longer than
   // `timeoutMs`: the process must then end without waiting.
   bool Stop(std::uint32_t timeoutMs);
+  // Whether the settings could not be saved; after a Stop that answered true.
+  bool IsUnsaved() const { return isUnsaved_; }
 
  private:
   // Whether the list has commands; warns when it has none.
   bool CheckCommands();
+  void StartHere(bool saveEachLine);
   void RunHere(std::uint64_t number, const std::wstring& line);
+  void KeepLine(const std::wstring& line);
+  void Warn(std::string text);
   void OnMessage(SvcKivSpace::SvcKivMsgType kind, void* payload);
 
   ViewQueue& queue_;
   LinkWatch* watch_ = nullptr;
+  std::optional<SettingsKeeper> settings_;  // between Start and Stop of the module
+  bool isUnsaved_ = false;
   QThread thread_;
   QObject* context_;  // lives in thread_; its events run there
 };

@@ -27,6 +27,7 @@ struct ViewEvent {
     kConnected,     // `text` says to what
     kDisconnected,  // `text` says why, may be empty
     kReply,         // a typed line has been run: `text` is its reply; see LineOutcome
+    kSettings,      // the settings are loaded: `result` is their time-out in ms
     kAnswered,      // every confirmation that `line` waits for has been handed over
   };
   Kind kind = Kind::kText;

@@ -165,7 +165,7 @@ class Words(BenchCase):
         result = self.kiv("-c", ":help")
         self.assertEqual(result.status, 0, result)
         self.assertEqual([line.split()[0] for line in result.out.splitlines()],
-                         [":help", ":link", ":quit", ":reload", "::x"])
+                         [":help", ":history", ":link", ":quit", ":reload", "::x"])
 
 
 class SameTextEachWay(BenchCase):

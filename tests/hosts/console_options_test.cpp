@@ -24,7 +24,7 @@ TEST(ConsoleOptions, LeaveEverythingToTheDefaultsWithoutArguments) {
   const Read read = ReadFrom({});
   EXPECT_EQ(read.status, std::nullopt);
   EXPECT_FALSE(read.options.HasScript());
-  EXPECT_EQ(read.options.waitMs, 5000u);
+  EXPECT_EQ(read.options.waitMs, std::nullopt);
   EXPECT_FALSE(read.options.setup.endpoint.has_value());
   EXPECT_FALSE(read.options.setup.catalogue.has_value());
   EXPECT_FALSE(read.options.setup.configDir.has_value());

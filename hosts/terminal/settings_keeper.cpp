@@ -1,0 +1,112 @@
+#include "hosts/terminal/settings_keeper.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "platform/base/app_prefs.h"
+#include "platform/base/result_codes.h"
+#include "platform/text/file_path.h"
+
+namespace kiv {
+namespace {
+
+using SvcKivSpace::CSVCKIVConfig;
+using SvcKivSpace::KivCommandRecord;
+
+constexpr std::size_t kKeptLines = 100;  // the next load of the settings trims to as many
+constexpr wchar_t kSavePathAttribute[] = L"SAVE_PATH";
+
+QCString SaveElement(const CSVCKIVConfig& config) { return config.SettingsPrefix() + L"SAVE"; }
+
+QCString SaveElementPath(const CSVCKIVConfig& config) {
+  return config.SettingsInstancePath() + L".0";
+}
+
+KivCommandRecord RecordOf(std::wstring_view line) {
+  line.remove_prefix(std::min(line.find_first_not_of(L' '), line.size()));
+  const std::size_t blank = line.find(L' ');
+  KivCommandRecord record;
+  record.name = QCString(line.substr(0, blank));
+  if (blank != std::wstring_view::npos) record.parameters = QCString(line.substr(blank + 1));
+  return record;
+}
+
+// Anything else would be taken out again by the next load.
+bool CanBeKept(const KivCommandRecord& record) {
+  return !record.name.IsEmpty() && record.name.GetLength() <= SvcKivSpace::kMaxCommandNameChars &&
+         record.parameters.GetLength() <= SvcKivSpace::kMaxParameterChars;
+}
+
+bool Fits(const QCString& path) { return path.GetLength() < SvcKivSpace::kSavePathBufferChars; }
+
+// Without a document there is nothing to lose; the user has been told.
+bool IsSaved(std::uint32_t status) {
+  return status == result::kOk || status == result::kNoDocument;
+}
+
+}  // namespace
+
+SettingsKeeper::SettingsKeeper(CSVCKIVConfig& config, bool saveEachLine)
+    : config_(config), saveEachLine_(saveEachLine) {
+  HoldWholeSavePath();
+}
+
+void SettingsKeeper::HoldWholeSavePath() {
+  QCString stored;
+  if (config_.ReadAttribute(stored, kSavePathAttribute, SaveElement(config_).c_str(),
+                            SaveElementPath(config_).c_str()) != result::kOk ||
+      stored.IsEmpty()) {
+    return;
+  }
+  QCString path = GetAppPrefs().RelativeFile2AbsoluteFile(stored, CFilePath::GetAppPath());
+  if (!Fits(path)) path = stored;
+  if (!Fits(path)) {
+    longSavePath_ = stored;
+    return;
+  }
+  wchar_t* const end = std::copy(path.str().begin(), path.str().end(), config_.Settings().savePath);
+  *end = L'\0';
+}
+
+std::uint32_t SettingsKeeper::TimeoutMs() const { return config_.Settings().postCmdTimeoutMs; }
+
+bool SettingsKeeper::Keep(std::wstring_view line) {
+  if (config_.Settings().historyOn == 0) return true;
+  KivCommandRecord record = RecordOf(line);
+  if (!CanBeKept(record)) return true;
+  if (saveEachLine_) return Store(&record);
+  if (waiting_.size() == kKeptLines) waiting_.pop_front();
+  waiting_.push_back(std::move(record));
+  return true;
+}
+
+bool SettingsKeeper::Store(const KivCommandRecord* newest) {
+  config_.StoreEverything(newest);
+  if (!longSavePath_.IsEmpty()) {
+    config_.WriteAttribute(longSavePath_.c_str(), kSavePathAttribute, SaveElement(config_).c_str(),
+                           SaveElementPath(config_).c_str());
+  }
+  return IsSaved(config_.Save());
+}
+
+bool SettingsKeeper::SaveAll() {
+  if (waiting_.empty()) return IsSaved(config_.Save());
+  const KivCommandRecord newest = std::move(waiting_.back());
+  waiting_.pop_back();
+  for (KivCommandRecord& record : waiting_) config_.Lists().history.AddTail(std::move(record));
+  waiting_.clear();
+  return Store(&newest);
+}
+
+std::vector<std::wstring> SettingsKeeper::Lines() const {
+  std::vector<std::wstring> lines;
+  const auto add = [&lines](const KivCommandRecord& record) {
+    lines.push_back(record.name.str());
+    if (!record.parameters.IsEmpty()) lines.back() += L" " + record.parameters.str();
+  };
+  for (const KivCommandRecord& record : config_.Lists().history) add(record);
+  for (const KivCommandRecord& record : waiting_) add(record);
+  return lines;
+}
+
+}  // namespace kiv

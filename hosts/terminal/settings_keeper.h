@@ -1,0 +1,48 @@
+// SettingsKeeper: what the console does with the user's settings: typed lines go into the history,
+// and the path of the save file stays whole although the module's record cuts it.
+//
+// A line is kept as it was typed, whatever became of it: NAME is its first word, PARA what stands
+// behind the blank that ends the word. A word of more than 80 characters, or more than 16,384
+// behind it, cannot be kept.
+//
+// Threads: the facade's. Borrows the settings object, which lives until SvcKiv::Stop().
+// Errors: a line that could not be saved stays in memory, and the next save brings it.
+#pragma once
+
+#include <cstdint>
+#include <deque>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "svckiv/svc_kiv_config.h"
+
+namespace kiv {
+
+class SettingsKeeper {
+ public:
+  // `config` has been loaded. With `saveEachLine` a kept line is on the disk when Keep returns,
+  // else when SaveAll does.
+  SettingsKeeper(SvcKivSpace::CSVCKIVConfig& config, bool saveEachLine);
+
+  // How long to wait for an answer; 0 when the settings do not say.
+  std::uint32_t TimeoutMs() const;
+  // False when it could not be saved. Does nothing when the user switched the history off.
+  bool Keep(std::wstring_view line);
+  // Brings what a batch has kept to the disk.
+  bool SaveAll();
+  // The history, oldest first, as it was typed.
+  std::vector<std::wstring> Lines() const;
+
+ private:
+  void HoldWholeSavePath();
+  bool Store(const SvcKivSpace::KivCommandRecord* newest);
+
+  SvcKivSpace::CSVCKIVConfig& config_;
+  const bool saveEachLine_;
+  // Of a batch, at most as many as the history keeps: storing costs as much as the history is long.
+  std::deque<SvcKivSpace::KivCommandRecord> waiting_;
+  QCString longSavePath_;  // one that the record cannot hold; else empty
+};
+
+}  // namespace kiv

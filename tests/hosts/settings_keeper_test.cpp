@@ -1,0 +1,133 @@
+// What the console keeps of typed lines, and the save path that the module's record would cut.
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <vector>
+
+#include "hosts/terminal/settings_keeper.h"
+#include "platform/base/bench_setup.h"
+#include "svckiv/svc_kiv.h"
+#include "tests/support/scratch_folder.h"
+#include "tests/support/tree_paths.h"
+
+namespace {
+
+using kiv::SettingsKeeper;
+using SvcKivSpace::CSVCKIVConfig;
+using SvcKivSpace::SvcKiv;
+using Lines = std::vector<std::wstring>;
+
+class SettingsKeeperTest : public testing::Test {
+ protected:
+  SettingsKeeperTest() {
+    bench::Setup setup;
+    setup.configDir = QCString::FromUtf8(folder_.Path("config"));
+    setup.dataDir = QCString::FromUtf8(folder_.Path("data"));
+    setup.catalogue = QCString::FromUtf8(folder_.Path("none"));
+    setup.endpoint = QCString::FromUtf8("unix:" + folder_.Path("nobody"));
+    bench::SetSetup(setup);
+  }
+  ~SettingsKeeperTest() override {
+    SvcKiv::Stop();
+    bench::SetSetup({});
+  }
+
+  // The settings as the next run finds them.
+  CSVCKIVConfig& Restarted() {
+    SvcKiv::Stop();
+    return *SvcKiv::Start();
+  }
+  std::string SavedText() const {
+    std::ifstream file(folder_.Path("config/kiv.xml"));
+    return std::string(std::istreambuf_iterator<char>(file), {});
+  }
+  // The starting document with another value of one attribute.
+  void StartWith(const std::string& attribute, const std::string& value) {
+    Restarted();
+    SvcKiv::Stop();
+    std::string text = SavedText();
+    const std::size_t begin = text.find(attribute + "=\"") + attribute.size() + 2;
+    text.replace(begin, text.find('"', begin) - begin, value);
+    folder_.Write("config/kiv.xml", text);
+  }
+
+  kivtest::ScratchFolder folder_;
+};
+
+TEST_F(SettingsKeeperTest, EachLineOfATerminalIsInTheFileBeforeItRuns) {
+  SettingsKeeper keeper(Restarted(), true);
+  EXPECT_TRUE(keeper.Keep(L"nv_read 7"));
+  EXPECT_NE(SavedText().find("<CMD NAME=\"nv_read\" PARA=\"7\""), std::string::npos);
+}
+
+TEST_F(SettingsKeeperTest, ABatchIsInTheFileWhenAllIsSaved) {
+  SettingsKeeper keeper(Restarted(), false);
+  for (int i = 0; i < 150; ++i) EXPECT_TRUE(keeper.Keep(L"line " + std::to_wstring(i)));
+  EXPECT_EQ(SavedText().find("<CMD"), std::string::npos);
+  EXPECT_TRUE(keeper.SaveAll());
+  const Lines lines = SettingsKeeper(Restarted(), false).Lines();
+  ASSERT_EQ(lines.size(), 100u);
+  EXPECT_EQ(lines.front(), L"line 50");
+  EXPECT_EQ(lines.back(), L"line 149");
+}
+
+TEST_F(SettingsKeeperTest, LinesComeBackAsTheyWereTyped) {
+  const Lines typed = {L"nv_read", L"echo_nested {5,{6,<\u2603>}}", L"nonsense  two blanks ",
+                       L"at+cgmi", L":nothing"};
+  SettingsKeeper keeper(Restarted(), true);
+  for (const std::wstring& line : typed) EXPECT_TRUE(keeper.Keep(line));
+  EXPECT_EQ(keeper.Lines(), typed);
+  EXPECT_EQ(SettingsKeeper(Restarted(), true).Lines(), typed);
+}
+
+TEST_F(SettingsKeeperTest, KeepsNoLineThatTheNextLoadWouldTakeOut) {
+  SettingsKeeper keeper(Restarted(), true);
+  EXPECT_TRUE(keeper.Keep(L""));
+  EXPECT_TRUE(keeper.Keep(L"   "));
+  EXPECT_TRUE(keeper.Keep(std::wstring(81, L'w')));
+  EXPECT_TRUE(keeper.Keep(L"w " + std::wstring(16385, L'p')));
+  EXPECT_TRUE(keeper.Keep(std::wstring(80, L'w') + L" " + std::wstring(16384, L'p')));
+  EXPECT_EQ(keeper.Lines().size(), 1u);
+  EXPECT_EQ(SettingsKeeper(Restarted(), true).Lines().size(), 1u);
+}
+
+TEST_F(SettingsKeeperTest, KeepsNothingForAUserWhoWantsNoHistory) {
+  StartWith("HISTORY_CMD", "0");
+  SettingsKeeper keeper(Restarted(), true);
+  EXPECT_TRUE(keeper.Keep(L"nv_read 7"));
+  EXPECT_EQ(keeper.Lines(), Lines());
+}
+
+TEST_F(SettingsKeeperTest, SaysHowLongToWait) {
+  StartWith("POSTCMD_TIMEOUT", "1234");
+  EXPECT_EQ(SettingsKeeper(Restarted(), true).TimeoutMs(), 1234u);
+}
+
+TEST_F(SettingsKeeperTest, ASavePathStaysWholeHoweverOftenSettingsAreStored) {
+  const std::string outside(300, 'x');
+  for (const std::string& path :
+       {std::string("logs/today.txt"), std::string("/tmp/a.txt"), std::string(250, 'l'), outside}) {
+    StartWith("SAVE_PATH", path);
+    for (int run = 0; run < 3; ++run) {
+      SettingsKeeper keeper(Restarted(), true);
+      EXPECT_TRUE(keeper.Keep(L"nv_read 7"));
+    }
+    SvcKiv::Stop();
+    EXPECT_NE(SavedText().find("SAVE_PATH=\"" + path + "\""), std::string::npos) << path;
+  }
+}
+
+TEST_F(SettingsKeeperTest, ALineThatCannotBeSavedIsSavedWithTheNextOne) {
+  SettingsKeeper keeper(Restarted(), true);
+  std::filesystem::rename(folder_.Path("config"), folder_.Path("away"));
+  folder_.Write("config", "a file where the directory should be");
+  EXPECT_FALSE(keeper.Keep(L"first"));
+  std::filesystem::remove(folder_.Path("config"));
+  std::filesystem::rename(folder_.Path("away"), folder_.Path("config"));
+  EXPECT_TRUE(keeper.Keep(L"second"));
+  EXPECT_EQ(SettingsKeeper(Restarted(), true).Lines(), (Lines{L"first", L"second"}));
+}
+
+}  // namespace
