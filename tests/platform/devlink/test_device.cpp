@@ -47,7 +47,7 @@ std::optional<NaiveFrame> DeviceEnd::Next() {
 std::optional<NaiveFrame> DeviceEnd::NextMessage() {
   for (;;) {
     auto frame = Next();
-    if (frame && frame->kind == kHello) {
+    if (frame && frame->kind == kHello && greets_) {
       sequence_ = 0;
       if (!Send(Hello(frame->tag))) return std::nullopt;
       continue;
@@ -74,6 +74,7 @@ bool DeviceEnd::Greet() {
     const auto frame = Next();
     if (!frame) return false;
     if (frame->kind != kHello) continue;
+    greets_ = true;
     sequence_ = 0;
     return Send(Hello(frame->tag));
   }
