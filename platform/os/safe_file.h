@@ -31,6 +31,7 @@ KIVPLATFORM_API int ReadWholeFile(const std::string& mappedPath, std::size_t lim
 // The same without waiting: EINVAL for a pipe, a device or a socket.
 KIVPLATFORM_API int ReadRegularFile(const std::string& mappedPath, std::size_t limitBytes,
                                     std::string& content);
-// Creates a directory and its missing parents, mode 0700; 0 or an error number.
+// Creates a directory and its missing parents, mode 0700, and syncs the parents of new ones; 0 or
+// an error number.
 KIVPLATFORM_API int MakeDirectories(const std::string& mappedPath);
 }  // namespace os

@@ -138,6 +138,13 @@ int SyncDirectory(const Descriptor& directory) {
   return error == EINVAL ? 0 : error;
 }
 
+// A new directory is on the disk when its parent is. Without the right to say so it is as safe as
+// any directory that a user makes.
+void SyncParentOf(const std::string& path) {
+  Descriptor parent;
+  if (OpenDirectory(DirectoryPart(path), parent) == 0) SyncDirectory(parent);
+}
+
 int Replace(const std::string& path, const OldFile& old, std::string_view content) {
   const std::string directoryPath = DirectoryPart(path);
   Descriptor directory;
@@ -212,8 +219,11 @@ int MakeDirectories(const std::string& mappedPath) {
   for (std::size_t end = 0; end != std::string::npos && end < mappedPath.size();) {
     end = mappedPath.find('/', end + 1);
     const std::string part = mappedPath.substr(0, end);
-    if (RetryWhenInterrupted([&] { return mkdir(part.c_str(), 0700); }) == 0) continue;
-    const int error = errno;
+    const int error = ErrorOf(RetryWhenInterrupted([&] { return mkdir(part.c_str(), 0700); }));
+    if (error == 0) {
+      SyncParentOf(part);
+      continue;
+    }
     if (!IsDirectory(part)) return error == EEXIST ? ENOTDIR : error;
   }
   return mappedPath.empty() ? ENOENT : 0;

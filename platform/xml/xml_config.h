@@ -15,7 +15,8 @@
 // overwritten; the last good copy (FILE.bak) is taken if it is sound, else the starting text.
 //
 // Threads: one. Owns the document.
-// Errors: the codes below; a failed operation changes nothing unless it says so.
+// Errors: the codes below, and result::kNoMemory; a failed operation changes nothing unless it says
+// so.
 #pragma once
 
 #include <cstdint>
@@ -82,7 +83,8 @@ class KIVPLATFORM_API CXmlConfig {
   // False when there is no document: a file that could not be read (rights, I/O), or not found or
   // broken with kExisting. Every operation below then answers kNotOpen.
   virtual bool IsOpen() const;
-  // What the user should know about the opening, one line; empty when nothing. Answered once.
+  // What the user should know about the opening or the last saves (a broken file, an unreadable
+  // one), one line without its end; empty when nothing. Answered once.
   virtual QCString TakeNotice();
   // The system's error number of the last failed opening or saving; 0 when none.
   virtual int LastError() const;
@@ -114,15 +116,17 @@ class KIVPLATFORM_API CXmlConfig {
                                        const QCString& instancePath) const;
   // 0 when the node is there, else kNodeMissing.
   virtual std::uint32_t GetNode(const QCString& tagPath, const QCString& instancePath) const;
-  // Deletes the node with everything under it; kNodeMissing.
+  // Deletes the node with everything under it; kNodeMissing, also for the root, which stays.
   virtual std::uint32_t DeleteConfigNode(const QCString& tagPath, const QCString& instancePath);
   // Deletes the child at position `index` among those of the tag path's last tag; the instance path
   // is the container's.
   virtual std::uint32_t DeleteConfigNode2(const QCString& tagPath, std::uint32_t index,
                                           const QCString& containerInstancePath);
   // Replaces the file as one (flag 1; other flags do the same), merged with what others saved.
-  // Nothing is written when the file already has just that. kCannotSave: the file is as it was and
-  // a later Save works.
+  // Nothing is written when the file already has just that. kCannotSave, and LastError says why:
+  // the file is as it was (only when the sync of its directory failed it is already new) and a
+  // later Save works. ETIMEDOUT: another process held the lock all the time. EFBIG, EILSEQ: the
+  // document is beyond the limits that it would be read with.
   virtual std::uint32_t Save(std::int32_t flag);
 
  private:
