@@ -1,7 +1,6 @@
 #include "link/render/row_plan.h"
 
 #include <algorithm>
-#include <array>
 #include <cstring>
 #include <string>
 #include <string_view>
@@ -61,23 +60,33 @@ std::uint32_t BufferBytes(CParamNode& node) {
   return static_cast<std::uint32_t>(std::min<std::uint64_t>(lengthBytes, node.GetSizeInStruct()));
 }
 
+// Of a value wider than 32 bits the lower ones are shown.
+void SetSign(const CParamNode& node, PlannedRow& row) {
+  std::int32_t isSigned = 0;
+  node.IsSignedValue(&isSigned);
+  const std::uint32_t bits = 8 * std::min(row.widthBytes, 4u);
+  row.mask = 0xFFFFFFFFu >> (32 - bits);
+  row.signBit = isSigned != 0 ? 1u << (bits - 1) : 0;
+}
+
 // As RowBlock::AddNode, without values.
 bool PlanArray(CParamNode& node, std::uint32_t dots, Planner& planner) {
   const std::uint32_t width = node.GetSizeOfDataType();
   const std::uint32_t bytes = BufferBytes(node);
   const std::wstring name = node.GetVariableName();
   std::int32_t isChar = 0;
-  std::int32_t isSigned = 0;
-  node.IsSignedValue(&isSigned);
   const bool isText = width == 1 && node.IsCharValue(&isChar) == 0 && isChar != 0;
   const bool isShown = width == 1 || width == 2 || width == 4;
   if (isShown && !isText && bytes >= width) {
-    PlannedRow row{planner.onOneLine ? RowKind::kElementsOnOneLine : RowKind::kElements,
+    PlannedRow row{RowKind::kElements,
                    node.GetOffsetInBody(),
                    bytes / width,
                    width,
-                   isSigned != 0 ? 1u : 0u,
+                   0,
+                   0,
                    static_cast<std::uint32_t>(name.size())};
+    if (planner.onOneLine) row.kind = RowKind::kElementsOnOneLine;
+    SetSign(node, row);
     if (!planner.onOneLine) {
       return AddRow(planner, row, name, name.size() + IndexChars(row.count));
     }
@@ -89,23 +98,22 @@ bool PlanArray(CParamNode& node, std::uint32_t dots, Planner& planner) {
                        isText ? bytes : 0,
                        1,
                        0,
+                       0,
                        0};
   return AddRow(planner, row, std::wstring(dots, L'.') + name, dots + name.size());
 }
 
 bool PlanOther(CParamNode& node, std::uint32_t dots, Planner& planner) {
   const std::wstring name = std::wstring(dots, L'.') + node.GetVariableName();
-  PlannedRow row{RowKind::kEmpty, node.GetOffsetInBody(), 0, 0, 0, 0};
+  PlannedRow row{RowKind::kEmpty, node.GetOffsetInBody(), 0, 0, 0, 0, 0};
   if (IsSingle(node.GetNodeType())) {
     const std::uint32_t width = node.GetSizeOfDataType();
     if (width != 1 && width != 2 && width != 4 && width != 8) return false;
     if (node.GetSizeInStruct() < width) return false;
-    std::int32_t isSigned = 0;
-    node.IsSignedValue(&isSigned);
     row.kind = RowKind::kValue;
     row.count = 1;
     row.widthBytes = width;
-    row.isSigned = isSigned != 0 ? 1 : 0;
+    SetSign(node, row);
   }
   return AddRow(planner, row, name, name.size());
 }
@@ -176,116 +184,99 @@ const RowPlan* MakePlan(CParamNode& root, bool onOneLine, LayoutNote place) {
   return static_cast<const RowPlan*>(root.KeepLayoutNote(place, note.data(), note.size()));
 }
 
-template <std::uint32_t kWidth>
+// Four bytes, whatever the width: behind a body there is room for that.
 std::uint32_t Load(const std::uint8_t* from) {
+  static_assert(CParamNode::kBodySlackBytes >= 3);
   std::uint32_t value = 0;
-  for (std::uint32_t i = 0; i < kWidth; ++i) value |= std::uint32_t{from[i]} << (8 * i);
+  for (std::uint32_t i = 0; i < 4; ++i) value |= std::uint32_t{from[i]} << (8 * i);
   return value;
 }
 
-// The low 32 bits of a value, with the sign of its own width.
-std::uint32_t ReadBits(const std::uint8_t* from, std::uint32_t widthBytes, bool isSigned) {
-  if (widthBytes == 1) {
-    const std::uint32_t bits = from[0];
-    return isSigned ? (bits ^ 0x80u) - 0x80u : bits;
+// Each of these writes something and answers its end. Ends are handed from one to the next, never
+// kept in an object: what is written could then be the object's own.
+
+inline wchar_t* WriteHead(const RowPlan& plan, const wchar_t* head, wchar_t* to) {
+  for (std::size_t i = 0; i < plan.strideChars; i += kBlockChars) {
+    std::memcpy(to + i, head + i, kBlockChars * sizeof(wchar_t));
   }
-  if (widthBytes == 2) {
-    const std::uint32_t bits = Load<2>(from);
-    return isSigned ? (bits ^ 0x8000u) - 0x8000u : bits;
-  }
-  return Load<4>(from);
+  return to + plan.headChars;
 }
 
-// Writes the lines of one tree.
-class RowWriter {
- public:
-  RowWriter(const RowPlan& plan, const std::uint8_t* body, bool hexadecimal, wchar_t* to)
-      : plan_(plan), body_(body), hexadecimal_(hexadecimal), to_(to) {}
+inline wchar_t* WriteFoot(wchar_t* to) {
+  to[0] = L' ';
+  to[1] = L'\n';
+  return to + kFootChars;
+}
 
-  wchar_t* Run() {
-    const PlannedRow* const rows = plan_.Rows();
-    const wchar_t* head = plan_.Heads();
-    for (std::uint32_t i = 0; i < plan_.rowCount; ++i, head += plan_.strideChars) {
-      const PlannedRow& row = rows[i];
-      if (row.kind == RowKind::kElements) {
-        Elements(row, head);
-        continue;
-      }
-      Head(head);
-      if (row.kind == RowKind::kValue) {
-        Value(body_ + row.offsetBytes, row);
-      } else if (row.kind != RowKind::kEmpty) {
-        Other(row);
-      }
-      Foot();
-    }
-    return to_;
-  }
+// The kind of a value decides nothing here but masks, so that the processor has no more to guess
+// than how long the numbers are.
+template <bool kHexadecimal>
+inline wchar_t* WriteOne(const std::uint8_t* from, const PlannedRow& row, wchar_t* to) {
+  const std::uint32_t bits = ((Load(from) & row.mask) ^ row.signBit) - row.signBit;
+  if (kHexadecimal) return WriteValue(to, bits, {row.widthBytes, row.signBit != 0, true});
+  const std::uint32_t isNegative = row.signBit != 0 ? bits >> 31 : 0;
+  *to = L'-';
+  return WriteDecimal(to + isNegative, (bits ^ (0u - isNegative)) + isNegative);
+}
 
- private:
-  void Head(const wchar_t* head) {
-    for (std::size_t i = 0; i < plan_.strideChars; i += kBlockChars) {
-      std::memcpy(to_ + i, head + i, kBlockChars * sizeof(wchar_t));
-    }
-    to_ += plan_.headChars;
-  }
-  void Foot() {
-    to_[0] = L' ';
-    to_[1] = L'\n';
-    to_ += kFootChars;
-  }
-  void Value(const std::uint8_t* from, const PlannedRow& row) {
-    const bool isSigned = row.isSigned != 0;
-    const std::uint32_t bits = ReadBits(from, row.widthBytes, isSigned);
-    if (hexadecimal_) {
-      to_ = WriteValue(to_, bits, {row.widthBytes, isSigned, true});
-      return;
-    }
-    const bool isNegative = isSigned && (bits & 0x80000000u) != 0;
-    if (isNegative) *to_++ = L'-';
-    to_ = WriteDecimal(to_, isNegative ? 0u - bits : bits);
-  }
-  // One line for each element, all with the same name. The head is written once and its index
-  // counted on: as long as that grows no longer, only its digits change.
-  void Elements(const PlannedRow& row, const wchar_t* head) {
-    std::array<wchar_t, kMaxHeadChars + kBlockChars> own;
-    std::copy(head, head + plan_.strideChars, own.data());
-    wchar_t* const index = own.data() + row.nameChars;
+// One line for each element. Their heads differ in the index alone, which is written over what the
+// padding holds.
+template <bool kHexadecimal>
+wchar_t* WriteElements(const RowPlan& plan, const PlannedRow& row, const wchar_t* head,
+                       const std::uint8_t* from, wchar_t* to) {
+  for (std::uint32_t i = 0; i < row.count; ++i, from += row.widthBytes) {
+    wchar_t* const index = to + row.nameChars;
+    to = WriteHead(plan, head, to);
     *index = L'[';
-    const std::uint8_t* from = body_ + row.offsetBytes;
-    for (std::uint32_t i = 0; i < row.count; ++i, from += row.widthBytes) {
-      *WriteDecimal(index + 1, i) = L']';
-      Head(own.data());
-      Value(from, row);
-      Foot();
-    }
+    *WriteDecimal(index + 1, i) = L']';
+    to = WriteFoot(WriteOne<kHexadecimal>(from, row, to));
   }
-  void Other(const PlannedRow& row) {
-    const std::uint8_t* from = body_ + row.offsetBytes;
-    if (row.kind == RowKind::kCharacters) return Characters(from, row.count);
-    for (std::uint32_t i = 0; i < row.count; ++i, from += row.widthBytes) {
-      if (i != 0) *to_++ = L',';
-      Value(from, row);
-    }
-  }
-  // Up to the first zero byte.
-  void Characters(const std::uint8_t* from, std::uint32_t lengthBytes) {
-    const std::string_view bytes(reinterpret_cast<const char*>(from), lengthBytes);
-    const std::string_view text = bytes.substr(0, bytes.find('\0'));
-    const auto isAscii = [](char ch) { return static_cast<unsigned char>(ch) < 0x80; };
-    if (std::all_of(text.begin(), text.end(), isAscii)) {
-      to_ = std::copy(text.begin(), text.end(), to_);
-      return;
-    }
-    const QCString decoded = QCString::FromUtf8(text);
-    to_ = std::copy(decoded.view().begin(), decoded.view().end(), to_);
-  }
+  return to;
+}
 
-  const RowPlan& plan_;
-  const std::uint8_t* const body_;
-  const bool hexadecimal_;
-  wchar_t* to_;
-};
+// Up to the first zero byte.
+wchar_t* WriteCharacters(const std::uint8_t* from, std::uint32_t lengthBytes, wchar_t* to) {
+  const std::string_view bytes(reinterpret_cast<const char*>(from), lengthBytes);
+  const std::string_view text = bytes.substr(0, bytes.find('\0'));
+  const auto isAscii = [](char ch) { return static_cast<unsigned char>(ch) < 0x80; };
+  if (std::all_of(text.begin(), text.end(), isAscii)) {
+    return std::copy(text.begin(), text.end(), to);
+  }
+  const QCString decoded = QCString::FromUtf8(text);
+  return std::copy(decoded.view().begin(), decoded.view().end(), to);
+}
+
+// The value of a row that is neither empty nor a single number.
+template <bool kHexadecimal>
+wchar_t* WriteOther(const PlannedRow& row, const std::uint8_t* from, wchar_t* to) {
+  if (row.kind == RowKind::kCharacters) return WriteCharacters(from, row.count, to);
+  for (std::uint32_t i = 0; i < row.count; ++i, from += row.widthBytes) {
+    if (i != 0) *to++ = L',';
+    to = WriteOne<kHexadecimal>(from, row, to);
+  }
+  return to;
+}
+
+template <bool kHexadecimal>
+wchar_t* WriteAll(const RowPlan& plan, const std::uint8_t* body, wchar_t* to) {
+  const PlannedRow* const end = plan.Rows() + plan.rowCount;
+  const wchar_t* head = plan.Heads();
+  for (const PlannedRow* row = plan.Rows(); row != end; ++row, head += plan.strideChars) {
+    const std::uint8_t* const from = body + row->offsetBytes;
+    if (row->kind == RowKind::kElements) {
+      to = WriteElements<kHexadecimal>(plan, *row, head, from, to);
+      continue;
+    }
+    to = WriteHead(plan, head, to);
+    if (row->kind == RowKind::kValue) {
+      to = WriteOne<kHexadecimal>(from, *row, to);
+    } else if (row->kind != RowKind::kEmpty) {
+      to = WriteOther<kHexadecimal>(*row, from, to);
+    }
+    to = WriteFoot(to);
+  }
+  return to;
+}
 
 }  // namespace
 
@@ -298,7 +289,7 @@ const RowPlan* RowPlanOf(CParamNode& root, const RenderFlags& flags) {
 }
 
 wchar_t* WriteRows(const RowPlan& plan, const std::uint8_t* body, bool hexadecimal, wchar_t* to) {
-  return RowWriter(plan, body, hexadecimal, to).Run();
+  return hexadecimal ? WriteAll<true>(plan, body, to) : WriteAll<false>(plan, body, to);
 }
 
 }  // namespace SvcKivClass

@@ -25,8 +25,9 @@ struct PlannedRow {
   std::uint32_t offsetBytes;  // in the tree's body
   std::uint32_t count;        // elements of an array, 1 for a value
   std::uint32_t widthBytes;   // of one of them
-  std::uint32_t isSigned;
-  std::uint32_t nameChars;  // of an array's bare name
+  std::uint32_t mask;         // the bits of one element that are shown
+  std::uint32_t signBit;      // of these; 0 for unsigned ones
+  std::uint32_t nameChars;    // of an array's bare name
 };
 
 // Plain bytes: it is kept by copying. Behind it stand the rows, and behind these the heads, each

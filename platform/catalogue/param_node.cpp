@@ -28,11 +28,12 @@ ParamTreeBlock* ParamTreeBlock::Make(CParamNode& root,
   static_assert(sizeof(ParamTreeBlock) % alignof(CParamNode) == 0);
   const std::vector<FieldLayout>& fields = layout->Fields();
   const std::size_t nodesBytes = fields.size() * sizeof(CParamNode);
-  auto* memory = static_cast<std::uint8_t*>(
-      PoolMalloc(sizeof(ParamTreeBlock) + nodesBytes + layout->BodyBytes() + 1));
+  auto* memory = static_cast<std::uint8_t*>(PoolMalloc(
+      sizeof(ParamTreeBlock) + nodesBytes + layout->BodyBytes() + CParamNode::kBodySlackBytes));
   if (memory == nullptr) return nullptr;
   auto* nodes = reinterpret_cast<CParamNode*>(memory + sizeof(ParamTreeBlock));
   std::uint8_t* body = memory + sizeof(ParamTreeBlock) + nodesBytes;
+  std::memset(body + layout->BodyBytes(), 0, CParamNode::kBodySlackBytes);
   return new (memory) ParamTreeBlock{layout, &root, nodes, body, false};
 }
 

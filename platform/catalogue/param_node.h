@@ -62,6 +62,8 @@ class KIVPLATFORM_API CParamNode {
   // short); a longer one gives a status and changes nothing.
   std::uint32_t SetValueBuf(const std::uint8_t* bytes, std::uint64_t lengthBytes) noexcept;
 
+  // Zeros that may be read behind a body, so that a value's bytes can be read all at once.
+  static constexpr std::size_t kBodySlackBytes = 8;
   // The packed body of the whole tree, null for an empty root. What a walk finds behind
   // GetOffsetInBody and the sizes of a node is found there directly.
   std::uint8_t* GetBody() noexcept;
