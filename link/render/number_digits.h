@@ -56,6 +56,40 @@ inline wchar_t* WriteDecimal(wchar_t* to, std::uint32_t value) noexcept {
   if (at != to) *--at = kDigitPairs[2 * value];
   return end;
 }
+// The eight digits of a number below 10^8, one a byte, the first in the lowest: divisions by
+// multiplying, two and then four numbers in one word.
+constexpr std::uint64_t EightDigits(std::uint32_t value) noexcept {
+  const std::uint64_t fours = value / 10000 | std::uint64_t{value % 10000} << 32;
+  const std::uint64_t hundreds = (fours * 10486 >> 20) & 0x0000007F0000007Fu;
+  const std::uint64_t twos = hundreds | (fours - 100 * hundreds) << 16;
+  const std::uint64_t tens = (twos * 103 >> 10) & 0x000F000F000F000Fu;
+  return tens | (twos - 10 * tens) << 8;
+}
+
+inline constexpr std::size_t kDecimalRoomChars = 10;
+
+inline void WriteEightChars(wchar_t* to, std::uint64_t digits) noexcept {
+  digits |= 0x3030303030303030u;
+  for (std::uint32_t i = 0; i < 8; ++i) to[i] = static_cast<wchar_t>(digits >> 8 * i & 0xFF);
+}
+
+// As WriteDecimal, for whoever has kDecimalRoomChars characters to write to, however short the
+// number: how many digits there are is counted and not tried, for a processor cannot guess that.
+inline wchar_t* WriteDecimalInRoom(wchar_t* to, std::uint32_t value) noexcept {
+  constexpr std::uint32_t kBeyondEight = 100000000;
+  if (value >= kBeyondEight) {
+    to = WriteDecimal(to, value / kBeyondEight);
+    WriteEightChars(to, EightDigits(value % kBeyondEight));
+    return to + 8;
+  }
+  const std::uint64_t digits = EightDigits(value);
+  // The last digit counts also when it is 0.
+  const auto leading =
+      static_cast<std::uint32_t>(std::countr_zero(digits | std::uint64_t{1} << 56)) / 8;
+  WriteEightChars(to, digits >> 8 * leading);
+  return to + 8 - leading;
+}
+
 // Lower-case digits, padded with zeros to at least `minDigits`, 8 at most.
 wchar_t* WriteHex(wchar_t* to, std::uint32_t value, std::uint32_t minDigits);
 

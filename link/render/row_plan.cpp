@@ -216,7 +216,7 @@ inline wchar_t* WriteOne(const std::uint8_t* from, const PlannedRow& row, wchar_
   if (kHexadecimal) return WriteValue(to, bits, {row.widthBytes, row.signBit != 0, true});
   const std::uint32_t isNegative = row.signBit != 0 ? bits >> 31 : 0;
   *to = L'-';
-  return WriteDecimal(to + isNegative, (bits ^ (0u - isNegative)) + isNegative);
+  return WriteDecimalInRoom(to + isNegative, (bits ^ (0u - isNegative)) + isNegative);
 }
 
 // One line for each element. Their heads differ in the index alone, which is written over what the

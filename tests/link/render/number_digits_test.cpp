@@ -65,3 +65,26 @@ TEST(WriteValue, HexadecimalOfNegativeAndOddWidths) {
     EXPECT_EQ(Written(1, {width, false, true}), "");
   }
 }
+
+TEST(WriteDecimalInRoom, WritesWhatWriteDecimalWritesAndNothingBehindItsRoom) {
+  const auto expectSame = [](std::uint32_t value) {
+    std::array<wchar_t, SvcKivClass::kDecimalRoomChars + 1> chars;
+    chars.fill(L'?');
+    const wchar_t* const end = SvcKivClass::WriteDecimalInRoom(chars.data(), value);
+    EXPECT_EQ(std::string(static_cast<const wchar_t*>(chars.data()), end),
+              Printed("%" PRIu32, value));
+    EXPECT_EQ(chars.back(), L'?');
+  };
+  for (std::uint32_t value = 0; value < 20000; ++value) expectSame(value);
+  for (std::uint64_t power = 10; power <= 0xFFFFFFFFu; power *= 10) {
+    for (const std::uint64_t value : {power - 1, power, power + 1, 2 * power - 1}) {
+      if (value <= 0xFFFFFFFFu) expectSame(static_cast<std::uint32_t>(value));
+    }
+  }
+  expectSame(0xFFFFFFFFu);
+  std::mt19937_64 random(2);
+  for (std::int64_t i = kivtest::SweepCount(1'000'000); i > 0 && !testing::Test::HasFailure();
+       --i) {
+    expectSame(static_cast<std::uint32_t>(random() >> (32 + random() % 32)));
+  }
+}
