@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "platform/text/decimal_number.h"
 #include "platform/text/qt_text.h"
@@ -37,10 +38,10 @@ QCString CutAtDelay(const QCString& text) {
 }
 
 void SplitAtChar(const QCString& text, QCString& left, QCString& right, wchar_t ch) {
-  const QCString whole = text;  // the results may be the text itself
-  const std::size_t at = std::min(whole.Find(ch), whole.GetLength());
-  left = whole.Left(at);
-  right = whole.Mid(at).TrimLeftWhiteSpace();
+  const std::size_t at = std::min(text.Find(ch), text.GetLength());
+  QCString rest = text.Mid(at).TrimLeftWhiteSpace();  // the results may be the text itself
+  left = text.Left(at);
+  right = std::move(rest);
 }
 
 // One pass, so that nothing in a word is taken for a place of the next.
@@ -61,7 +62,7 @@ QCString TextWith(const char* sourceText, std::initializer_list<QCString> words)
 }
 
 QCString TextWithChunk(const char* sourceText, const QCString& chunk) {
-  const QCString pattern = Translated(sourceText);
+  QCString pattern = Translated(sourceText);
   const std::size_t mark = pattern.Find(kChunkMark);
   if (mark == QCString::npos) return pattern;
   return pattern.Left(mark) + chunk + pattern.Mid(mark + kChunkMark.size());
