@@ -1,0 +1,217 @@
+"""Every system call of a save, an export and the write of an ini value fails once, with each error,
+or is where the process is killed: the file is the old or the new one, byte for byte, the answer is
+true, and the next try works."""
+
+import re
+import subprocess
+import unittest
+
+import settings_host
+import sweep
+from settings_host import between_marks, document, needs_tracing, run
+
+ERRORS = ["ENOSPC", "EIO", "EINTR", "EACCES", "EMFILE", "ENOMEM"]
+# What the host does for itself: its script and its answers.
+OWN = re.compile(r"^(write\(1,|read\(0,)")
+
+
+class Work:
+    """One kind of write: the file, what is there before, and the lines of the host."""
+
+    def __init__(self, folder, name, before, prepare, line, good):
+        self.file = folder / name
+        self.before = before
+        self.line, self.good = line, good
+        kept = folder / "kept"
+        self.kept = kept
+        self.lines = [*prepare, "mark", line, "mark", f"keep {self.file} {kept}", line]
+
+    def first_answer(self, answers):
+        return answers[-4]
+
+
+class FaultCase(settings_host.FolderCase):
+    def work(self, kind):
+        folder = self.folder
+        start = [f"folder {folder}", "open"]
+        if kind == "save":
+            return Work(folder, "kiv.xml", document("old"), [*start, "title new"], "save", "0")
+        if kind == "first save":
+            return Work(folder, "kiv.xml", None, [*start, "title new"], "save", "0")
+        if kind == "export":
+            return Work(folder, "out.xml", b"old content\n", start, f"export {folder}/out.xml", "0")
+        return Work(folder, "x.ini", b"; mine\n[s]\nk=old\n", [f"folder {folder}"],
+                    f"ini {folder}/x.ini new", "1")
+
+    def reset(self, work):
+        for path in self.folder.iterdir():
+            if path.is_file():
+                path.unlink()
+        if work.line.startswith("export"):
+            (self.folder / "kiv.xml").write_bytes(document("mine"))
+        if work.before is not None:
+            work.file.write_bytes(work.before)
+
+    def content(self, path):
+        return path.read_bytes() if path.exists() else None
+
+    def calls(self, work):
+        """(name, how often it was called up to here, the call) of each call of the work."""
+        self.reset(work)
+        lines = self.trace(work.lines)
+        window, begin = between_marks(lines)
+        seen, calls = {}, []
+        for i, line in enumerate(lines):
+            name = line.split("(", 1)[0]
+            if not re.fullmatch(r"\w+", name):
+                continue
+            seen[name] = seen.get(name, 0) + 1
+            if begin <= i < begin + len(window) and not OWN.match(line):
+                calls.append((name, seen[name], line))
+        return calls
+
+    def inject(self, work, name, what, nth):
+        self.reset(work)
+        return run(work.lines, ["strace", "-f", "-qq", "-o", "/dev/null", "-e", f"trace={name}",
+                                "-e", f"inject={name}:{what}:when={nth}"], traced=True)
+
+    def new_content(self, work):
+        self.reset(work)
+        status, answers = run(work.lines)
+        self.assertEqual((0, work.good), (status, work.first_answer(answers)), answers)
+        new = self.content(work.file)
+        self.assertNotEqual(work.before, new)
+        return new
+
+    def leftovers(self):
+        return [path.name for path in self.folder.iterdir() if path.name.endswith(".tmp")]
+
+    def check_error(self, work, new, call, error):
+        name, nth, line = call
+        told = f"{error} at {name} {nth}: {line}"
+        status, answers = self.inject(work, name, f"error={error}", nth)
+        self.assertEqual((0, len(work.lines)), (status, len(answers)), told)
+        kept = self.content(work.kept) if answers[-2] == "0" else None
+        if work.first_answer(answers) == work.good:
+            self.assertEqual(new, kept, told)
+        elif kept != work.before:
+            # Only the name of the new file is not known to be on the disk.
+            self.assertEqual((name, new), ("fsync", kept), told)
+        self.assertEqual(work.good, answers[-1], told)
+        self.assertEqual(new, self.content(work.file), told)
+        self.assertEqual([], self.leftovers(), told)
+
+    def check_kill(self, work, new, call):
+        name, nth, line = call
+        told = f"killed at {name} {nth}: {line}"
+        status, answers = self.inject(work, name, "signal=KILL", nth)
+        self.assertLess(len(answers), len(work.lines), told)
+        self.assertNotEqual(0, status, told)
+        self.assertIn(self.content(work.file), (work.before, new), told)
+        status, answers = run(work.lines)
+        self.assertEqual((0, work.good), (status, answers[-1]), told)
+        self.assertEqual(new, self.content(work.file), told)
+
+    def check_all(self, kind):
+        work = self.work(kind)
+        new = self.new_content(work)
+        calls = self.calls(work)
+        names = [name for name, _, _ in calls]
+        for needed in ("write", "fsync", "rename"):
+            self.assertIn(needed, [name.replace("renameat2", "rename").replace("renameat", "rename")
+                                   for name in names])
+        each = len(ERRORS) if sweep.count(10) >= 10 else 1
+        for i, call in enumerate(calls):
+            # The break answers an address and never an error.
+            for k in range(0 if call[0] == "brk" else each):
+                self.check_error(work, new, call, ERRORS[(i + k) % len(ERRORS)])
+            self.check_kill(work, new, call)
+
+
+@needs_tracing
+class EverySystemCallTest(FaultCase):
+    def test_of_a_save_may_fail(self):
+        self.check_all("save")
+
+    def test_of_the_first_save_may_fail(self):
+        self.check_all("first save")
+
+    def test_of_an_export_may_fail(self):
+        self.check_all("export")
+
+    def test_of_an_ini_write_may_fail(self):
+        self.check_all("ini")
+
+
+def may_mount():
+    done = subprocess.run(["unshare", "-rm", "true"], capture_output=True, check=False)
+    return done.returncode == 0
+
+
+@unittest.skipUnless(may_mount(), "no file system of a test's own (user namespaces)")
+class FullDiskTest(settings_host.FolderCase):
+    SIZES = range(0, 16384, 54)
+
+    def test_of_any_size_leaves_the_old_or_the_new_document(self):
+        self.assertGreaterEqual(len(self.SIZES), 300)
+        mount = ("mount -t tmpfs -o size=64k kiv-test \"$1\" && exec \"$2\"")
+        host = settings_host.Host(["unshare", "-rm", "sh", "-c", mount, "sh", str(self.folder),
+                                   settings_host.HOST])
+        self.addCleanup(host.process.kill)
+        self.assertEqual("0", host.ask(f"folder {self.folder}"))
+        inside = settings_host.pathlib.Path(f"/proc/{host.process.pid}/root{self.folder}")
+        failures = 0
+        for i, size in enumerate(self.SIZES):
+            failures += self.check_size(host, inside, size, free_pages=i % 12)
+        # Both ends of the range must have been met.
+        self.assertGreater(failures, 50)
+        self.assertLess(failures, len(self.SIZES) - 20)
+        host.end()
+
+    def check_size(self, host, inside, size, free_pages):
+        for path in inside.iterdir():
+            path.unlink()
+        old = document("old")
+        (inside / "kiv.xml").write_bytes(old)
+        self.assertEqual("0 [old] 0", host.ask("open"))
+        filler = inside / "filler"
+        self.fill(filler, free_pages)
+        host.ask(f"parameter {size}")
+        code = host.ask("save")
+        kept = (inside / "kiv.xml").read_bytes()
+        if code != "0":
+            self.assertEqual(("3018", old), (code, kept), size)
+        self.assertEqual([], [p.name for p in inside.iterdir() if p.name.endswith(".tmp")], size)
+        filler.unlink()
+        self.assertEqual("0", host.ask("save"), size)
+        new = (inside / "kiv.xml").read_bytes()
+        self.assertIn(b'"' + b"p" * size + b'"', new)
+        self.assertTrue(code != "0" or kept == new, size)
+        self.assertEqual("0", host.ask("close"))
+        self.assertEqual("0 [old] 0 0", host.ask("check"))
+        return code != "0"
+
+    @staticmethod
+    def fill(filler, free_pages):
+        """Takes all pages of the disk but so many."""
+        pages = 0
+        with open(filler, "wb", buffering=0) as stream:
+            try:
+                while True:
+                    stream.write(b"x" * 4096)
+                    pages += 1
+            except OSError:
+                pass
+            stream.truncate(max(0, pages - free_pages) * 4096)
+
+
+class KillTest(settings_host.FolderCase):
+    def test_at_any_time_leaves_a_whole_document(self):
+        (self.folder / "kiv.xml").write_bytes(document("first"))
+        _, answers = run([f"folder {self.folder}", f"kills {sweep.count(2000)} 7 even odd", "check"])
+        self.assertEqual("0", answers[1])
+        self.assertRegex(answers[2], r"^0 \[(even|odd)\] 0 0$")
+
+
+if __name__ == "__main__":
+    unittest.main()
