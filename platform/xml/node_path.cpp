@@ -7,6 +7,8 @@
 
 namespace {
 
+constexpr std::size_t kUsualLevels = 8;
+
 // Calls `take` with each part between full stops; stops and answers false when it does.
 template <typename Take>
 bool ForEachPart(std::wstring_view text, Take take) {
@@ -42,6 +44,8 @@ std::string NodePath::PositionsText(std::size_t levels) const {
 
 std::optional<NodePath> ParseNodePath(const QCString& tagPath, const QCString& instancePath) {
   NodePath path;
+  path.tags.reserve(kUsualLevels);
+  path.positions.reserve(kUsualLevels);
   const bool tagsAreSound = ForEachPart(tagPath.view(), [&path](std::wstring_view tag) {
     path.tags.push_back(os::WideToUtf8(tag));
     return !tag.empty();

@@ -96,7 +96,13 @@ std::string Encode(std::basic_string_view<Char> text) {
   std::string bytes;
   bytes.reserve(text.size());
   for (std::size_t at = 0; at < text.size();) {
-    const bool looksEscaped = EscapeAt<Char, Char>(text, at).lengthUnits != 0;
+    const std::uint32_t unit = UnitAt(text, at);
+    if (unit >= 0x20 && unit < 0x80 && unit != '{') {  // nearly all there is
+      bytes.push_back(static_cast<char>(unit));
+      ++at;
+      continue;
+    }
+    const bool looksEscaped = unit == '{' && EscapeAt<Char, Char>(text, at).lengthUnits != 0;
     const std::uint32_t codePoint = NextUnitOrPair(text, at);
     if (looksEscaped || !IsXmlChar(codePoint)) {
       AppendEscape(bytes, codePoint);
