@@ -136,7 +136,8 @@ class SVCKIV_API CSVCKIVConfig {
   virtual std::uint32_t SetSessionAndInstance(std::uint32_t sessionId,
                                               std::uint32_t instanceId) = 0;
   // One more than the largest id among the current session's instances; 1 when it has none or no
-  // document is open.
+  // document is open. No operation makes an instance: a host writes its "ID" (WriteAttribute on
+  // "SourceData.SESSION.INSTANCE" at the next position) and one value below its DEFAULT.
   virtual std::uint32_t NextInstanceId() = 0;
   // Finds the session's node. A session that is not in the document is added and saved at once.
   virtual std::uint32_t SelectSession() = 0;

@@ -1,0 +1,76 @@
+// An instance that is not in the document: nothing of it is found, and nothing that is stored for
+// it lands anywhere else.
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <iterator>
+#include <string>
+
+#include "settings/svc_kiv_config_impl.h"
+#include "tests/fakes/module_bench.h"
+
+namespace {
+
+class NoInstance : public testing::Test {
+ protected:
+  std::string FileText() const {
+    std::ifstream file(setup_.Path("kiv.xml"));
+    return std::string(std::istreambuf_iterator<char>(file), {});
+  }
+
+  kivtest::ScratchSetup setup_;
+  SvcKivClass::LiveSwitches switches_;
+  SvcKivSpace::SvcKivMessage sender_;
+};
+
+TEST_F(NoInstance, AStoreChangesNothingInTheDocument) {
+  SvcKivClass::SvcKivConfigImpl config({switches_, sender_, {}});
+  ASSERT_EQ(config.Save(), 0u);
+  const std::string before = FileText();
+  ASSERT_NE(before, "");
+  EXPECT_EQ(config.SetSessionAndInstance(1, 7), 0u);
+  EXPECT_EQ(config.LoadEverything(), 3005u);
+  EXPECT_EQ(config.SettingsPrefix(), L"");
+  SvcKivSpace::KivCommandRecord typed;
+  typed.name = L"lost";
+  config.Lists().supportedInds.AddTail({1, L"ind"});
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(config.StoreEverything(&typed), 0u);
+  EXPECT_NE(testing::internal::GetCapturedStderr().find(
+                "Create SHORTCUTKEY_CMD Failed.\nCreate SUPPORT_IND Failed.\n"),
+            std::string::npos);
+  EXPECT_EQ(config.Save(), 0u);
+  EXPECT_EQ(FileText(), before);
+}
+
+TEST_F(NoInstance, BeforeASessionIsSelectedNothingIsFound) {
+  SvcKivClass::SvcKivConfigImpl config({switches_, sender_, {}});
+  EXPECT_EQ(config.NextInstanceId(), 1u);
+  EXPECT_EQ(config.LoadEverything(), 3005u);
+  EXPECT_EQ(config.NvLoadFileMaxSizeBytes(), 0u);
+  EXPECT_EQ(config.Settings().autoIntellisense, 1);
+  EXPECT_EQ(config.Settings().fontSize, 0);
+}
+
+TEST_F(NoInstance, AHostMakesOneByWritingItsIdAndOneOfItsValues) {
+  SvcKivClass::SvcKivConfigImpl config({switches_, sender_, {}});
+  ASSERT_EQ(config.SetSessionAndInstance(1, 0), 0u);
+  EXPECT_EQ(config.NextInstanceId(), 2u);
+  EXPECT_EQ(config.WriteAttribute(L"2", L"ID", L"SourceData.SESSION.INSTANCE", L"0.0.1"), 0u);
+  EXPECT_EQ(config.WriteAttribute(L"14", L"FONT_SIZE",
+                                  L"SourceData.SESSION.INSTANCE.DEFAULT.POPULAR", L"0.0.1.0.0"),
+            0u);
+  EXPECT_EQ(config.NextInstanceId(), 3u);
+  EXPECT_EQ(config.SetSessionAndInstance(1, 2), 0u);
+  EXPECT_EQ(config.LoadEverything(), 0u);
+  EXPECT_EQ(config.SettingsInstancePath(), L"0.0.1.0");
+  EXPECT_EQ(config.Settings().fontSize, 14);
+  SvcKivSpace::KivCommandRecord typed;
+  typed.name = L"kept";
+  EXPECT_EQ(config.StoreEverything(&typed), 0u);
+  EXPECT_EQ(config.LoadEverything(), 0u);
+  ASSERT_EQ(config.Lists().history.GetCount(), 1u);
+  EXPECT_EQ(config.Lists().history[0].name, L"kept");
+}
+
+}  // namespace
