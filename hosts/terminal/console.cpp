@@ -17,6 +17,7 @@ namespace {
 
 constexpr std::size_t kScriptLimitBytes = 256u << 20;
 constexpr std::uint32_t kStopTimeoutMs = 2000;
+constexpr std::chrono::milliseconds kSettingsTimeout{2000};
 
 int MillisecondsUntil(std::chrono::steady_clock::time_point deadline) {
   const auto left =
@@ -128,7 +129,9 @@ std::chrono::milliseconds Console::Wait() const {
 bool Console::WaitForLink() {
   const auto begin = Clock::now();
   while (!connected_) {
-    const auto deadline = begin + Wait();
+    auto deadline = begin + Wait();
+    // What became of the settings file is told even to those who wait for nothing.
+    if (!settingsLoaded_) deadline = std::max(deadline, begin + kSettingsTimeout);
     if (Clock::now() >= deadline) {
       ShowAll();
       Say(NotConnectedText(endpoint_, static_cast<std::uint32_t>(Wait().count()), lastReason_));
@@ -268,6 +271,7 @@ void Console::Show(const ViewEvent& event) {
       lastReason_ = event.text;
       break;
     case ViewEvent::Kind::kSettings:
+      settingsLoaded_ = true;
       if (event.result != 0) settingsWaitMs_ = event.result;
       break;
     case ViewEvent::Kind::kAnswered:

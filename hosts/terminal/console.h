@@ -91,6 +91,7 @@ class Console {
   std::uint64_t lostEpoch_ = 0;        // epoch of the last loss of the link
   bool connected_ = false;             // by the events shown so far
   bool wasConnected_ = false;
+  bool settingsLoaded_ = false;
   std::uint32_t settingsWaitMs_ = 5000;
   std::string connectedText_;
   std::string lastReason_;  // why the link is not up

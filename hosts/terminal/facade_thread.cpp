@@ -15,9 +15,6 @@ namespace {
 using SvcKivSpace::SvcKiv;
 using SvcKivSpace::SvcKivMsgType;
 
-// Indications are shown for a day after each command, in effect always.
-constexpr int kInstantIndPeriodMs = 86'400'000;
-
 // What a reply holder has before a line: still there afterwards means that a text channel took the
 // line.
 constexpr wchar_t kSentinel[] = L"\x1\x2kiv: nobody has answered yet\x2\x1";
@@ -50,8 +47,9 @@ void FacadeThread::Start(LinkWatch& watch, bool saveEachLine) {
 
 void FacadeThread::StartHere(bool saveEachLine) {
   settings_.emplace(*SvcKiv::Start(), saveEachLine);
-  SvcKiv::SetInstantIndTime(kInstantIndPeriodMs);
-  SvcKiv().SetIsEnableInstantInd(true);
+  SvcKiv::SetInstantIndTime(settings_->InstantIndMs());
+  // Without settings everything is shown: nobody said otherwise.
+  SvcKiv().SetIsEnableInstantInd(!settings_->AreThere());
   ViewEvent event;
   event.kind = ViewEvent::Kind::kSettings;
   event.result = settings_->TimeoutMs();
@@ -131,7 +129,7 @@ void FacadeThread::Reload(std::uint64_t number) {
       context_,
       [this, number] {
         SvcKiv::ReloadDb();
-        SvcKiv::SetInstantIndTime(kInstantIndPeriodMs);
+        if (settings_) SvcKiv::SetInstantIndTime(settings_->InstantIndMs());
         ViewEvent event;
         event.kind = ViewEvent::Kind::kReply;
         event.line = number;

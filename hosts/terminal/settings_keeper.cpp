@@ -14,6 +14,8 @@ using SvcKivSpace::CSVCKIVConfig;
 using SvcKivSpace::KivCommandRecord;
 
 constexpr std::size_t kKeptLines = 100;  // the next load of the settings trims to as many
+constexpr int kAlwaysMs = 86'400'000;    // from one command to the next, whatever the user does
+constexpr int kFreshCommandMs = 10'000;  // what a command has started is seen
 constexpr wchar_t kSavePathAttribute[] = L"SAVE_PATH";
 
 QCString SaveElement(const CSVCKIVConfig& config) { return config.SettingsPrefix() + L"SAVE"; }
@@ -69,6 +71,13 @@ void SettingsKeeper::HoldWholeSavePath() {
 }
 
 std::uint32_t SettingsKeeper::TimeoutMs() const { return config_.Settings().postCmdTimeoutMs; }
+
+bool SettingsKeeper::AreThere() const { return !config_.SettingsPrefix().IsEmpty(); }
+
+int SettingsKeeper::InstantIndMs() const {
+  if (!AreThere()) return kAlwaysMs;
+  return config_.Settings().enableInstantIndCmd != 0 ? kFreshCommandMs : 0;
+}
 
 bool SettingsKeeper::Keep(std::wstring_view line) {
   if (config_.Settings().historyOn == 0) return true;

@@ -27,6 +27,10 @@ class SettingsKeeper {
 
   // How long to wait for an answer; 0 when the settings do not say.
   std::uint32_t TimeoutMs() const;
+  // Whether the settings of this console were found.
+  bool AreThere() const;
+  // How long indications are shown after a command where the settings show none otherwise.
+  int InstantIndMs() const;
   // False when it could not be saved. Does nothing when the user switched the history off.
   bool Keep(std::wstring_view line);
   // Brings what a batch has kept to the disk.
