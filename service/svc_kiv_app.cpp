@@ -53,8 +53,8 @@ SvcKivSpace::CSVCKIVConfig* SvcKivApp::Start() {
 }
 
 void SvcKivApp::MakeSettings() {
-  settings_ = std::make_unique<SvcKivConfigImpl>(
-      SvcKivConfigParts{switches_, sender_, parts_.openXml});
+  settings_ =
+      std::make_unique<SvcKivConfigImpl>(SvcKivConfigParts{switches_, sender_, parts_.openXml});
   settings_->SetSessionAndInstance(kSessionId, ueId_);
   settings_->LoadEverything();
 }
