@@ -2,12 +2,13 @@
 
 #include <algorithm>
 #include <cwchar>
+#include <new>
 
 #include "link/link_texts.h"
 #include "link/wrapped_packet.h"
 #include "platform/base/ini_values.h"
 #include "platform/base/result_codes.h"
-#include "platform/bounded/pool.h"
+#include "platform/bounded/pool_ptr.h"
 #include "platform/text/qt_text.h"
 #include "service/message/debug_trace.h"
 
@@ -80,15 +81,13 @@ std::uint32_t LirnKivClient::PostWrapped(std::uint32_t cmdId, const void* data,
                                          const std::uint8_t* routingHeader, std::uint16_t tag) {
   const std::uint32_t totalBytes = lengthBytes + kWrappedHeadBytes;
   if (totalBytes > kMaxPacketBytes) return result::kPacketTooLong;
-  auto* packet = static_cast<std::uint8_t*>(PoolMalloc(totalBytes));
+  const auto packet = PoolAllocate<std::uint8_t>(totalBytes);
   if (packet == nullptr) return result::kNoMemory;
   // The number is used up whatever becomes of the post.
   const WrappedHead head{sequence_.fetch_add(1, std::memory_order_relaxed), cmdId, routingHeader};
-  const std::uint32_t status = WriteWrappedPacket(head, data, lengthBytes, packet, totalBytes)
-                                   ? PostCmd(kWrappedCmdId, packet, totalBytes, tag, 0, 0)
-                                   : result::kFailure;
-  PoolFree(packet);
-  return status;
+  return WriteWrappedPacket(head, data, lengthBytes, packet.get(), totalBytes)
+             ? PostCmd(kWrappedCmdId, packet.get(), totalBytes, tag, 0, 0)
+             : result::kFailure;
 }
 
 std::int32_t LirnKivClient::ReceiveCmd(const ReceivedPacket* records, std::uint32_t count) {
@@ -102,8 +101,9 @@ std::int32_t LirnKivClient::ReceiveCmd(const ReceivedPacket* records, std::uint3
   return 0;
 }
 
-// kShown also for a packet that is deliberately not shown.
-std::int32_t LirnKivClient::ReceiveOne(std::uint32_t index, const ReceivedPacket& record) {
+// kShown also for a packet that is deliberately not shown. Without memory on the way to the text it
+// is as without a buffer for it.
+std::int32_t LirnKivClient::ReceiveOne(std::uint32_t index, const ReceivedPacket& record) try {
   const ReplyDescriptor reply = DescriptorOf(record);
   TraceRecord(index, reply);
   if (IsTakenByHandler(reply) || !IsKept(reply)) return kShown;
@@ -111,6 +111,8 @@ std::int32_t LirnKivClient::ReceiveOne(std::uint32_t index, const ReceivedPacket
   if (handlers == nullptr || !handlers->HooksTexts()) return ShowUnhooked(reply);
   QCString text;
   return ShowReply(reply, text);
+} catch (const std::bad_alloc&) {
+  return kNoBuffer;
 }
 
 bool LirnKivClient::IsTakenByHandler(const ReplyDescriptor& reply) const {
@@ -179,11 +181,11 @@ void LirnKivClient::RunHook(const ReplyDescriptor& reply, QCString& text) const 
 }
 
 std::int32_t LirnKivClient::SendBlock(wchar_t* forView) {
+  const PoolPtr<wchar_t> owner(forView);
   Trace([&] {
     return QCString(L"[LirnKivClient::ReceiveCmd]text = ") + (forView != nullptr ? forView : L"");
   });
   parts_.sender.SVCSendMessage(SvcKivSpace::kReply, forView);
-  if (forView != nullptr) PoolFree(forView);
   return kShown;
 }
 

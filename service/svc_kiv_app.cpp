@@ -109,8 +109,17 @@ void SvcKivApp::DeleteControllers() {
 }
 
 void SvcKivApp::ReloadDb() {
-  if (controller_ != nullptr) retired_.push_back(std::move(controller_));
-  MakeController();
+  if (controller_ == nullptr) return MakeController();
+  retired_.push_back(std::move(controller_));
+  try {
+    MakeController();
+  } catch (...) {
+    // The old one goes on. What was made of the new one may be in use on the link's thread.
+    controller_.swap(retired_.back());
+    context_.currentController = controller_.get();
+    handlers_.store(controller_.get(), std::memory_order_release);
+    throw;
+  }
 }
 
 void SvcKivApp::GetDiagCmdResponse(const wchar_t* line, QCString& reply) {

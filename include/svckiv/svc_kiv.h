@@ -7,7 +7,9 @@
 // Threads: one, the module's user-interface thread: the first that calls Start. It needs a Qt event
 // loop, for the instant-indication period is a timer. The first call of any function may come from
 // any thread. Owns: no function takes or gives ownership. Errors: a failure is told in the reply
-// text.
+// text. Nothing throws but the very first call, std::bad_alloc. Without enough memory Start leaves
+// everything stopped (GetMorviCmdList is null), ReloadDb leaves the list as it was, and a line's
+// reply begins with "***".
 #pragma once
 
 #include "platform/text/qc_string.h"

@@ -23,7 +23,8 @@ ChildTransport::ChildTransport(asio::io_context& io, ChildProcess process,
       process_(std::move(process)),
       errors_(io),
       errorLine_(std::move(errorLine)) {
-  errors_.assign(pipes.errorsFromChild.Release());
+  errors_.assign(pipes.errorsFromChild.Get());  // may find no memory
+  pipes.errorsFromChild.Release();
   errors_.non_blocking(true);
   ReadErrors();
 }

@@ -71,7 +71,8 @@ std::string SystemProblem(std::string what, int errorNumber) {
 
 FdTransport::FdTransport(asio::io_context& io, UniqueFd socket) : reader_(io) {
   SetNonBlocking(socket.Get());
-  reader_.assign(socket.Release());
+  reader_.assign(socket.Get());  // may find no memory
+  socket.Release();
   MakeWakePipe();
 }
 
@@ -79,7 +80,8 @@ FdTransport::FdTransport(asio::io_context& io, UniqueFd readEnd, UniqueFd writeE
     : reader_(io), writeEnd_(std::move(writeEnd)) {
   SetNonBlocking(readEnd.Get());
   SetNonBlocking(writeEnd_.Get());
-  reader_.assign(readEnd.Release());
+  reader_.assign(readEnd.Get());
+  readEnd.Release();
   MakeWakePipe();
 }
 

@@ -78,7 +78,8 @@ int HostLookup::StartThread(const std::shared_ptr<Answer>& answer, const std::st
   answer->writeEnd.Reset(ends[1]);
   UniqueFd readEnd(::fcntl(ends[0], F_DUPFD_CLOEXEC, 0));
   if (!readEnd.Valid()) return errno;
-  answered_.assign(readEnd.Release());
+  answered_.assign(readEnd.Get());  // may find no memory
+  readEnd.Release();
   try {
     std::thread([answer, host, port] {
       BlockSignals();

@@ -1,7 +1,6 @@
 #include "platform/devlink/link_engine.h"
 
 #include <algorithm>
-#include <asio/post.hpp>
 #include <new>
 
 #include "platform/base/bench_setup.h"
@@ -18,6 +17,7 @@ namespace {
 
 constexpr std::size_t kReadBytes = 32 * 1024;
 constexpr Milliseconds kLastChance{50};
+constexpr Milliseconds kMemoryPause{10};
 constexpr std::uint32_t kLineTestId = 1;
 
 // An agent that is not shown its token closes the connection without a word.
@@ -38,8 +38,9 @@ LinkEngine::LinkEngine(CLinkClient& client, std::string name)
       client_(&client),
       readBuffer_(kReadBytes),
       writer_([this](WriteOutcome outcome) {
-        const std::uint64_t session = session_.load();
-        asio::post(io_, [this, session, outcome] { WriterBroke(session, outcome); });
+        brokenOutcome_ = outcome;
+        brokenSession_ = session_.load();
+        Ask(kBroken);
       }) {}
 
 LinkEngine::~LinkEngine() = default;
@@ -54,7 +55,13 @@ void LinkEngine::Start() {
   } else {
     EnsureThread();
   }
-  asio::post(io_, [this] { Begin(); });
+  Ask(kBegin);
+}
+
+// Running handlers ends at once, what is asked is done, and handlers go on.
+void LinkEngine::Ask(Asked what) noexcept {
+  asked_.fetch_or(what);
+  io_.stop();
 }
 
 void LinkEngine::EnsureThread() {
@@ -62,8 +69,7 @@ void LinkEngine::EnsureThread() {
   if (thread_.joinable() && ending_) thread_.join();
   if (thread_.joinable()) return;
   ending_ = false;
-  io_.restart();
-  work_.emplace(io_.get_executor());
+  if (!work_) work_.emplace(io_.get_executor());
   thread_ = std::thread([self = shared_from_this()] { self->Run(); });
 }
 
@@ -76,14 +82,14 @@ void LinkEngine::Stop() {
     testPending_ = false;
   }
   testAnswered_.notify_all();
-  asio::post(io_, [this] { End(); });
+  Ask(kEnd);
 }
 
 void LinkEngine::Shutdown(Milliseconds limit) {
   Stop();
   graceEnd_ = std::min(graceEnd_.load(), LinkClock::now() + limit);
   ending_ = true;
-  asio::post(io_, [this] { work_.reset(); });
+  Ask(kEnd);
   if (OnLinkThread()) return;
   const std::lock_guard lock(controlMutex_);
   if (thread_.joinable()) thread_.join();
@@ -97,22 +103,52 @@ void LinkEngine::ForgetClient() {
 
 void LinkEngine::Run() {
   threadId_ = std::this_thread::get_id();
-  for (;;) {
+  do {
     try {
-      io_.run();
-      break;
+      RunUntilAsked();
     } catch (const std::bad_alloc&) {
-      Lose("there is not enough memory", false);
+      OutOfMemory();
     }
-  }
+  } while (!ending_ || asked_ != 0);
   threadId_ = std::thread::id();
 }
 
-void LinkEngine::Hurry() {
-  asio::post(io_, [this] {
-    if (phase_ == Phase::kPausing) Attempt();
-  });
+void LinkEngine::RunUntilAsked() {
+  // Asked in between, the handlers do not begin to run.
+  io_.restart();
+  DoWhatIsAsked();
+  if (ending_) {
+    io_.poll();  // what was given up with the endpoint
+  } else {
+    io_.run();
+  }
 }
+
+// In the order in which it makes sense, whatever the order of asking: what is no longer wanted is
+// not begun.
+void LinkEngine::DoWhatIsAsked() {
+  const unsigned asked = asked_.exchange(0);
+  if ((asked & kEnd) != 0) End();
+  if ((asked & kBegin) != 0) Begin();
+  if ((asked & kBroken) != 0) WriterBroke();
+  if ((asked & kHurry) != 0 && phase_ == Phase::kPausing) Attempt();
+}
+
+// The link is given up and comes back, unless it is stopped before there is memory for that.
+void LinkEngine::OutOfMemory() noexcept {
+  while (phase_ != Phase::kIdle && wanted_) {
+    try {
+      return Lose("there is not enough memory", false);
+    } catch (const std::bad_alloc&) {
+      std::this_thread::sleep_for(kMemoryPause);
+    }
+  }
+  // What was asked was broken off halfway.
+  std::this_thread::sleep_for(kMemoryPause);
+  asked_.fetch_or(wanted_ ? kBegin : kEnd);
+}
+
+void LinkEngine::Hurry() { Ask(kHurry); }
 
 std::uint32_t LinkEngine::TestExchange(std::span<const std::uint8_t> bytes) {
   const std::lock_guard oneAtATime(exchangeMutex_);
@@ -139,7 +175,6 @@ std::uint32_t LinkEngine::TestExchange(std::span<const std::uint8_t> bytes) {
 
 void LinkEngine::Begin() {
   if (phase_ != Phase::kIdle || !wanted_) return;
-  if (!work_) work_.emplace(io_.get_executor());
   timing_ = GetLinkTiming();
   pause_ = timing_.firstPause;
   told_ = false;
@@ -204,16 +239,16 @@ std::string LinkEngine::CloseEndpoint() {
   opener_.reset();
   writer_.Detach();
   std::string howItEnded;
-  if (transport_ != nullptr) {
+  receiving_.reset();
+  keepAlive_.reset();
+  // It is gone afterwards, also when there is no memory for the text.
+  if (const std::shared_ptr<Transport> closing = std::move(transport_)) {
     const auto graceEnd = LinkClock::now() + timing_.childGrace;
-    howItEnded = transport_->End([this, graceEnd] {
+    howItEnded = closing->End([this, graceEnd] {
       const auto now = LinkClock::now();
       return now < graceEnd && (wanted_ || now < graceEnd_.load());
     });
-    transport_.reset();
   }
-  receiving_.reset();
-  keepAlive_.reset();
   return howItEnded;
 }
 
@@ -256,9 +291,9 @@ void LinkEngine::TakeRead(std::size_t lengthBytes) {
   ReadMore();
 }
 
-void LinkEngine::WriterBroke(std::uint64_t session, WriteOutcome outcome) {
-  if (session != session_.load() || transport_ == nullptr || !wanted_) return;
-  if (outcome == WriteOutcome::kBroken) return Lose("the device closed the link", true);
+void LinkEngine::WriterBroke() {
+  if (brokenSession_ != session_ || transport_ == nullptr || !wanted_) return;
+  if (brokenOutcome_ == WriteOutcome::kBroken) return Lose("the device closed the link", true);
   Lose("the device took no data for " + SecondsText(timing_.writeLimit), false);
 }
 

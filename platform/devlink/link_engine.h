@@ -50,10 +50,18 @@ class LinkEngine : public std::enable_shared_from_this<LinkEngine>, private Sess
  private:
   enum class Phase { kIdle, kOpening, kGreeting, kSession, kPausing };
 
-  // Commands of other threads, on the link's thread.
+  // What the link's thread is asked to do. Asking takes no memory: a stop must come through when
+  // there is none.
+  enum Asked : unsigned { kEnd = 1, kBegin = 2, kHurry = 4, kBroken = 8 };
+  void Ask(Asked what) noexcept;
+  void DoWhatIsAsked();
+
+  // The same, on the link's thread.
   void Begin();
   void End();
   void Run();
+  void RunUntilAsked();
+  void OutOfMemory() noexcept;
   void EnsureThread();
 
   // Connecting.
@@ -74,7 +82,7 @@ class LinkEngine : public std::enable_shared_from_this<LinkEngine>, private Sess
   void GreetingOverdue();
   void AskKeepAlive(LinkClock::time_point due);
   bool HasLastChance();
-  void WriterBroke(std::uint64_t session, WriteOutcome outcome);
+  void WriterBroke();
 
   // SessionHost.
   void OnGreeted(const PeerInfo& peer) override;
@@ -101,7 +109,10 @@ class LinkEngine : public std::enable_shared_from_this<LinkEngine>, private Sess
   std::atomic<bool> wanted_{false};                // started and not stopped
   std::atomic<LinkClock::time_point> graceEnd_{};  // until when a stopped link's child may take
   std::atomic<std::uint64_t> session_{0};          // number of the endpoint that is open
-  std::mutex exchangeMutex_;                       // one line test at a time
+  std::atomic<unsigned> asked_{0};                 // bits of Asked
+  std::atomic<std::uint64_t> brokenSession_{0};    // with kBroken: whose write failed, and how
+  std::atomic<WriteOutcome> brokenOutcome_{WriteOutcome::kWritten};
+  std::mutex exchangeMutex_;  // one line test at a time
   std::mutex testMutex_;
   std::condition_variable testAnswered_;
   std::uint16_t testTag_ = 0;
