@@ -130,6 +130,7 @@ class CmdCtrl : public QObject, public SvcKivClass::ReplyHandlers {
   bool PreparePacket(SvcKivClass::DiagPacket& packet);
   void DisplayInputParams(SvcKivClass::DiagPacket& packet);
   void DispatchMyCommand(SvcKivClass::DiagPacket& packet);
+  void TakeReply(SvcKivClass::DiagPacket& packet);
   // Plain, direct or routed as the path says; 23 for a bad path, 3207 without a link client.
   std::uint32_t Post(const SvcKivClass::DiagPacket& packet);
   void AdvanceSequence() noexcept;

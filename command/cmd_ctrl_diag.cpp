@@ -39,6 +39,15 @@ void CmdCtrl::ResponseMyCommand() {
   if (prepared) {
     DispatchMyCommand(packet);
   } else {
+    TakeReply(packet);
+  }
+}
+
+// The text of a large command is moved, not copied.
+void CmdCtrl::TakeReply(DiagPacket& packet) {
+  if (response_.IsEmpty()) {
+    response_ = packet.TakeReply();
+  } else {
     response_ += packet.Reply();
   }
 }
@@ -61,7 +70,7 @@ void CmdCtrl::DisplayInputParams(DiagPacket& packet) {
 
 void CmdCtrl::DispatchMyCommand(DiagPacket& packet) {
   const std::uint32_t encoded = packet.Encode();
-  response_ += packet.Reply();
+  TakeReply(packet);
   if (encoded != result::kOk) return;
   AdvanceSequence();
   const std::uint32_t posted = Post(packet);

@@ -6,6 +6,7 @@
 #pragma once
 
 #include <cstdint>
+#include <utility>
 
 #include "command/packet/post_route.h"
 #include "link/render/render.h"
@@ -41,6 +42,8 @@ class DiagPacket {
   const std::uint8_t* Body() const noexcept { return body_; }
   std::uint32_t BodyLengthBytes() const noexcept { return bodyLengthBytes_; }
   const QCString& Reply() const noexcept { return reply_; }
+  // The same, which this object then has no more.
+  QCString TakeReply() noexcept { return std::exchange(reply_, {}); }
   CParamNode& Tree() noexcept { return tree_; }
 
  private:
