@@ -46,7 +46,7 @@ bool HasNoLinks(int error) {
 int CopyContent(const std::string& from, const std::string& to) {
   std::string content;
   const int error = ReadWholeFile(from, kMaxCopyBytes, content);
-  return error != 0 ? error : WriteFileSafely(to, content);
+  return error != 0 ? error : WriteFileSafely(to, content, NewFileRights::kOwnerOnly);
 }
 
 }  // namespace

@@ -23,7 +23,10 @@
 namespace os {
 // Replaces `mappedPath` by what symbolic links lead to, which need not exist; 0 or an error number.
 KIVPLATFORM_API int FollowLinks(std::string& mappedPath);
-KIVPLATFORM_API int WriteFileSafely(const std::string& mappedPath, std::string_view content);
+// Who may read a file that was not there before: whom the umask lets, or its owner alone.
+enum class NewFileRights { kUmask, kOwnerOnly };
+KIVPLATFORM_API int WriteFileSafely(const std::string& mappedPath, std::string_view content,
+                                    NewFileRights rights = NewFileRights::kUmask);
 // Reads a whole file of at most `limitBytes`; 0, or an error number (EFBIG beyond the limit,
 // EISDIR), and `content` is then empty.
 KIVPLATFORM_API int ReadWholeFile(const std::string& mappedPath, std::size_t limitBytes,

@@ -59,9 +59,9 @@ class Temporary {
     if (!path_.empty()) RetryWhenInterrupted([this] { return unlink(path_.c_str()); });
   }
 
-  int Create(const std::string& directory, const OldFile& old) {
-    // A fresh file gets what the umask leaves; a replacement is private until it has the old mode.
-    const mode_t mode = old.exists ? 0600 : 0666;
+  // A replacement is private until it has the old mode.
+  int Create(const std::string& directory, const OldFile& old, NewFileRights rights) {
+    const mode_t mode = old.exists || rights == NewFileRights::kOwnerOnly ? 0600 : 0666;
     for (int i = 0; i < kMaxNameTries; ++i) {
       const std::string path = directory + NextName();
       file_.Reset(RetryWhenInterrupted([&] {
@@ -145,12 +145,13 @@ void SyncParentOf(const std::string& path) {
   if (OpenDirectory(DirectoryPart(path), parent) == 0) SyncDirectory(parent);
 }
 
-int Replace(const std::string& path, const OldFile& old, std::string_view content) {
+int Replace(const std::string& path, const OldFile& old, std::string_view content,
+            NewFileRights rights) {
   const std::string directoryPath = DirectoryPart(path);
   Descriptor directory;
   Temporary temporary;
   int error = OpenDirectory(directoryPath, directory);
-  if (error == 0) error = temporary.Create(directoryPath, old);
+  if (error == 0) error = temporary.Create(directoryPath, old, rights);
   if (error == 0) error = temporary.WriteAll(content);
   if (error == 0) error = temporary.TakeAttributes(old);
   if (error == 0) error = temporary.SyncAndClose();
@@ -198,13 +199,13 @@ int FollowLinks(std::string& mappedPath) {
   return ELOOP;
 }
 
-int WriteFileSafely(const std::string& mappedPath, std::string_view content) {
+int WriteFileSafely(const std::string& mappedPath, std::string_view content, NewFileRights rights) {
   if (mappedPath.empty() || mappedPath.find('\0') != std::string::npos) return ENOENT;
   std::string path = mappedPath;
   if (const int error = FollowLinks(path)) return error;
   OldFile old;
   if (const int error = LookAtOld(path, old)) return error;
-  return Replace(path, old, content);
+  return Replace(path, old, content, rights);
 }
 
 int ReadWholeFile(const std::string& mappedPath, std::size_t limitBytes, std::string& content) {

@@ -99,7 +99,7 @@ StoredDocument SettingsFile::Recover(StoredDocument broken) {
                    : " and could not be set aside: " + os::ErrorText(error)) +
        (isCopy ? ". The last good copy is used." : ". The default settings are used."));
   if (!isCopy) instead = Starting();
-  if (error == 0) mustWrite_ = os::WriteFileSafely(path_, instead.bytes) != 0;
+  if (error == 0) mustWrite_ = os::WriteFileSafely(path_, instead.bytes, Rights()) != 0;
   return instead;
 }
 
@@ -190,7 +190,7 @@ int SettingsFile::Write(const std::string& content, const std::string& view) {
   if (content.size() > xml_document::kMaxBytes) return EFBIG;
   // What the next start would set aside is not written (a thousand attributes and one, say).
   if (well_formed::FindFault(content)) return EILSEQ;
-  if (const int error = os::WriteFileSafely(path_, content)) {
+  if (const int error = os::WriteFileSafely(path_, content, Rights())) {
     triedFile_ = content;
     triedView_ = view;
     mustWrite_ = true;

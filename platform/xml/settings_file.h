@@ -11,6 +11,7 @@
 #include <string>
 
 #include "platform/os/file_stamp.h"
+#include "platform/os/safe_file.h"
 #include "platform/xml/stored_document.h"
 #include "platform/xml/xml_config.h"
 
@@ -46,6 +47,11 @@ class SettingsFile {
   void NoteSaved(std::string file, std::string view);
   os::FileStamp CopyStamp() const;
 
+  // What a user typed is for them alone; a file made for others is what the umask lets it be.
+  os::NewFileRights Rights() const {
+    return options_.openAs == xml_config::OpenAs::kOwn ? os::NewFileRights::kOwnerOnly
+                                                       : os::NewFileRights::kUmask;
+  }
   std::string CopyPath() const { return path_ + ".bak"; }
   std::string LockPath() const { return path_ + ".lock"; }
   void Tell(const std::string& what) { notice_ = "*** The settings file " + path_ + " " + what; }

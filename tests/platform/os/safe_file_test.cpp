@@ -50,6 +50,12 @@ TEST(WriteFileSafely, GivesANewFileWhatTheUmaskLeaves) {
   EXPECT_EQ(0640u, ModeOf(dir.File("new")));
 }
 
+TEST(WriteFileSafely, GivesANewFileToItsOwnerAloneWhenAsked) {
+  const TempDir dir;
+  EXPECT_EQ(0, os::WriteFileSafely(dir.File("new"), "x", os::NewFileRights::kOwnerOnly));
+  EXPECT_EQ(0600u, ModeOf(dir.File("new")));
+}
+
 TEST(WriteFileSafely, ReplacesAFileAndKeepsItsMode) {
   const TempDir dir;
   dir.Write("file", "old and longer");

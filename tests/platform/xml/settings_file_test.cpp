@@ -83,12 +83,37 @@ TEST_F(SettingsFile, MakesItsDirectoryWhenItSaves) {
   EXPECT_EQ(Titled("starting"), dir_.Read("a/b/kiv.xml"));
 }
 
-TEST_F(SettingsFile, HasItsLockForItsOwnerAlone) {
+TEST_F(SettingsFile, IsWithItsLockAndCopyForItsOwnerAlone) {
   CXmlConfig config = Open();
   EXPECT_EQ(0u, config.Save(1));
+  EXPECT_EQ(0u, SaveTitle(config, L"new"));
+  for (const char* name : {"kiv.xml", "kiv.xml.lock", "kiv.xml.bak"}) {
+    struct stat status {};
+    ASSERT_EQ(0, stat(File(name).c_str(), &status)) << name;
+    EXPECT_EQ(0600u, status.st_mode & 07777) << name;
+  }
+}
+
+TEST_F(SettingsFile, KeepsTheRightsThatItsOwnerGaveIt) {
+  dir_.Write("kiv.xml", Titled("0"));
+  ASSERT_EQ(0, chmod(File("kiv.xml").c_str(), 0640));
+  CXmlConfig config = Open();
+  EXPECT_EQ(0u, SaveTitle(config, L"1"));
   struct stat status {};
-  ASSERT_EQ(0, stat(File("kiv.xml.lock").c_str(), &status));
-  EXPECT_EQ(0600u, status.st_mode & 07777);
+  ASSERT_EQ(0, stat(File("kiv.xml").c_str(), &status));
+  EXPECT_EQ(0640u, status.st_mode & 07777);
+}
+
+TEST_F(SettingsFile, MadeForOthersIsAsTheUmaskLetsIt) {
+  const mode_t old = umask(027);
+  xml_config::Options options = Options();
+  options.openAs = xml_config::OpenAs::kNew;
+  CXmlConfig config(QCString(dir_.WideFile("export.xml")), options);
+  EXPECT_EQ(0u, config.Save(1));
+  umask(old);
+  struct stat status {};
+  ASSERT_EQ(0, stat(File("export.xml").c_str(), &status));
+  EXPECT_EQ(0640u, status.st_mode & 07777);
 }
 
 TEST_F(SettingsFile, KeepsWhatItReplaces) {
