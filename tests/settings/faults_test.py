@@ -31,6 +31,11 @@ class Work:
 
 
 class FaultCase(settings_host.FolderCase):
+    # The break answers an address and never an error. A sanitizer ends itself when it gets no memory,
+    # and reads its own maps in pieces that differ from run to run, which moves the count of reads.
+    UNFAILING = {"brk"} | ({"mmap", "munmap", "mremap", "mprotect", "madvise", "read"}
+                           if settings_host.SANITIZED else set())
+
     def work(self, kind):
         folder = self.folder
         start = [f"folder {folder}", "open"]
@@ -122,10 +127,10 @@ class FaultCase(settings_host.FolderCase):
                                    for name in names])
         each = len(ERRORS) if sweep.count(10) >= 10 else 1
         for i, call in enumerate(calls):
-            # The break answers an address and never an error.
-            for k in range(0 if call[0] == "brk" else each):
+            for k in range(0 if call[0] in self.UNFAILING else each):
                 self.check_error(work, new, call, ERRORS[(i + k) % len(ERRORS)])
-            self.check_kill(work, new, call)
+            if call[0] != "read" or "read" not in self.UNFAILING:
+                self.check_kill(work, new, call)
 
 
 @needs_tracing

@@ -10,6 +10,9 @@ import unittest
 
 BUILD = pathlib.Path(os.environ["KIV_BUILD_DIR"])
 HOST = str(BUILD / "tests" / "bin" / "settings_host")
+SANITIZED = (BUILD / "CMakeCache.txt").exists() and bool(re.search(
+    r"^KIV_SANITIZE:[A-Z]+=.+$", (BUILD / "CMakeCache.txt").read_text(encoding="utf-8"),
+    re.MULTILINE))
 MARK = "settings-host-mark"
 DEADLINE_S = 250
 # A folder in memory where the system has one: what is synced there costs nothing.

@@ -13,7 +13,7 @@
 //   appends NAME N      N times: history entry NAME and a number, title NAME, save; failures
 //   kills N SEED A B    N children save titles A and B in turn and are killed: how many files were
 //                       neither the one nor the other
-//   keep FILE COPY      copies a file as it is: 0; 1 when it is not there
+//   keep FILE COPY      keeps a file as it is under another name: 0; 1 when it is not there
 //   mark                a system call to find in a trace: 0
 //   notices             how many the user was told since the last time
 //   close               ends the settings object: 0
@@ -117,9 +117,8 @@ class Host {
     } else if (verb == "keep") {
       std::string copy;
       words >> copy;
-      const std::ifstream from(text, std::ios::binary);
-      std::ofstream(copy, std::ios::binary) << from.rdbuf();
-      code = from.good() ? 0 : 1;
+      // A second name: a file that is replaced as one stays under it as it was.
+      code = link(text.c_str(), copy.c_str()) == 0 ? 0 : 1;
     } else if (verb == "history") {
       SvcKivSpace::KivCommandRecord record;
       record.name = Wide(text);
