@@ -6,8 +6,8 @@
 enum { kProtocolVersion = 1, kVariantF9 = 249, kCountsBytes = 20 };
 enum { kConsoleText = 0, kLineTest = 1 };
 
-// Ports that hosts know by fixed ids. This agent has none of them, and says so rather than call
-// their ids unknown, so that a user learns what to turn on.
+// Ports that hosts know by fixed ids. One that is not turned on says so rather than call its id
+// unknown, so that a user learns what to turn on.
 static bool is_port(uint32_t id, uint16_t variant) {
   const bool renumbered = variant == kVariantF9;
   const uint32_t at = renumbered ? 0x705u : 0x500Du;
@@ -84,9 +84,17 @@ static void answer_probe(kiv_agent* agent, const kiv_message* message) {
   send(agent, &head, body, writer.used_bytes);
 }
 
-static uint32_t run_command(const kiv_agent* agent, uint32_t id, const uint8_t* request,
+static uint32_t take_port(const kiv_agent* agent, const kiv_head* head, const uint8_t* body,
+                          uint32_t body_bytes) {
+  const kiv_agent_setup* setup = agent->setup;
+  if (setup->take_port == NULL) return KIV_RESULT_NOT_ENABLED;
+  return setup->take_port(setup->port_context, head, body, body_bytes);
+}
+
+static uint32_t run_command(const kiv_agent* agent, const kiv_head* head, const uint8_t* request,
                             uint32_t request_bytes, kiv_writer* reply) {
   const kiv_agent_setup* setup = agent->setup;
+  const uint32_t id = head->id;
   for (uint32_t i = 0; i < setup->command_count; ++i) {
     const kiv_command* command = &setup->commands[i];
     if (command->id != id) continue;
@@ -95,7 +103,8 @@ static uint32_t run_command(const kiv_agent* agent, uint32_t id, const uint8_t* 
     const uint32_t result = command->run(setup->command_context, request, request_bytes, reply);
     return reply->failed ? (uint32_t)KIV_RESULT_DEVICE_FAILED : result;
   }
-  return is_port(id, setup->self.variant) ? KIV_RESULT_NOT_ENABLED : KIV_RESULT_UNKNOWN_COMMAND;
+  if (!is_port(id, setup->self.variant)) return KIV_RESULT_UNKNOWN_COMMAND;
+  return take_port(agent, head, request, request_bytes);
 }
 
 static void answer_routed(kiv_agent* agent, const kiv_message* message) {
@@ -119,7 +128,9 @@ static void answer_routed(kiv_agent* agent, const kiv_message* message) {
   kiv_write_bytes(&whole, NULL, 6);
   kiv_writer reply = kiv_writer_of(agent->setup->reply_buffer + KIV_ROUTED_HEAD_BYTES,
                                    agent->setup->reply_bytes - KIV_ROUTED_HEAD_BYTES);
-  const uint32_t result = run_command(agent, id, inner.bytes, inner.left_bytes, &reply);
+  kiv_head inner_head = message->head;
+  inner_head.id = id;
+  const uint32_t result = run_command(agent, &inner_head, inner.bytes, inner.left_bytes, &reply);
   const uint32_t reply_bytes = result == KIV_RESULT_OK ? reply.used_bytes : 0;
   confirm(agent, &message->head, result, agent->setup->reply_buffer,
           KIV_ROUTED_HEAD_BYTES + reply_bytes);
@@ -135,7 +146,7 @@ static void answer_request(kiv_agent* agent, const kiv_message* message) {
   } else {
     kiv_writer reply = kiv_writer_of(agent->setup->reply_buffer, agent->setup->reply_bytes);
     const uint32_t result =
-        run_command(agent, message->head.id, message->body, message->body_bytes, &reply);
+        run_command(agent, &message->head, message->body, message->body_bytes, &reply);
     confirm(agent, &message->head, result, agent->setup->reply_buffer,
             result == KIV_RESULT_OK ? reply.used_bytes : 0);
   }
@@ -149,9 +160,20 @@ static void answer_text(kiv_agent* agent, const kiv_message* message) {
   if (head.id == kLineTest) {
     head.tag = message->head.tag;
     send(agent, &head, message->body, message->body_bytes);
-  } else if (head.id == kConsoleText) {
+  } else if (head.id == kConsoleText && take_port(agent, &message->head, message->body,
+                                                  message->body_bytes) == KIV_RESULT_NOT_ENABLED) {
     send(agent, &head, (const uint8_t*)kNoShell, sizeof kNoShell - 1);
   }
+}
+
+static void answer_frame(kiv_agent* agent, const kiv_message* message) {
+  uint32_t result = KIV_RESULT_TOO_LONG;
+  if (message->stored && !agent->owner.has_room(agent->owner.context)) {
+    result = KIV_RESULT_BUSY;
+  } else if (message->stored) {
+    result = take_port(agent, &message->head, message->body, message->body_bytes);
+  }
+  if (result != KIV_RESULT_OK) confirm(agent, &message->head, result, NULL, 0);
 }
 
 static void take_message(void* context, const kiv_message* message) {
@@ -167,7 +189,7 @@ static void take_message(void* context, const kiv_message* message) {
       answer_text(agent, message);
       break;
     case KIV_SDT:
-      confirm(agent, &message->head, KIV_RESULT_NOT_ENABLED, NULL, 0);
+      answer_frame(agent, message);
       break;
     case KIV_KEEP_ALIVE:
       answer_probe(agent, message);

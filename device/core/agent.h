@@ -1,5 +1,5 @@
 // The conversation of one agent with one host: greeting, probes, requests through a table of
-// commands (also behind a routing head), line tests, and a refusal for ports that are not there.
+// commands (also behind a routing head), line tests, and what is for a port.
 //
 // Threads: none of its own; one thread feeds it and hears its call-backs.
 // Owns or borrows: borrows its set-up, its buffers and everything those name, for its whole life.
@@ -33,6 +33,12 @@ typedef struct kiv_command {
   kiv_command_fn run;
 } kiv_command;
 
+// Takes what is for a port (AT, shell, HCI, test cases): a request, an SDT frame or a raw text for
+// the console. A request is confirmed with the result and no body; the others are not confirmed
+// unless the result is not 0.
+typedef uint32_t (*kiv_take_port_fn)(void* context, const kiv_head* head, const uint8_t* body,
+                                     uint32_t body_bytes);
+
 // What an agent says of itself and answers with. Tables and texts must outlive it.
 typedef struct kiv_agent_setup {
   kiv_hello self;  // its token is the one asked of the host; none when empty
@@ -41,6 +47,8 @@ typedef struct kiv_agent_setup {
   void* command_context;
   uint8_t* reply_buffer;  // room for the largest confirmation body and a routing head
   uint32_t reply_bytes;
+  kiv_take_port_fn take_port;  // null: no port is turned on
+  void* port_context;
 } kiv_agent_setup;
 
 // What an agent needs of the program around it.

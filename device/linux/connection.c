@@ -169,3 +169,13 @@ void kiv_connection_indicate(kiv_connection* connection, uint32_t id, const void
   // Without memory it is one of the dropped ones, which the next indication tells.
   (void)kiv_queue_push(&connection->queue, &head, body, body_bytes);
 }
+
+void kiv_connection_answer(kiv_connection* connection, uint32_t id, const uint8_t* body,
+                           uint32_t body_bytes) {
+  kiv_head head = kiv_head_of(KIV_IND);
+  head.id = id;
+  if (connection->over) return;
+  if (!kiv_queue_push_answer(&connection->queue, &head, body, body_bytes)) {
+    end(connection, "out of memory for an answer, the connection is closed");
+  }
+}

@@ -13,6 +13,7 @@ struct kiv_queued {
   kiv_queued* next;
   uint64_t stamp;  // order of arising, over all lists
   kiv_head head;
+  bool kept;
   uint8_t body[];
 };
 
@@ -44,8 +45,8 @@ static uint64_t cost_of(const kiv_queued* item) {
   return sizeof *item + (uint64_t)item->head.body_bytes;
 }
 
-static bool is_kept(const kiv_queued* item) {
-  return item->head.kind == KIV_CNF || item->head.kind == KIV_RAW || item->head.kind == KIV_SDT;
+static bool is_kept_kind(uint8_t kind) {
+  return kind == KIV_CNF || kind == KIV_RAW || kind == KIV_SDT;
 }
 
 bool kiv_queue_init(kiv_queue* queue) {
@@ -97,27 +98,51 @@ bool kiv_queue_is_empty(const kiv_queue* queue) {
          queue->indications.first == NULL;
 }
 
+bool kiv_queue_has_room_for_answers(const kiv_queue* queue) {
+  return queue->kept_bytes <= KIV_MAX_ANSWER_BYTES;
+}
+
+static kiv_queued* new_item(kiv_queue* queue, const kiv_head* head, const uint8_t* body,
+                            uint32_t body_bytes) {
+  kiv_queued* item = malloc(sizeof *item + body_bytes);
+  if (item == NULL) return NULL;
+  item->stamp = queue->next_stamp++;
+  item->head = *head;
+  item->head.body_bytes = body_bytes;
+  item->kept = is_kept_kind(head->kind);
+  if (body_bytes > 0) memcpy(item->body, body, body_bytes);
+  return item;
+}
+
+static void keep(kiv_queue* queue, kiv_queued* item) {
+  if (!kiv_queue_has_room(queue)) ++queue->kept_beyond;
+  item->kept = true;
+  queue->kept_bytes += cost_of(item);
+  append(&queue->kept, item);
+}
+
+bool kiv_queue_push_answer(kiv_queue* queue, const kiv_head* head, const uint8_t* body,
+                           uint32_t body_bytes) {
+  kiv_queued* item = new_item(queue, head, body, body_bytes);
+  if (item != NULL) keep(queue, item);
+  return item != NULL;
+}
+
 bool kiv_queue_push(kiv_queue* queue, const kiv_head* head, const uint8_t* body,
                     uint32_t body_bytes) {
-  kiv_queued* item = malloc(sizeof *item + body_bytes);
+  kiv_queued* item = new_item(queue, head, body, body_bytes);
   if (item == NULL) {
     if (head->kind == KIV_IND) ++queue->dropped_indications;
     return false;
   }
-  item->stamp = queue->next_stamp++;
-  item->head = *head;
-  item->head.body_bytes = body_bytes;
-  if (body_bytes > 0) memcpy(item->body, body, body_bytes);
   if (head->kind == KIV_IND) {
     append(&queue->indications, item);
     if (queue->indications.count > KIV_MAX_INDICATIONS) {
       free(take_first(&queue->indications));
       ++queue->dropped_indications;
     }
-  } else if (is_kept(item)) {
-    if (!kiv_queue_has_room(queue)) ++queue->kept_beyond;
-    queue->kept_bytes += cost_of(item);
-    append(&queue->kept, item);
+  } else if (item->kept) {
+    keep(queue, item);
   } else {
     append(&queue->urgent, item);
     if (queue->urgent.count > KIV_MAX_PROBE_ANSWERS) free(take_first(&queue->urgent));
@@ -131,14 +156,13 @@ static kiv_queued* take_oldest(kiv_queue* queue) {
   const kiv_queued* indication = queue->indications.first;
   const bool indication_next =
       indication != NULL && (kept == NULL || indication->stamp < kept->stamp);
-  if (!indication_next) return take_first(&queue->kept);
-  kiv_queued* item = take_first(&queue->indications);
-  item->head.word32 = queue->dropped_indications;
+  kiv_queued* item = take_first(indication_next ? &queue->indications : &queue->kept);
+  if (item != NULL && item->head.kind == KIV_IND) item->head.word32 = queue->dropped_indications;
   return item;
 }
 
 static void forget(kiv_queue* queue, kiv_queued* item) {
-  if (is_kept(item)) {
+  if (item->kept) {
     queue->kept_bytes -= cost_of(item);
     if (kiv_queue_has_room(queue)) queue->kept_beyond = 0;
   }

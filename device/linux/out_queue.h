@@ -1,9 +1,10 @@
 // What waits to be written to one host: probe answers first, then confirmations and indications in
 // the order in which they arose, cut into frames as the host takes them.
 //
-// Confirmations and texts are kept whatever happens. Of the indications only the newest
-// KIV_MAX_INDICATIONS wait; older ones are dropped and counted. So a host that does not read costs
-// bounded memory as long as it does not go on asking, and `kiv_queue_is_overfull` says when it did.
+// Confirmations, texts and the answers of ports are kept whatever happens. Of the indications only
+// the newest KIV_MAX_INDICATIONS wait; older ones are dropped and counted. So a host that does not
+// read costs bounded memory as long as it does not go on asking, and `kiv_queue_is_overfull` says
+// when it did.
 //
 // Threads: none of its own; an object belongs to one thread.
 // Owns or borrows: owns copies of everything queued.
@@ -24,6 +25,7 @@ extern "C" {
 #define KIV_MAX_INDICATIONS 256u
 #define KIV_MAX_PROBE_ANSWERS 64u
 #define KIV_MAX_KEPT_BYTES (128u * 1024u * 1024u)
+#define KIV_MAX_ANSWER_BYTES (1024u * 1024u)
 #define KIV_MAX_KEPT_BEYOND 100000u
 
 typedef struct kiv_queued kiv_queued;
@@ -62,6 +64,12 @@ void kiv_queue_slow_down(kiv_queue* queue, uint32_t baud);
 void kiv_queue_clear(kiv_queue* queue);
 bool kiv_queue_push(kiv_queue* queue, const kiv_head* head, const uint8_t* body,
                     uint32_t body_bytes);
+// The same for an indication that must not be dropped: the answer of a port.
+bool kiv_queue_push_answer(kiv_queue* queue, const kiv_head* head, const uint8_t* body,
+                           uint32_t body_bytes);
+// Whether a port may be read for more answers. Far below what may be kept, so that a port that
+// talks without end costs little memory.
+bool kiv_queue_has_room_for_answers(const kiv_queue* queue);
 // Whether more may be kept for the host: at most KIV_MAX_KEPT_BYTES wait.
 bool kiv_queue_has_room(const kiv_queue* queue);
 // The host asked on and on without reading: no promise can be kept to it any more.

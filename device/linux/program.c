@@ -10,13 +10,18 @@
 #include <unistd.h>
 
 #include "device/linux/board.h"
+#include "device/linux/channel_set.h"
 #include "device/linux/connection.h"
 #include "device/linux/notice.h"
 #include "device/linux/transport.h"
 
 // One host in session, and a few that have not greeted yet.
 enum { kMaxConnections = 4 };
-enum { kPollFixed = 2, kPollMax = kPollFixed + KIV_TRANSPORT_POLL_ENTRIES + 2 * kMaxConnections };
+enum {
+  kPollFixed = 2,
+  kPollMax =
+      kPollFixed + KIV_TRANSPORT_POLL_ENTRIES + KIV_CHANNEL_SET_POLL_ENTRIES + 2 * kMaxConnections
+};
 
 typedef struct kiv_program {
   const kiv_options* options;
@@ -26,10 +31,16 @@ typedef struct kiv_program {
   kiv_connection* connections[kMaxConnections];  // oldest first, null behind the last
   kiv_connection* session;                       // the one that indications go to
   kiv_transport transport;
+  kiv_channel_set channels;
   int timer;
   int signals;
   bool stop;
 } kiv_program;
+
+static void end_session(kiv_program* program) {
+  kiv_board_end_session(&program->board);
+  kiv_channel_set_end_session(&program->channels);
+}
 
 // A host greeted: the session before, on whatever connection, is over.
 static void on_session(void* context, kiv_connection* connection, bool accepted) {
@@ -45,7 +56,7 @@ static void on_session(void* context, kiv_connection* connection, bool accepted)
   } else {
     return;  // a refused stranger changes nothing
   }
-  kiv_board_end_session(&program->board);
+  end_session(program);
 }
 
 static bool on_confirmation(void* context, kiv_head* head, const uint8_t* body,
@@ -57,6 +68,23 @@ static bool on_confirmation(void* context, kiv_head* head, const uint8_t* body,
   return kiv_faults_pass(&program->board.faults, head, body, body_bytes, kiv_board_now_ms() + 1);
 }
 
+static void answer(void* context, uint32_t id, const uint8_t* text, uint32_t text_bytes) {
+  const kiv_program* program = context;
+  if (program->session != NULL) kiv_connection_answer(program->session, id, text, text_bytes);
+}
+
+static bool has_room(void* context) {
+  const kiv_program* program = context;
+  return program->session == NULL || kiv_queue_has_room_for_answers(&program->session->queue);
+}
+
+static void set_up_channels(kiv_program* program) {
+  const kiv_channel_out out = {program, answer, has_room};
+  kiv_channel_set* channels = &program->channels;
+  channels->variant = program->options->variant;
+  (void)out;
+}
+
 static void set_up_agent(kiv_program* program) {
   const kiv_options* options = program->options;
   kiv_agent_setup* setup = &program->setup;
@@ -64,7 +92,8 @@ static void set_up_agent(kiv_program* program) {
   setup->self.variant = options->variant;
   setup->self.product = options->product;
   setup->self.abilities = KIV_ABILITY_COMMANDS | KIV_ABILITY_INDICATIONS | KIV_ABILITY_ROUTED |
-                          KIV_ABILITY_LINE_TEST | KIV_ABILITY_FAULTS;
+                          KIV_ABILITY_LINE_TEST | KIV_ABILITY_FAULTS |
+                          kiv_channel_set_abilities(&program->channels);
   setup->self.fingerprint = kiv_board_fingerprint(&setup->self.fingerprint_bytes);
   setup->self.name = (const uint8_t*)options->name;
   setup->self.name_bytes = (uint8_t)strlen(options->name);
@@ -72,13 +101,15 @@ static void set_up_agent(kiv_program* program) {
   setup->command_context = &program->board;
   setup->reply_buffer = program->reply_buffer;
   setup->reply_bytes = sizeof program->reply_buffer;
+  setup->take_port = kiv_channel_set_take;
+  setup->port_context = &program->channels;
 }
 
 static void remove_connection(kiv_program* program, int index) {
   kiv_connection* connection = program->connections[index];
   if (program->session == connection) {
     program->session = NULL;
-    kiv_board_end_session(&program->board);
+    end_session(program);
   }
   kiv_connection_close(connection);
   for (; index + 1 < kMaxConnections; ++index) {
@@ -150,12 +181,17 @@ static void send_of_fault(kiv_program* program) {
   }
 }
 
+// Of two times the earlier one; -1 is none.
+static int64_t earlier(int64_t one_ms, int64_t other_ms) {
+  if (one_ms < 0 || other_ms < 0) return one_ms < 0 ? other_ms : one_ms;
+  return one_ms < other_ms ? one_ms : other_ms;
+}
+
 // Sets the timer to what is due next, or off.
 static void set_timer(const kiv_program* program) {
-  const int64_t board_ms = kiv_board_next_due_ms(&program->board);
-  const int64_t transport_ms = kiv_transport_next_due_ms(&program->transport);
-  const bool by_transport = board_ms < 0 || (transport_ms >= 0 && transport_ms < board_ms);
-  const int64_t due_ms = by_transport ? transport_ms : board_ms;
+  const int64_t due_ms = earlier(kiv_board_next_due_ms(&program->board),
+                                 earlier(kiv_transport_next_due_ms(&program->transport),
+                                         kiv_channel_set_next_due_ms(&program->channels)));
   struct itimerspec when;
   memset(&when, 0, sizeof when);
   if (due_ms >= 0) {
@@ -204,7 +240,8 @@ static void turn(kiv_program* program) {
   struct pollfd entries[kPollMax];
   entries[0] = watch(program->signals, POLLIN);
   entries[1] = watch(program->timer, POLLIN);
-  const int first = kPollFixed + kiv_transport_watch(&program->transport, entries + kPollFixed);
+  const int ports = kPollFixed + kiv_transport_watch(&program->transport, entries + kPollFixed);
+  const int first = ports + kiv_channel_set_watch(&program->channels, entries + ports);
   int count = first;
   kiv_connection* served[kMaxConnections];
   int served_count = 0;
@@ -226,6 +263,7 @@ static void turn(kiv_program* program) {
   for (int i = 0; i < served_count; ++i) {
     serve_connection(served[i], entries[first + 2 * i].revents, entries[first + 2 * i + 1].revents);
   }
+  kiv_channel_set_serve(&program->channels, entries + ports, kiv_board_now_ms());
   kiv_transport_serve(&program->transport, entries + kPollFixed, kiv_board_now_ms());
   remove_finished(program);
   send_of_fault(program);
@@ -250,6 +288,7 @@ static bool open_descriptors(kiv_program* program) {
 
 static void close_all(kiv_program* program) {
   while (program->connections[0] != NULL) remove_connection(program, 0);
+  kiv_channel_set_close(&program->channels);
   kiv_transport_close(&program->transport);
   kiv_board_destroy(&program->board);
   if (program->signals >= 0) close(program->signals);
@@ -260,6 +299,7 @@ int kiv_program_run(const kiv_options* options) {
   kiv_program program;
   memset(&program, 0, sizeof program);
   program.options = options;
+  set_up_channels(&program);
   set_up_agent(&program);
   const bool open = open_descriptors(&program) &&
                     kiv_transport_open(&program.transport, options, take_new_host, &program) &&

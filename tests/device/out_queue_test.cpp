@@ -136,6 +136,24 @@ TEST_F(OutQueue, DropsTheOldestIndicationsAndTellsHowMany) {
   EXPECT_EQ(host_.messages[1].head.word32, 44u);
 }
 
+TEST_F(OutQueue, NeverDropsTheAnswersOfPorts) {
+  kiv_head head = HeadOf(KIV_IND, 1, 0, 0);
+  const Bytes text(1000, 'x');
+  uint32_t count = 0;
+  while (kiv_queue_has_room_for_answers(&queue_)) {
+    ASSERT_TRUE(kiv_queue_push_answer(&queue_, &head, text.data(), 1000));
+    ++count;
+  }
+  EXPECT_GT(count, 2 * KIV_MAX_INDICATIONS);
+  for (uint32_t i = 0; i < KIV_MAX_INDICATIONS + 3; ++i) Push(KIV_IND, 2);
+  WriteAll();
+  EXPECT_TRUE(kiv_queue_has_room_for_answers(&queue_));
+  EXPECT_EQ(Received().size(), count + KIV_MAX_INDICATIONS);
+  EXPECT_EQ(host_.messages.front().head.id, 1u);
+  EXPECT_EQ(host_.messages.front().body, text);
+  EXPECT_EQ(host_.messages.front().head.word32, 3u);
+}
+
 TEST_F(OutQueue, KeepsTheNewestProbeAnswersOnly) {
   for (uint32_t id = 1; id <= 100; ++id) Push(KIV_KEEP_ALIVE, id);
   WriteAll();
