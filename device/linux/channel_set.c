@@ -41,6 +41,10 @@ static kiv_port port_of(const kiv_channel_set* set, const kiv_head* head) {
   return (kiv_port)port;
 }
 
+uint32_t kiv_channel_set_answer_id(const kiv_channel_set* set, kiv_port port) {
+  return is_f9(set) ? kRows[port].f9_answer_id : kRows[port].answer_id;
+}
+
 void kiv_channel_set_add(kiv_channel_set* set, kiv_port port, kiv_channel* channel,
                          const kiv_channel_out* out) {
   set->channels[port] = channel;
@@ -79,7 +83,7 @@ uint32_t kiv_channel_set_take(void* context, const kiv_head* head, const uint8_t
     if (body_bytes > KIV_CHANNEL_MAX_TEXT_BYTES) return KIV_RESULT_BODY_LONG;
   }
   kiv_channel* channel = set->channels[port];
-  const uint32_t answer_id = is_f9(set) ? row->f9_answer_id : row->answer_id;
+  const uint32_t answer_id = kiv_channel_set_answer_id(set, port);
   const uint32_t delay_ms = head->kind == KIV_REQUEST ? head->word32 : 0;
   return channel->calls->take(channel, answer_id, body, body_bytes, delay_ms);
 }

@@ -35,6 +35,8 @@ typedef struct kiv_channel_set {
 // Adds a channel whose calls are set; null adds none.
 void kiv_channel_set_add(kiv_channel_set* set, kiv_port port, kiv_channel* channel,
                          const kiv_channel_out* out);
+// The id under which a port answers.
+uint32_t kiv_channel_set_answer_id(const kiv_channel_set* set, kiv_port port);
 // What the greeting says of them.
 uint32_t kiv_channel_set_abilities(const kiv_channel_set* set);
 // A request, SDT frame or raw text for a port; the result is what a request is confirmed with. A

@@ -16,6 +16,12 @@ static int run(const kiv_options* options) {
                   options->transport == KIV_TRANSPORT_SERIAL ? "serial port" : "socket");
     return kStatusFailed;
   }
+  if (root && (options->at_place != NULL)) {
+    (void)fprintf(stderr,
+                  "kivagent: as root no port of a modem or controller is opened without "
+                  "--allow-root\n");
+    return kStatusFailed;
+  }
   if (root) {
     (void)fprintf(stderr, "kivagent: warning: running as root\n");
   }

@@ -8,6 +8,8 @@
 #include <string.h>
 #include <unistd.h>
 
+#include "device/linux/byte_port.h"
+
 static const uint16_t kDefaultVariant = 248;
 
 static const char kHelp[] =
@@ -23,6 +25,8 @@ static const char kHelp[] =
     "                  characters without '~', mode 0600\n"
     "  --serial DEV    talk over a serial port, 115200 baud or DEV?baud=N; waits for it and\n"
     "                  opens it again when it was unplugged\n"
+    "  --at PORT       carry AT lines to a modem: a serial port, also as PORT?baud=N, or\n"
+    "                  unix:PATH; without it a built-in responder answers them\n"
     "  --data DIR      keep what outlives the agent in DIR (default: $KIV_DATA_DIR/kivagent,\n"
     "                  else $XDG_DATA_HOME/kivagent, else ~/.local/share/kivagent)\n"
     "  --name NAME     name that hosts show (default: this machine's name)\n"
@@ -38,6 +42,7 @@ enum {
   kTcp,
   kTokenFile,
   kSerial,
+  kAt,
   kData,
   kName,
   kVariant,
@@ -52,6 +57,7 @@ static const struct option kLong[] = {{"stdio", no_argument, NULL, kStdio},
                                       {"tcp", required_argument, NULL, kTcp},
                                       {"token-file", required_argument, NULL, kTokenFile},
                                       {"serial", required_argument, NULL, kSerial},
+                                      {"at", required_argument, NULL, kAt},
                                       {"data", required_argument, NULL, kData},
                                       {"name", required_argument, NULL, kName},
                                       {"variant", required_argument, NULL, kVariant},
@@ -133,6 +139,13 @@ static kiv_wish take_text(kiv_options* options, const char** text, const char* o
   return optarg[0] == '\0' ? wrong(options, "nothing for", option) : KIV_WISH_RUN;
 }
 
+// A port of the device, as byte_port.h has it.
+static kiv_wish take_port(kiv_options* options, const char** place, const char* what) {
+  kiv_byte_port port;
+  *place = optarg;
+  return kiv_byte_port_read_place(&port, optarg) ? KIV_WISH_RUN : wrong(options, what, optarg);
+}
+
 static kiv_wish take(kiv_options* options, int option, bool* chosen) {
   kiv_wish wish = KIV_WISH_RUN;
   switch (option) {
@@ -152,6 +165,8 @@ static kiv_wish take(kiv_options* options, int option, bool* chosen) {
       wish = choose(options, KIV_TRANSPORT_SERIAL, chosen);
       if (wish != KIV_WISH_RUN || kiv_serial_read(&options->serial, optarg)) return wish;
       return wrong(options, "no serial port", optarg);
+    case kAt:
+      return take_port(options, &options->at_place, "no AT port");
     case kData:
       options->data_folder = optarg;
       return KIV_WISH_RUN;

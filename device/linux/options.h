@@ -30,6 +30,7 @@ typedef struct kiv_options {
   const char* tcp_place;   // of KIV_TRANSPORT_TCP: PORT or HOST:PORT
   const char* token_file;  // likewise
   kiv_serial_port serial;  // of KIV_TRANSPORT_SERIAL
+  const char* at_place;    // null: the built-in responder
   const char* data_folder;
   char name[65];
   uint16_t variant;

@@ -9,6 +9,7 @@
 #include <sys/timerfd.h>
 #include <unistd.h>
 
+#include "device/linux/at_channel.h"
 #include "device/linux/board.h"
 #include "device/linux/channel_set.h"
 #include "device/linux/connection.h"
@@ -82,7 +83,10 @@ static void set_up_channels(kiv_program* program) {
   const kiv_channel_out out = {program, answer, has_room};
   kiv_channel_set* channels = &program->channels;
   channels->variant = program->options->variant;
-  (void)out;
+  kiv_channel_set_add(channels, KIV_PORT_AT,
+                      kiv_at_channel_new(program->options->at_place,
+                                         kiv_channel_set_answer_id(channels, KIV_PORT_AT)),
+                      &out);
 }
 
 static void set_up_agent(kiv_program* program) {

@@ -58,7 +58,7 @@ static int try_open(const kiv_serial_port* port, int* file) {
   return error;
 }
 
-static void wait_longer(kiv_serial_port* port, int64_t now_ms) {
+void kiv_serial_wait_longer(kiv_serial_port* port, int64_t now_ms) {
   port->due_ms = now_ms + port->pause_ms;
   port->pause_ms *= 2;
   if (port->pause_ms > KIV_SERIAL_LONGEST_PAUSE_MS) port->pause_ms = KIV_SERIAL_LONGEST_PAUSE_MS;
@@ -80,14 +80,14 @@ int kiv_serial_open(kiv_serial_port* port, int64_t now_ms) {
                port->path);
   }
   port->told = true;
-  wait_longer(port, now_ms);
+  kiv_serial_wait_longer(port, now_ms);
   return -1;
 }
 
 void kiv_serial_lost(kiv_serial_port* port, int64_t now_ms) {
   kiv_notice(KIV_NOTICE_WARNING, "serial port %s is gone, trying again and again", port->path);
   port->told = true;
-  wait_longer(port, now_ms);
+  kiv_serial_wait_longer(port, now_ms);
 }
 
 void kiv_serial_is_good(kiv_serial_port* port) { port->pause_ms = KIV_SERIAL_FIRST_PAUSE_MS; }

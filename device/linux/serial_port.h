@@ -34,6 +34,8 @@ bool kiv_serial_read(kiv_serial_port* port, const char* text);
 int kiv_serial_open(kiv_serial_port* port, int64_t now_ms);
 // The descriptor was closed, since the port is gone.
 void kiv_serial_lost(kiv_serial_port* port, int64_t now_ms);
+// Sets the next try, and doubles the pause behind it.
+void kiv_serial_wait_longer(kiv_serial_port* port, int64_t now_ms);
 // A host talked: the next loss begins with the shortest pause again.
 void kiv_serial_is_good(kiv_serial_port* port);
 
