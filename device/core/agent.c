@@ -154,15 +154,20 @@ static void answer_request(kiv_agent* agent, const kiv_message* message) {
 
 static void answer_text(kiv_agent* agent, const kiv_message* message) {
   static const char kNoShell[] = "kivagent: the shell is not turned on\r\n";
+  static const char kNotTaken[] = "kivagent: the line was not taken\r\n";
   if (!message->stored || !agent->owner.has_room(agent->owner.context)) return;
   kiv_head head = kiv_head_of(KIV_RAW);
   head.id = message->head.id;
   if (head.id == kLineTest) {
     head.tag = message->head.tag;
     send(agent, &head, message->body, message->body_bytes);
-  } else if (head.id == kConsoleText && take_port(agent, &message->head, message->body,
-                                                  message->body_bytes) == KIV_RESULT_NOT_ENABLED) {
-    send(agent, &head, (const uint8_t*)kNoShell, sizeof kNoShell - 1);
+  } else if (head.id == kConsoleText) {
+    const uint32_t result = take_port(agent, &message->head, message->body, message->body_bytes);
+    if (result == KIV_RESULT_NOT_ENABLED) {
+      send(agent, &head, (const uint8_t*)kNoShell, sizeof kNoShell - 1);
+    } else if (result != KIV_RESULT_OK) {
+      send(agent, &head, (const uint8_t*)kNotTaken, sizeof kNotTaken - 1);
+    }
   }
 }
 

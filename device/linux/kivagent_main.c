@@ -22,6 +22,10 @@ static int run(const kiv_options* options) {
                   "--allow-root\n");
     return kStatusFailed;
   }
+  if (root && options->shell.mode == KIV_SHELL_FULL) {
+    (void)fprintf(stderr, "kivagent: as root no --shell full without --allow-root\n");
+    return kStatusFailed;
+  }
   if (root) {
     (void)fprintf(stderr, "kivagent: warning: running as root\n");
   }

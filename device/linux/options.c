@@ -27,6 +27,12 @@ static const char kHelp[] =
     "                  opens it again when it was unplugged\n"
     "  --at PORT       carry AT lines to a modem: a serial port, also as PORT?baud=N, or\n"
     "                  unix:PATH; without it a built-in responder answers them\n"
+    "  --shell WHAT    what hosts may run: off (default), full, or list:FILE with a command or\n"
+    "                  a whole line on each line, run without a shell\n"
+    "  --shell-program FILE\n"
+    "                  the shell of --shell full, run as 'sh -c LINE' (default: /bin/sh)\n"
+    "  --shell-limits SECONDS,BYTES,PROCESSES\n"
+    "                  of each line: time, output, processes (default: 60,4194304,64)\n"
     "  --data DIR      keep what outlives the agent in DIR (default: $KIV_DATA_DIR/kivagent,\n"
     "                  else $XDG_DATA_HOME/kivagent, else ~/.local/share/kivagent)\n"
     "  --name NAME     name that hosts show (default: this machine's name)\n"
@@ -43,6 +49,9 @@ enum {
   kTokenFile,
   kSerial,
   kAt,
+  kShell,
+  kShellProgram,
+  kShellLimits,
   kData,
   kName,
   kVariant,
@@ -58,6 +67,9 @@ static const struct option kLong[] = {{"stdio", no_argument, NULL, kStdio},
                                       {"token-file", required_argument, NULL, kTokenFile},
                                       {"serial", required_argument, NULL, kSerial},
                                       {"at", required_argument, NULL, kAt},
+                                      {"shell", required_argument, NULL, kShell},
+                                      {"shell-program", required_argument, NULL, kShellProgram},
+                                      {"shell-limits", required_argument, NULL, kShellLimits},
                                       {"data", required_argument, NULL, kData},
                                       {"name", required_argument, NULL, kName},
                                       {"variant", required_argument, NULL, kVariant},
@@ -167,6 +179,15 @@ static kiv_wish take(kiv_options* options, int option, bool* chosen) {
       return wrong(options, "no serial port", optarg);
     case kAt:
       return take_port(options, &options->at_place, "no AT port");
+    case kShell:
+      return kiv_shell_read_mode(&options->shell, optarg) ? KIV_WISH_RUN
+                                                          : wrong(options, "no --shell", optarg);
+    case kShellProgram:
+      return take_text(options, &options->shell.program, "--shell-program");
+    case kShellLimits:
+      return kiv_shell_read_limits(&options->shell.limits, optarg)
+                 ? KIV_WISH_RUN
+                 : wrong(options, "no limits", optarg);
     case kData:
       options->data_folder = optarg;
       return KIV_WISH_RUN;
@@ -207,6 +228,7 @@ static kiv_wish check_token_file(kiv_options* options) {
 kiv_wish kiv_options_read(kiv_options* options, int argc, char** argv) {
   memset(options, 0, sizeof *options);
   options->variant = kDefaultVariant;
+  kiv_shell_options_init(&options->shell);
   find_data_folder(options);
   find_name(options);
   bool chosen = false;

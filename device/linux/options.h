@@ -10,6 +10,7 @@
 #include <stdint.h>
 
 #include "device/linux/serial_port.h"
+#include "device/linux/shell_channel.h"
 
 #ifdef __cplusplus
 extern "C" {
@@ -31,6 +32,7 @@ typedef struct kiv_options {
   const char* token_file;  // likewise
   kiv_serial_port serial;  // of KIV_TRANSPORT_SERIAL
   const char* at_place;    // null: the built-in responder
+  kiv_shell_options shell;
   const char* data_folder;
   char name[65];
   uint16_t variant;

@@ -79,7 +79,8 @@ static bool has_room(void* context) {
   return program->session == NULL || kiv_queue_has_room_for_answers(&program->session->queue);
 }
 
-static void set_up_channels(kiv_program* program) {
+// False when a port that was asked for cannot be had.
+static bool set_up_channels(kiv_program* program) {
   const kiv_channel_out out = {program, answer, has_room};
   kiv_channel_set* channels = &program->channels;
   channels->variant = program->options->variant;
@@ -87,6 +88,12 @@ static void set_up_channels(kiv_program* program) {
                       kiv_at_channel_new(program->options->at_place,
                                          kiv_channel_set_answer_id(channels, KIV_PORT_AT)),
                       &out);
+  const kiv_shell_options* shell = &program->options->shell;
+  if (shell->mode != KIV_SHELL_OFF) {
+    kiv_channel_set_add(channels, KIV_PORT_SHELL, kiv_shell_channel_new(shell), &out);
+    if (channels->channels[KIV_PORT_SHELL] == NULL) return false;
+  }
+  return true;
 }
 
 static void set_up_agent(kiv_program* program) {
@@ -302,10 +309,12 @@ static void close_all(kiv_program* program) {
 int kiv_program_run(const kiv_options* options) {
   kiv_program program;
   memset(&program, 0, sizeof program);
+  program.timer = -1;
+  program.signals = -1;
   program.options = options;
-  set_up_channels(&program);
+  const bool ports = set_up_channels(&program);
   set_up_agent(&program);
-  const bool open = open_descriptors(&program) &&
+  const bool open = ports && open_descriptors(&program) &&
                     kiv_transport_open(&program.transport, options, take_new_host, &program) &&
                     !program.stop;
   if (open) set_timer(&program);
