@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <deque>
 #include <iterator>
 #include <utility>
 
@@ -189,8 +190,9 @@ int Console::RunLine(std::wstring line) {
   if (!WaitForReply(number, reply)) return kInterrupted;
   Show(reply);
   ShowAll();
+  if (reply.takenByChannel) return ChannelStatus(reply, shown);
   if (reply.posts > 0) return WaitForAnswer(std::move(reply), shown);
-  if (reply.takenByChannel || reply.text.empty() || reply.isHelp) return kDone;
+  if (reply.text.empty() || reply.isHelp) return kDone;
   return reply.linkDown && reply.isCommand ? kNotConnected : kCommandFailed;
 }
 
@@ -204,27 +206,70 @@ bool Console::WaitForReply(std::uint64_t number, ViewEvent& reply) {
   return true;
 }
 
+int Console::GiveUp(std::uint64_t epoch, Clock::time_point deadline, const std::string& shown) {
+  if (lostEpoch_ > epoch) {
+    Say(LinkLostText(shown));
+    return kNotConnected;
+  }
+  if (Clock::now() < deadline) return kDone;
+  Say(NoAnswerText(shown, static_cast<std::uint32_t>(Wait().count())));
+  return kNoAnswer;
+}
+
 int Console::WaitForAnswer(ViewEvent line, const std::string& shown) {
   const auto deadline = Clock::now() + Wait();
   for (;;) {
     ShowAll();
     if (answered_ && answered_->line == line.line) line = *answered_;
     if (line.answered) return line.result == 0 ? kDone : kCommandFailed;
-    int status = kDone;
-    if (lostEpoch_ > line.epoch) {
-      Say(LinkLostText(shown));
-      status = kNotConnected;
-    } else if (Clock::now() >= deadline) {
-      Say(NoAnswerText(shown, static_cast<std::uint32_t>(Wait().count())));
-      status = kNoAnswer;
-    } else if (!WaitForEvent(deadline, false)) {
-      status = kInterrupted;
-    }
+    int status = GiveUp(line.epoch, deadline, shown);
+    if (status == kDone && !WaitForEvent(deadline, false)) status = kInterrupted;
     if (status != kDone) {
       watch_.Abandon();
       return status;
     }
   }
+}
+
+int Console::ChannelStatus(const ViewEvent& reply, const std::string& shown) {
+  if (reply.channelPosted) {
+    const int status = WaitForChannels(reply, shown);
+    return status == kDone && reply.channelFailed ? kCommandFailed : status;
+  }
+  if (reply.channelFailed) return kCommandFailed;
+  if (reply.channelSpoke) return kDone;
+  Say(reply.linkDown ? LineNotConnectedText(shown) : NothingSentText(shown));
+  return reply.linkDown ? kNotConnected : kCommandFailed;
+}
+
+int Console::WaitForChannels(const ViewEvent& line, const std::string& shown) {
+  using State = ChannelAnswer::State;
+  const auto deadline = Clock::now() + Wait();
+  const std::chrono::milliseconds settle(options_.settleMs);
+  auto held = Clock::time_point::min();  // until when a slow reader of ours held the device back
+  int status = kDone;
+  while (status == kDone) {
+    // A loss shown here came behind the answers that the progress then has.
+    ShowAll();
+    const LinkWatch::ChannelProgress progress = watch_.Progress();
+    const auto silentAt = std::max(progress.latest, held) + settle;
+    const bool canBeSilent = progress.state == State::kUntilSilent;
+    const bool ended = progress.state == State::kComplete ||
+                       (canBeSilent && lostEpoch_ <= line.epoch && Clock::now() >= silentAt);
+    if (ended) {
+      const bool hasShown = ShowAll();
+      if (progress.state == State::kComplete || !hasShown) {
+        watch_.Abandon();
+        return progress.failed ? kCommandFailed : kDone;
+      }
+      held = Clock::now();
+    }
+    status = GiveUp(line.epoch, deadline, shown);
+    const auto wake = canBeSilent ? std::min(deadline, silentAt) : deadline;
+    if (status == kDone && !ended && !WaitForEvent(wake, false)) status = kInterrupted;
+  }
+  watch_.Abandon();
+  return status;
 }
 
 bool Console::WaitForEvent(std::optional<Clock::time_point> deadline, bool withInput,
@@ -238,8 +283,10 @@ bool Console::WaitForEvent(std::optional<Clock::time_point> deadline, bool withI
   return !interrupted_ && !Ended();
 }
 
-void Console::ShowAll() {
-  for (const ViewEvent& event : queue_.TakeAll()) Show(event);
+bool Console::ShowAll() {
+  const std::deque<ViewEvent> events = queue_.TakeAll();
+  for (const ViewEvent& event : events) Show(event);
+  return !events.empty();
 }
 
 void Console::Show(const ViewEvent& event) {

@@ -52,13 +52,19 @@ class Console {
   // False when the user wants no more of it.
   bool WaitForReply(std::uint64_t number, ViewEvent& reply);
   int WaitForAnswer(ViewEvent line, const std::string& shown);
+  // Of a line that a text channel took: waits for the whole answer.
+  int WaitForChannels(const ViewEvent& line, const std::string& shown);
+  int ChannelStatus(const ViewEvent& reply, const std::string& shown);
+  // Says why a line is not waited for any longer, and answers its status; kDone while it is.
+  int GiveUp(std::uint64_t epoch, Clock::time_point deadline, const std::string& shown);
   void RunOwnWord(const std::wstring& line);
 
   // Waits for something to happen, at most until `deadline`; false when the user wants no more of
   // it.
   bool WaitForEvent(std::optional<Clock::time_point> deadline, bool withInput,
                     os::ConsoleEvents::Ready* ready = nullptr);
-  void ShowAll();
+  // False when there was nothing.
+  bool ShowAll();
   void Show(const ViewEvent& event);
   void Write(const std::string& text);
   void Say(const std::string& text);

@@ -28,6 +28,9 @@ constexpr OptionRow kOptions[] = {
     {"wait", "w", "MS",
      "How long to wait for the link and for each answer. Default: POSTCMD_TIMEOUT of\n"
      "                          the settings, at first 5000."},
+    {"settle", nullptr, "MS",
+     "Silence that ends an answer which has no end of its own, such as a controller's.\n"
+     "                          Default: 300."},
     {"variant", nullptr, "N", "Protocol variant code, instead of what the device says."},
     {"product", nullptr, "N", "Product version code, instead of what the device says."},
     {"debug", nullptr, nullptr,
@@ -114,12 +117,14 @@ std::optional<int> ReadOptions(const QStringList& arguments, ConsoleOptions& opt
   }
   if (parser.values(QStringLiteral("file")).size() > 1) return wrong("--file may be given once");
   std::optional<std::uint32_t> wait;
-  if (!NumberOf(parser, "wait", wait, output) ||
+  std::optional<std::uint32_t> settle;
+  if (!NumberOf(parser, "wait", wait, output) || !NumberOf(parser, "settle", settle, output) ||
       !NumberOf(parser, "variant", options.setup.variant, output) ||
       !NumberOf(parser, "product", options.setup.product, output)) {
     return kWrongUsage;
   }
   options.waitMs = wait;
+  options.settleMs = settle.value_or(options.settleMs);
   options.setup.endpoint = TextOf(parser, "link");
   options.setup.catalogue = TextOf(parser, "catalogue");
   options.setup.configDir = TextOf(parser, "config-dir");

@@ -29,6 +29,7 @@ struct ConsoleOptions {
   std::vector<std::string> lines;       // -c, in order
   std::optional<std::string> file;      // -f
   std::optional<std::uint32_t> waitMs;  // unset: what the settings say
+  std::uint32_t settleMs = 300;         // silence that ends an answer without an end mark
   bool debug = false;
 
   bool HasScript() const { return !lines.empty() || file.has_value(); }

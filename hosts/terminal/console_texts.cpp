@@ -28,6 +28,14 @@ std::string NoAnswerText(const std::string& line, std::uint32_t waitMs) {
   return "kiv: no answer to '" + line + "' within " + std::to_string(waitMs) + " ms\n";
 }
 
+std::string LineNotConnectedText(const std::string& line) {
+  return "kiv: not connected; '" + line + "' was not sent\n";
+}
+
+std::string NothingSentText(const std::string& line) {
+  return "kiv: nothing was sent for '" + line + "'\n";
+}
+
 std::string LinkLostText(const std::string& line) {
   return "kiv: the link was lost before '" + line + "' was answered\n";
 }

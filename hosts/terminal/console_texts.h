@@ -16,6 +16,9 @@ std::string DisconnectedText(const std::string& reason);
 std::string NotConnectedText(const std::string& endpoint, std::uint32_t waitMs,
                              const std::string& reason);
 std::string NoAnswerText(const std::string& line, std::uint32_t waitMs);
+// A line that a text channel took without a word and without a post: no device, or another reason.
+std::string LineNotConnectedText(const std::string& line);
+std::string NothingSentText(const std::string& line);
 std::string LinkLostText(const std::string& line);
 std::string LineTooLongText(std::size_t number);
 // A catalogue that gave no commands, with the status of the attempt to read it.

@@ -97,10 +97,13 @@ void FacadeThread::RunHere(std::uint64_t number, const std::wstring& line) {
   const SvcKivSpace::MorviCmdList* const list = SvcKiv::GetMorviCmdList();
   event.isCommand = event.isHelp || (list != nullptr && list->Find(word) != nullptr);
   QCString reply(kSentinel);
+  hasSpoken_ = hasFailed_ = false;
   watch_->BeginLine(number);
   SvcKiv::GetDiagCmdResponse(line.c_str(), reply);
   watch_->EndLine(event);
   event.takenByChannel = reply == kSentinel;
+  event.channelSpoke = hasSpoken_;
+  event.channelFailed = hasFailed_;
   if (!event.takenByChannel) event.text = ShownText(reply.view());
   queue_.Push(std::move(event));
 }
@@ -140,6 +143,12 @@ void FacadeThread::Reload(std::uint64_t number) {
 }
 
 void FacadeThread::OnMessage(SvcKivMsgType kind, void* payload) {
+  const bool isHere = QThread::currentThread() == &thread_;
+  if (isHere && kind == SvcKivSpace::kTestCase) {
+    hasSpoken_ = true;
+    const auto* const text = static_cast<const wchar_t*>(payload);
+    if (text != nullptr && std::wcsncmp(text, L"***", 3) == 0) hasFailed_ = true;
+  }
   if (payload == nullptr) return;
   ViewEvent event;
   switch (kind) {
@@ -161,7 +170,7 @@ void FacadeThread::OnMessage(SvcKivMsgType kind, void* payload) {
       PoolFree(payload);
       break;
   }
-  if (QThread::currentThread() == &thread_) {
+  if (isHere) {
     queue_.Push(std::move(event));
   } else {
     queue_.PushWaiting(std::move(event));

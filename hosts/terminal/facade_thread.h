@@ -61,6 +61,9 @@ class FacadeThread {
   LinkWatch* watch_ = nullptr;
   std::optional<SettingsKeeper> settings_;  // between Start and Stop of the module
   bool isUnsaved_ = false;
+  // What the module sent to the view while the line runs, from this thread.
+  bool hasSpoken_ = false;
+  bool hasFailed_ = false;
   QThread thread_;
   QObject* context_;  // lives in thread_; its events run there
 };

@@ -27,6 +27,7 @@ void LinkWatch::BeginLine(std::uint64_t line) {
   open_ = 0;
   linkDown_ = !up_;
   result_ = 0;
+  answer_.Begin();
 }
 
 void LinkWatch::Describe(ViewEvent& event) const {
@@ -36,6 +37,7 @@ void LinkWatch::Describe(ViewEvent& event) const {
   event.result = result_;
   event.linkDown = linkDown_;
   event.epoch = lineEpoch_;
+  event.channelPosted = answer_.GetState() != ChannelAnswer::State::kNothingPosted;
 }
 
 void LinkWatch::EndLine(ViewEvent& outcome) {
@@ -44,10 +46,16 @@ void LinkWatch::EndLine(ViewEvent& outcome) {
   Describe(outcome);
 }
 
+LinkWatch::ChannelProgress LinkWatch::Progress() const {
+  const std::lock_guard lock(mutex_);
+  return {answer_.GetState(), answer_.IsFailed(), latest_};
+}
+
 void LinkWatch::Abandon() {
   const std::lock_guard lock(mutex_);
   posts_.clear();
   open_ = 0;
+  answer_.Begin();
 }
 
 void LinkWatch::OnState(const devlink::StateChange& change) {
@@ -79,23 +87,32 @@ void LinkWatch::OnNotice(const char* line, std::size_t lengthBytes) {
 }
 
 void LinkWatch::OnMessage(const devlink::TapMessage& message) {
-  if (message.direction != Direction::kToDevice || message.kind != MessageKind::kRequest) return;
+  if (message.direction != Direction::kToDevice) return;
+  const Channel channel = ChannelOfPost(message.kind, message.cmdId);
+  const bool isRequest = message.kind == MessageKind::kRequest;
+  if (!isRequest && channel == Channel::kNone) return;
   const std::lock_guard lock(mutex_);
   if (!collecting_ || std::this_thread::get_id() != runner_) return;
-  posts_.push_back({message.cmdId, message.tag, false});
-  ++open_;
+  if (isRequest) {
+    posts_.push_back({message.cmdId, message.tag, false});
+    ++open_;
+  }
+  answer_.Posted(channel);
+  latest_ = std::chrono::steady_clock::now();
   lineEpoch_ = epoch_;
 }
 
 void LinkWatch::OnPostFailed(std::uint16_t tag, std::uint32_t cmdId, std::uint32_t status) {
   const std::lock_guard lock(mutex_);
+  if (!collecting_ || std::this_thread::get_id() != runner_) return;
+  if (status == result::kLinkDown || status == result::kNotConnected) linkDown_ = true;
+  answer_.PostFailed(ChannelOfRequest(cmdId));
   const auto failed = std::find_if(posts_.rbegin(), posts_.rend(), [&](const Post& post) {
     return post.tag == tag && post.cmdId == cmdId && !post.confirmed;
   });
   if (failed == posts_.rend()) return;
   posts_.erase(std::next(failed).base());
   --open_;
-  if (status == result::kLinkDown || status == result::kNotConnected) linkDown_ = true;
 }
 
 bool LinkWatch::Confirm(const ReceivedPacket& record) {
@@ -108,6 +125,21 @@ bool LinkWatch::Confirm(const ReceivedPacket& record) {
   return --open_ == 0;
 }
 
+bool LinkWatch::ReadChannels(const ReceivedPacket* records, std::uint32_t count) {
+  const ChannelAnswer::State before = answer_.GetState();
+  if (before == ChannelAnswer::State::kNothingPosted) return false;
+  for (std::uint32_t i = 0; i < count; ++i) {
+    const ReceivedPacket& record = records[i];
+    const std::string_view body(reinterpret_cast<const char*>(record.body), record.bodyLengthBytes);
+    const bool isOfLine =
+        record.isInd == 0
+            ? answer_.Confirmed(ChannelOfRequest(record.cmdId), record.resultCode)
+            : answer_.Arrived(ChannelOfAnswer(record.cmdId), body.substr(0, body.find('\0')));
+    if (isOfLine) latest_ = std::chrono::steady_clock::now();
+  }
+  return answer_.GetState() != before;
+}
+
 void LinkWatch::OnHandedOver(const ReceivedPacket* records, std::uint32_t count) {
   ViewEvent event;
   event.kind = ViewEvent::Kind::kAnswered;
@@ -117,7 +149,9 @@ void LinkWatch::OnHandedOver(const ReceivedPacket* records, std::uint32_t count)
     for (std::uint32_t i = 0; i < count && !posts_.empty(); ++i) {
       if (records[i].isInd == 0 && Confirm(records[i])) lastConfirmed = true;
     }
-    if (!lastConfirmed || collecting_) return;  // while the line still runs, EndLine tells it
+    const bool hasProgress = ReadChannels(records, count);
+    if (!(lastConfirmed || hasProgress) || collecting_)
+      return;  // while the line still runs, EndLine tells it
     Describe(event);
   }
   queue_.Push(std::move(event));

@@ -1,14 +1,16 @@
 // LinkWatch: what the console learns from the device link: is it up, which posts a typed line made,
 // and whether each of them has been confirmed and handed over.
 //
-// A line is done when its confirmations have been handed over to the module, shown or filtered.
-// Posts made by the thread that runs lines, between BeginLine and EndLine, are that line's; a
-// confirmation belongs to the first open post with its tag and id.
+// A diagnostic line is done when its confirmations have been handed over to the module, shown or
+// filtered. Posts made by the thread that runs lines, between BeginLine and EndLine, are that
+// line's; a confirmation belongs to the first open post with its tag and id. A line of the text
+// channels is done when what the device says to it is complete (channel_answer.h).
 //
 // Threads: BeginLine and EndLine on the thread that runs lines; the call-backs on the link's and
 // the posting threads. Borrows the queue, which must outlive the link.
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <mutex>
@@ -16,6 +18,7 @@
 #include <thread>
 #include <vector>
 
+#include "hosts/terminal/channel_answer.h"
 #include "hosts/terminal/view_queue.h"
 #include "platform/devlink/link_observer.h"
 
@@ -30,6 +33,13 @@ class LinkWatch final : public devlink::LinkObserver {
   void BeginLine(std::uint64_t line);
   // Fills what is known of the line's posts.
   void EndLine(ViewEvent& outcome);
+  // How far the answer to the channels' posts is, by what was handed over so far.
+  struct ChannelProgress {
+    ChannelAnswer::State state;
+    bool failed;
+    std::chrono::steady_clock::time_point latest;  // the last post, or answer of these channels
+  };
+  ChannelProgress Progress() const;
   // The line is not waited for any more.
   void Abandon();
 
@@ -48,6 +58,8 @@ class LinkWatch final : public devlink::LinkObserver {
   };
 
   bool Confirm(const ReceivedPacket& record);
+  // Whether the console has to look at the channels' progress again.
+  bool ReadChannels(const ReceivedPacket* records, std::uint32_t count);
   void Describe(ViewEvent& event) const;
 
   ViewQueue& queue_;
@@ -65,6 +77,8 @@ class LinkWatch final : public devlink::LinkObserver {
   std::size_t open_ = 0;
   bool linkDown_ = false;
   std::uint32_t result_ = 0;
+  ChannelAnswer answer_;
+  std::chrono::steady_clock::time_point latest_;
 };
 
 }  // namespace kiv

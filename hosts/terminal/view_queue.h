@@ -37,11 +37,15 @@ struct ViewEvent {
   bool takenByChannel = false;
   bool isCommand = false;  // the word is a command of the catalogue, or help
   bool isHelp = false;
-  bool linkDown = false;     // the link was not up when the line ran or its post was written
-  std::uint32_t posts = 0;   // requests posted, of which the device confirms each
-  bool answered = false;     // all of them are confirmed
-  std::uint32_t result = 0;  // first confirmation result that is not 0
-  std::uint64_t epoch = 0;   // changes of the link's state: so far, or before the line's last post
+  bool linkDown = false;       // the link was not up when the line ran or its post was written
+  std::uint32_t posts = 0;     // requests posted, of which the device confirms each
+  bool answered = false;       // all of them are confirmed
+  std::uint32_t result = 0;    // first confirmation result that is not 0
+  bool channelPosted = false;  // by a text channel
+  // kReply, of a line that a channel took: it told the user something, or bad news, by itself.
+  bool channelSpoke = false;
+  bool channelFailed = false;
+  std::uint64_t epoch = 0;  // changes of the link's state: so far, or before the line's last post
 };
 
 // Bounded towards link threads, unbounded towards the facade's own.

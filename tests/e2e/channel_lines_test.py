@@ -3,6 +3,7 @@ of itself that decides about them."""
 
 import pathlib
 import struct
+import time
 import unittest
 
 from bench import BenchCase
@@ -17,6 +18,15 @@ HCI, TEST_REQUEST, TEST_TEXT = 0x7E0C, 0x500C, 0xA010
 
 def counted(text):
     return struct.pack("<I", len(text)) + text
+
+
+class LeavingDevice(ScriptedDevice):
+    """A device that can go away and never comes back."""
+
+    def close_for_good(self):
+        self._closing = True
+        self._listener.close()
+        self.drop()
 
 
 class ChannelLines(BenchCase):
@@ -110,6 +120,130 @@ class ChannelLines(BenchCase):
         _, result = self.run_on(device, "-c", "AT")
         self.assertIn("\\x1b]0;mine\\x07 \ufffd\ufffd\\x01", result.out)
         self.assertNotIn("\x1b", result.out)
+
+    def slow_device(self, pieces, **options):
+        """A device that confirms first and then sends each of `pieces`, (id, text), a while apart."""
+
+        def answer(device, head, body):
+            if head.kind == frames.REQUEST:
+                device.confirm(head)
+            for ident, text in pieces:
+                time.sleep(0.05)
+                device.send(frames.Head(frames.IND, id=ident), text)
+
+        device = ScriptedDevice(self.folder / "device", answer, **options)
+        self.stack.callback(device.close)
+        return device
+
+    def test_an_at_line_is_done_at_its_final_result_code(self):
+        for code, status in ((b"OK", 0), (b"CONNECT 9600", 0), (b"ERROR", 1), (b"+CME ERROR: 3", 1),
+                             (b"+CMS ERROR: 500", 1), (b"NO CARRIER", 1), (b"BUSY", 1)):
+            with self.subTest(code=code):
+                device = self.slow_device([(AT_ANSWER, b"\r\n+CREG: 1\r\n"), (AT_ANSWER, b"\r\n" + code[:1]),
+                                           (AT_ANSWER, code[1:] + b"\r"), (AT_ANSWER, b"\n")])
+                _, result = self.run_on(device, "-c", "AT+CREG?")
+                self.assertEqual(result.status, status, result)
+                self.assertIn("+CREG: 1", result.out)
+                device.close()
+                (self.folder / "device").unlink()
+
+    def test_a_batch_prints_the_whole_answer_of_each_line_before_the_next(self):
+        device = self.slow_device([(SHELL_ANSWER, b"one\n"), (SHELL_ANSWER, b"two\n"), (SHELL_ANSWER, b"")])
+        _, result = self.run_on(device, "-c", "sh a", "-c", ":link", "-c", "sh b")
+        lines = [line for line in result.out.splitlines() if line]
+        self.assertEqual([line for line in lines if not line.startswith("kiv: connected")],
+                         ["one", "two", "one", "two"], result)
+        self.assertTrue(lines[2].startswith("kiv: connected"), result)
+        self.assertEqual(result.status, 0, result)
+
+    def test_an_answer_without_its_end_is_no_answer(self):
+        device = self.device([(AT_ANSWER, b"\r\n+CSQ: 20\r\n"), (SHELL_ANSWER, b"half\n")])
+        for line, text in (("AT+CSQ", "+CSQ: 20"), ("sh x", "half"), ("at", "+CSQ: 20")):
+            with self.subTest(line=line):
+                result = self.kiv("--wait", "1000", "-c", line, link=device.endpoint)
+                self.assertEqual(result.status, 3, result)
+                self.assertIn(text, result.out)
+                self.assertIn(f"kiv: no answer to '{line}' within 1000 ms\n", result.err)
+
+    def test_a_controllers_answer_ends_with_silence(self):
+        device = self.slow_device([(HCI, b"04 0e 04 01"), (HCI, b"04 0f 04 00")], versions=(246, 0))
+        _, result = self.run_on(device, "--settle", "1000", "-c", "hci 01 03 0c 00", "-c", "hci 2")
+        self.assertEqual(result.out, "04 0e 04 01\n04 0f 04 00\n" * 2)
+        self.assertEqual(result.status, 0, result)
+
+    def test_a_controller_that_is_not_there_fails_the_line(self):
+        def refuse(device, head, body):
+            device.send(frames.Head(frames.CNF, id=head.id, tag=head.tag, result=704))
+
+        device = ScriptedDevice(self.folder / "device", refuse, versions=(246, 0))
+        self.stack.callback(device.close)
+        _, result = self.run_on(device, "-c", "hci 01 03 0c 00")
+        self.assertEqual(result.status, 1, result)
+
+    def test_a_raw_shells_answer_ends_with_silence(self):
+        device = self.slow_device([(SHELL_ANSWER, b"one\n"), (SHELL_ANSWER, b"two\n")], versions=(248, 38))
+        _, result = self.run_on(device, "--settle", "1000", "-c", "ps")
+        self.assertEqual(result.out, "one\ntwo\n", result)
+        self.assertEqual(result.status, 0, result)
+
+    def test_a_line_that_a_device_refuses_fails_without_a_wait_for_its_end(self):
+        def refuse(device, head, body):
+            device.confirm(head, result=704)
+
+        device = ScriptedDevice(self.folder / "device", refuse)
+        self.stack.callback(device.close)
+        for line in ("AT", "sh ls"):
+            _, result = self.run_on(device, "-c", line)
+            self.assertEqual(result.status, 1, result)
+            self.assertNotIn("no answer", result.err)
+
+    def test_the_filter_hides_an_answer_but_not_its_end(self):
+        device = self.device([(AT_ANSWER, b"\r\nERROR\r\n"), (SHELL_ANSWER, b"")])
+        _, result = self.run_on(device, "-c", "ctsftl 1", "-c", "sh ls", "-c", "AT")
+        self.assertEqual(result.out, "Filter out other messages.\n", result)
+        self.assertEqual(result.status, 1, result)
+        self.assertNotIn("no answer", result.err)
+
+    def test_a_line_without_a_device_is_told_by_the_console(self):
+        def leave(device, head, body):
+            device.close_for_good()
+
+        device = LeavingDevice(self.folder / "device", leave)
+        self.stack.callback(device.close)
+        _, result = self.run_on(device, "-c", "sh go", "-c", "AT", "-c", "sh ls", "-c", "ctsftl",
+                                "-c", "cts a 0")
+        self.assertEqual(result.status, 4, result)
+        self.assertIn("kiv: the link was lost before 'sh go' was answered\n", result.err)
+        self.assertIn("kiv: not connected; 'AT' was not sent\n", result.err)
+        self.assertIn("kiv: not connected; 'sh ls' was not sent\n", result.err)
+        self.assertNotIn("'cts", result.err)
+        self.assertEqual(result.out, "Do not filter out other messages.\n"
+                         "*** Failed to execute cts command. No UE is connected.\n")
+
+    def test_a_line_that_has_nothing_to_send_fails(self):
+        device = self.device()
+        got, result = self.run_on(device, "-c", "sh")
+        self.assertEqual(got, [])
+        self.assertEqual(result.status, 1, result)
+        self.assertIn("kiv: nothing was sent for 'sh'\n", result.err)
+
+    def test_a_test_case_is_done_at_its_result(self):
+        cases = self.cases()
+        for last, status in ((b"result: pass", 0), (b"result: fail", 1)):
+            with self.subTest(last=last):
+                device = self.slow_device([(TEST_TEXT, b"pattern 0x55"), (TEST_TEXT, last)])
+                _, result = self.run_on(device, "-c", f"ctscfg {cases}", "-c", "cts echo 0")
+                self.assertEqual(result.status, status, result)
+                self.assertTrue(result.out.endswith(f"pattern 0x55\n{last.decode()}\n"), result)
+                device.close()
+                (self.folder / "device").unlink()
+
+    def test_a_test_case_that_is_not_sent_fails(self):
+        device = self.device()
+        got, result = self.run_on(device, "-c", f"ctscfg {self.cases()}", "-c", "cts other 0")
+        self.assertEqual(got, [])
+        self.assertIn("***error: failed to find parameter config file: ", result.out)
+        self.assertEqual(result.status, 1, result)
 
     def cases(self, content=b"\xde\xad\xbe\xef"):
         """A folder with the test case "echo", index 0."""

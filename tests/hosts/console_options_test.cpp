@@ -25,6 +25,7 @@ TEST(ConsoleOptions, LeaveEverythingToTheDefaultsWithoutArguments) {
   EXPECT_EQ(read.status, std::nullopt);
   EXPECT_FALSE(read.options.HasScript());
   EXPECT_EQ(read.options.waitMs, std::nullopt);
+  EXPECT_EQ(read.options.settleMs, 300u);
   EXPECT_FALSE(read.options.setup.endpoint.has_value());
   EXPECT_FALSE(read.options.setup.catalogue.has_value());
   EXPECT_FALSE(read.options.setup.configDir.has_value());
@@ -33,9 +34,11 @@ TEST(ConsoleOptions, LeaveEverythingToTheDefaultsWithoutArguments) {
 }
 
 TEST(ConsoleOptions, TakeEveryValue) {
-  const Read read = ReadFrom({"-c", "sys_info", "--command", "echo_all {1}", "-f", "b.txt", "--link",
-                              "unix:/run/kiv/\u00e4", "--catalogue", "c.kcat", "--config-dir", "/tmp/x",
-                              "--wait", "40", "--variant", "246", "--product=38", "--debug"});
+  const Read read = ReadFrom({"-c",          "sys_info", "--command",    "echo_all {1}",
+                              "-f",          "b.txt",    "--link",       "unix:/run/kiv/\u00e4",
+                              "--catalogue", "c.kcat",   "--config-dir", "/tmp/x",
+                              "--wait",      "40",       "--settle",     "0",
+                              "--variant",   "246",      "--product=38", "--debug"});
   ASSERT_EQ(read.status, std::nullopt) << read.output;
   EXPECT_EQ(read.options.lines, (std::vector<std::string>{"sys_info", "echo_all {1}"}));
   EXPECT_EQ(read.options.file, "b.txt");
@@ -43,6 +46,7 @@ TEST(ConsoleOptions, TakeEveryValue) {
   EXPECT_EQ(*read.options.setup.catalogue, L"c.kcat");
   EXPECT_EQ(*read.options.setup.configDir, L"/tmp/x");
   EXPECT_EQ(read.options.waitMs, 40u);
+  EXPECT_EQ(read.options.settleMs, 0u);
   EXPECT_EQ(read.options.setup.variant, 246u);
   EXPECT_EQ(read.options.setup.product, 38u);
   EXPECT_TRUE(read.options.debug);
@@ -75,7 +79,7 @@ TEST(ConsoleOptions, RefuseAPositionalArgument) {
 }
 
 TEST(ConsoleOptions, RefuseANumberThatIsNone) {
-  for (const char* option : {"wait", "variant", "product"}) {
+  for (const char* option : {"wait", "settle", "variant", "product"}) {
     for (const char* value : {"", "x", "-1", "12x", "4294967296"}) {
       const Read read = ReadFrom({QString("--") + option + "=" + value});
       EXPECT_EQ(read.status, kWrongUsage) << option << " " << value;
@@ -94,8 +98,9 @@ TEST(ConsoleOptions, EndWithTheVersion) {
 TEST(ConsoleOptions, EndWithAHelpThatNamesEveryOptionAndEveryStatus) {
   const Read read = ReadFrom({"--help"});
   EXPECT_EQ(read.status, kDone);
-  for (const char* word : {"--command", "--file", "--link", "--catalogue", "--config-dir", "--wait",
-                           "--variant", "--product", "--debug", "--version", "--help", "Ends with 0"}) {
+  for (const char* word :
+       {"--command", "--file", "--link", "--catalogue", "--config-dir", "--wait", "--settle",
+        "--variant", "--product", "--debug", "--version", "--help", "Ends with 0"}) {
     EXPECT_NE(read.output.find(word), std::string::npos) << word;
   }
 }

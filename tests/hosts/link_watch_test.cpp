@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <string_view>
 #include <thread>
 #include <vector>
 
@@ -27,6 +28,14 @@ class LinkWatchTest : public testing::Test {
     record.cmdId = cmdId;
     record.tag = tag;
     record.resultCode = result;
+    return record;
+  }
+  static ReceivedPacket Answer(std::uint32_t cmdId, std::string_view text) {
+    ReceivedPacket record = {};
+    record.cmdId = cmdId;
+    record.isInd = 1;
+    record.body = reinterpret_cast<const std::uint8_t*>(text.data());
+    record.bodyLengthBytes = static_cast<std::uint32_t>(text.size());
     return record;
   }
   void HandOver(std::vector<ReceivedPacket> records) {
@@ -195,6 +204,70 @@ TEST_F(LinkWatchTest, ALossBeforeThePostIsNotTheLines) {
   Post(5, 1);
   const ViewEvent outcome = End();
   EXPECT_EQ(Events().back().epoch, outcome.epoch);
+}
+
+TEST_F(LinkWatchTest, AnAnswerThatEndsALineOfAChannelIsTold) {
+  Up();
+  watch.BeginLine(1);
+  Post(0x500D, 0);
+  EXPECT_TRUE(End().channelPosted);
+  Events();
+  HandOver({Answer(0xA011, "\r\n+CSQ: 20,99\r\n\r\nO")});
+  EXPECT_TRUE(Events().empty());
+  EXPECT_EQ(watch.Progress().state, ChannelAnswer::State::kOpen);
+  HandOver({Answer(0xA012, "ERROR\r\n"), Answer(0xA011, "K\r\n")});
+  EXPECT_EQ(Events().size(), 1u);
+  EXPECT_EQ(watch.Progress().state, ChannelAnswer::State::kComplete);
+  EXPECT_FALSE(watch.Progress().failed);
+}
+
+TEST_F(LinkWatchTest, AnAnswersTextEndsAtItsFirstZeroByte) {
+  Up();
+  watch.BeginLine(1);
+  Post(0x805, 0);
+  End();
+  HandOver({Answer(0x4105, std::string_view("\0hidden", 7))});
+  EXPECT_EQ(watch.Progress().state, ChannelAnswer::State::kComplete);
+}
+
+TEST_F(LinkWatchTest, RawTextAndFramesOfALineAreItsPosts) {
+  Up();
+  watch.BeginLine(1);
+  Post(0, 0, MessageKind::kRawText);
+  Post(0x7E0C, 0, MessageKind::kSdtFrame);
+  const ViewEvent outcome = End();
+  EXPECT_TRUE(outcome.channelPosted);
+  EXPECT_EQ(outcome.posts, 0u);
+  const auto posted = watch.Progress().latest;
+  HandOver({Answer(0xA011, "OK\r\n")});
+  EXPECT_EQ(watch.Progress().latest, posted);
+  HandOver({Answer(0x7E0C, "04 0e")});
+  EXPECT_GE(watch.Progress().latest, posted);
+  EXPECT_EQ(watch.Progress().state, ChannelAnswer::State::kUntilSilent);
+  HandOver({Cnf(0x7E0C, 0, 704)});
+  EXPECT_TRUE(watch.Progress().failed);
+}
+
+TEST_F(LinkWatchTest, TextThatCouldNotBeWrittenIsNoPostOfTheLine) {
+  Up();
+  watch.BeginLine(1);
+  Post(0, 0, MessageKind::kRawText);
+  watch.OnPostFailed(0, 0, 3207);
+  const ViewEvent outcome = End();
+  EXPECT_FALSE(outcome.channelPosted);
+  EXPECT_TRUE(outcome.linkDown);
+}
+
+TEST_F(LinkWatchTest, AnAbandonedLineOfAChannelIsOver) {
+  Up();
+  watch.BeginLine(1);
+  Post(0x500E, 0);
+  End();
+  watch.Abandon();
+  Events();
+  HandOver({Answer(0xA012, "")});
+  EXPECT_TRUE(Events().empty());
+  EXPECT_EQ(watch.Progress().state, ChannelAnswer::State::kNothingPosted);
 }
 
 TEST_F(LinkWatchTest, ANoticeIsEscaped) {
