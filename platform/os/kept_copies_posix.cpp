@@ -51,18 +51,30 @@ int CopyContent(const std::string& from, const std::string& to) {
 
 }  // namespace
 
-int KeepCopy(const std::string& mappedPath, const std::string& copyPath) {
+GoodCopy::~GoodCopy() {
+  if (!newName_.empty()) Remove(newName_);
+}
+
+int GoodCopy::Prepare(const std::string& mappedPath, const std::string& copyPath) {
   struct stat file {
   }, copy{};
   if (const int error = Status(mappedPath, file)) return error;
-  // Renaming a name over another of the same file would leave both.
+  // Already the copy: it stays when the file is replaced. (Renaming a name over another of the same
+  // file would leave both.)
   if (Status(copyPath, copy) == 0 && IsSameFile(file, copy)) return 0;
-  const std::string newName = copyPath + "-new";
-  Remove(newName);  // of a process that was killed
-  int error = Link(mappedPath, newName);
-  if (HasNoLinks(error)) return CopyContent(mappedPath, copyPath);
-  if (error == 0) error = Rename(newName, copyPath);
-  if (error != 0) Remove(newName);
+  copyPath_ = copyPath;
+  newName_ = copyPath + "-new";
+  Remove(newName_);  // of a process that was killed
+  int error = Link(mappedPath, newName_);
+  if (HasNoLinks(error)) error = CopyContent(mappedPath, newName_);
+  if (error != 0) newName_.clear();
+  return error;
+}
+
+int GoodCopy::Keep() {
+  if (newName_.empty()) return 0;
+  const int error = Rename(newName_, copyPath_);
+  if (error == 0) newName_.clear();
   return error;
 }
 

@@ -151,8 +151,14 @@ int SettingsFile::SaveOwn(const pugi::xml_document& document, const std::string&
     return 0;
   }
   // Without a copy the file is as safe as with one, only less can be got back if it breaks.
-  if (isTheFile && theirs.kind == Kind::kSound) os::KeepCopy(path_, CopyPath());
-  return Write(merged, view);
+  os::GoodCopy copy;
+  if (isTheFile && theirs.kind == Kind::kSound) copy.Prepare(path_, CopyPath());
+  const int error = Write(merged, view);
+  if (error == 0) {
+    copy.Keep();
+    copy_ = CopyStamp();
+  }
+  return error;
 }
 
 int SettingsFile::ReadTheirs(StoredDocument& theirs, bool& isTheFile) {

@@ -1,6 +1,6 @@
 """Every system call of a save, an export and the write of an ini value fails once, with each error,
 or is where the process is killed: the file is the old or the new one, byte for byte, the answer is
-true, and the next try works."""
+true, the last good copy is a whole document in a file of its own, and the next try works."""
 
 import re
 import subprocess
@@ -11,6 +11,7 @@ import sweep
 from settings_host import between_marks, document, needs_tracing, run
 
 ERRORS = ["ENOSPC", "EIO", "EINTR", "EACCES", "EMFILE", "ENOMEM"]
+OLDER = document("older")
 # What the host does for itself: its script and its answers.
 OWN = re.compile(r"^(write\(1,|read\(0,)")
 
@@ -56,6 +57,21 @@ class FaultCase(settings_host.FolderCase):
             (self.folder / "kiv.xml").write_bytes(document("mine"))
         if work.before is not None:
             work.file.write_bytes(work.before)
+        if work.line == "save" and work.before is not None:
+            self.copy.write_bytes(OLDER)
+
+    @property
+    def copy(self):
+        return self.folder / "kiv.xml.bak"
+
+    def check_copy(self, work, told):
+        """Whoever then empties the file in place has a good copy, and the other way round."""
+        if work.line != "save" or work.before is None:
+            return
+        self.assertFalse(self.copy.samefile(work.file), told)
+        self.assertIn(self.content(self.copy), (OLDER, work.before), told)
+        if self.content(work.file) == work.before:
+            self.assertEqual(OLDER, self.content(self.copy), told)
 
     def content(self, path):
         return path.read_bytes() if path.exists() else None
@@ -95,6 +111,7 @@ class FaultCase(settings_host.FolderCase):
         name, nth, line = call
         told = f"{error} at {name} {nth}: {line}"
         status, answers = self.inject(work, name, f"error={error}", nth)
+        self.check_copy(work, told)
         self.assertEqual((0, len(work.lines)), (status, len(answers)), told)
         kept = self.content(work.kept) if answers[-2] == "0" else None
         if work.first_answer(answers) == work.good:
@@ -113,6 +130,7 @@ class FaultCase(settings_host.FolderCase):
         self.assertLess(len(answers), len(work.lines), told)
         self.assertNotEqual(0, status, told)
         self.assertIn(self.content(work.file), (work.before, new), told)
+        self.check_copy(work, told)
         status, answers = run(work.lines)
         self.assertEqual((0, work.good), (status, answers[-1]), told)
         self.assertEqual(new, self.content(work.file), told)

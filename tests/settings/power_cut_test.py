@@ -151,19 +151,24 @@ class Disk:
 
     do_unlinkat = do_unlink
 
-    def after_cut(self):
-        """Every directory that a cut may leave: sorted (name, content) without temporaries."""
-        left = set()
+    def names_after_cut(self):
+        """Every {name: file} that a cut may leave."""
         for count in range(len(self.doubtful) + 1):
             for chosen in itertools.permutations(self.doubtful, count):
                 names = dict(self.names)
                 for change in chosen:
                     names.update(change)
-                kept = [(name, file.outcomes()) for name, file in sorted(names.items())
-                        if file is not None and not name.endswith((".tmp", ".lock"))]
-                for contents in itertools.product(*(outcomes for _, outcomes in kept)):
-                    left.add(tuple((name, content)
-                                   for (name, _), content in zip(kept, contents)))
+                yield names
+
+    def after_cut(self):
+        """Every directory that a cut may leave: sorted (name, content) without temporaries."""
+        left = set()
+        for names in self.names_after_cut():
+            kept = [(name, file.outcomes()) for name, file in sorted(names.items())
+                    if file is not None and not name.endswith((".tmp", ".lock"))]
+            for contents in itertools.product(*(outcomes for _, outcomes in kept)):
+                left.add(tuple((name, content)
+                               for (name, _), content in zip(kept, contents)))
         return left
 
 
@@ -249,6 +254,31 @@ class PowerCutTest(PowerCutCase):
     def test_leaves_no_or_the_new_document_the_first_time(self):
         calls = self.save(None)
         self.expect_sound(calls, "kiv.xml", None, self.written("kiv.xml"))
+
+    def one_file_twice(self, calls):
+        """After which calls, kill or cut, the file and its good copy are one file or not there."""
+        disk = Disk(self.before)
+        disk.folder = str(self.work)
+        bad = []
+        for call in calls:
+            disk.play(call)
+            for names in [disk.seen, *disk.names_after_cut()]:
+                if names["kiv.xml"] is names.get("kiv.xml.bak"):
+                    bad.append(call)
+        return bad
+
+    def test_leaves_the_good_copy_in_a_file_of_its_own(self):
+        old = document("old")
+        calls = self.save(old)
+        self.assertEqual([], self.one_file_twice(calls)[:3])
+        self.assertEqual(old, self.written("kiv.xml.bak"))
+        # The model sees what the sync between the two renames is there for.
+        less = [call for i, call in enumerate(calls) if is_file_sync(calls, i) is not False]
+        self.assertNotEqual([], self.one_file_twice(less))
+        for content in (b"", old[:100]):  # an editor that was killed
+            (self.work / "kiv.xml").write_bytes(content)
+            _, answers = settings_host.run([f"folder {self.work}", "check"])
+            self.assertEqual("0 [old] 0 1", answers[1])
 
     def test_leaves_a_folder_that_loads(self):
         calls = self.save(document("old"))

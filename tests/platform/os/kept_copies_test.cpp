@@ -17,52 +17,96 @@ namespace fs = std::filesystem;
 using kivtest::TempDir;
 using Names = std::vector<std::string>;
 
-TEST(KeepCopy, KeepsWhatIsReplacedNext) {
+// Replaces the file as a save does.
+int Replace(const TempDir& dir, const std::string& content) {
+  os::GoodCopy copy;
+  if (const int error = copy.Prepare(dir.File("file"), dir.File("copy"))) return error;
+  if (const int error = os::WriteFileSafely(dir.File("file"), content)) return error;
+  return copy.Keep();
+}
+
+bool AreApart(const TempDir& dir) { return !fs::equivalent(dir.File("file"), dir.File("copy")); }
+
+TEST(GoodCopy, KeepsWhatIsReplaced) {
   const TempDir dir;
   for (const char* content : {"1", "2", "3"}) {
     dir.Write("file", content);
-    EXPECT_EQ(0, os::KeepCopy(dir.File("file"), dir.File("copy")));
-    EXPECT_EQ(0, os::KeepCopy(dir.File("file"), dir.File("copy")));  // already is
-    EXPECT_EQ(0, os::WriteFileSafely(dir.File("file"), "new"));
+    EXPECT_EQ(0, Replace(dir, "new"));
     EXPECT_EQ(content, dir.Read("copy"));
     EXPECT_EQ((Names{"copy", "file"}), dir.Names());
   }
 }
 
-TEST(KeepCopy, ClearsWhatAKilledOneLeft) {
+TEST(GoodCopy, IsAnotherFileAtEachMoment) {
+  const TempDir dir;
+  dir.Write("file", "1");
+  dir.Write("copy", "0");
+  os::GoodCopy copy;
+  EXPECT_EQ(0, copy.Prepare(dir.File("file"), dir.File("copy")));
+  EXPECT_EQ("0", dir.Read("copy"));
+  EXPECT_TRUE(AreApart(dir));
+  EXPECT_EQ(0, os::WriteFileSafely(dir.File("file"), "2"));
+  EXPECT_EQ("0", dir.Read("copy"));
+  EXPECT_EQ(0, copy.Keep());
+  EXPECT_EQ("1", dir.Read("copy"));
+  EXPECT_TRUE(AreApart(dir));
+}
+
+TEST(GoodCopy, StaysTheFormerOneWhenTheFileIsNotReplaced) {
+  const TempDir dir;
+  dir.Write("file", "1");
+  dir.Write("copy", "0");
+  for (std::uint64_t n = 2;; ++n) {
+    os::system_calls::FailNth(n, EIO);
+    const int error = Replace(dir, "2");
+    const bool failed = os::system_calls::Failed();
+    os::system_calls::FailNth(0, 0);
+    if (!failed) break;
+    // Closing the directory may fail without harm.
+    EXPECT_TRUE(error == EIO || error == 0) << n;
+    EXPECT_EQ(error == 0 ? "1" : "0", dir.Read("copy")) << n;
+    EXPECT_TRUE(AreApart(dir)) << n;
+    EXPECT_EQ((Names{"copy", "file"}), dir.Names()) << n;
+    dir.Write("file", "1");
+    dir.Write("copy", "0");
+  }
+  EXPECT_EQ("1", dir.Read("copy"));
+}
+
+TEST(GoodCopy, ClearsWhatAKilledOneLeft) {
   const TempDir dir;
   dir.Write("file", "1");
   dir.Write("copy", "0");
   fs::create_hard_link(dir.File("file"), dir.File("copy-new"));
-  EXPECT_EQ(0, os::KeepCopy(dir.File("file"), dir.File("copy")));
+  EXPECT_EQ(0, Replace(dir, "2"));
   EXPECT_EQ("1", dir.Read("copy"));
   EXPECT_EQ((Names{"copy", "file"}), dir.Names());
 }
 
-TEST(KeepCopy, CopiesWhereThereAreNoLinks) {
+TEST(GoodCopy, PartsAFileThatIsItsOwnCopy) {
+  const TempDir dir;
+  dir.Write("file", "1");
+  fs::create_hard_link(dir.File("file"), dir.File("copy"));
+  EXPECT_EQ(0, Replace(dir, "2"));
+  EXPECT_EQ("1", dir.Read("copy"));
+  EXPECT_EQ("2", dir.Read("file"));
+  EXPECT_EQ((Names{"copy", "file"}), dir.Names());
+}
+
+TEST(GoodCopy, CopiesWhereThereAreNoLinks) {
   const TempDir dir;
   dir.Write("file", "1");
   os::system_calls::FailNth(1, EPERM);
-  EXPECT_EQ(0, os::KeepCopy(dir.File("file"), dir.File("copy")));
+  EXPECT_EQ(0, Replace(dir, "2"));
   os::system_calls::FailNth(0, 0);
   EXPECT_EQ("1", dir.Read("copy"));
-  EXPECT_FALSE(fs::equivalent(dir.File("file"), dir.File("copy")));
   EXPECT_EQ((Names{"copy", "file"}), dir.Names());
 }
 
-TEST(KeepCopy, LeavesTheOldCopyWhenItFails) {
+TEST(GoodCopy, OfAFileThatIsNotThereFails) {
   const TempDir dir;
-  for (std::uint64_t n = 1; n <= 2; ++n) {
-    dir.Write("file", "1");
-    dir.Write("copy", "0");
-    os::system_calls::FailNth(n, EIO);
-    EXPECT_EQ(EIO, os::KeepCopy(dir.File("file"), dir.File("copy")));
-    os::system_calls::FailNth(0, 0);
-    EXPECT_EQ("0", dir.Read("copy"));
-    EXPECT_EQ("1", dir.Read("file"));
-    EXPECT_EQ((Names{"copy", "file"}), dir.Names());
-  }
-  EXPECT_EQ(ENOENT, os::KeepCopy(dir.File("nothing"), dir.File("copy")));
+  EXPECT_EQ(ENOENT, Replace(dir, "1"));
+  EXPECT_EQ(Names{}, dir.Names());
 }
 
 TEST(SetAside, TakesTheFirstNameThatIsFree) {
