@@ -86,8 +86,14 @@ bool MakeContainer(CXmlConfig& document, const SettingsPlace& place, const ListT
   const std::uint32_t deleted =
       document.DeleteConfigNode(place.Element(tags.container), place.GroupPath());
   if (deleted != result::kOk && deleted != result::kGroupMissing) return false;
-  return document.AddConfigNode(tags.container, place.DefaultElement(), place.instancePath,
-                                kParentMustExist) == result::kOk;
+  const auto add = [&](std::int32_t createMissing) {
+    return document.AddConfigNode(tags.container, place.DefaultElement(), place.instancePath,
+                                  createMissing);
+  };
+  // A new instance has no settings element before its first value is written; its lists come first.
+  std::uint32_t added = add(kParentMustExist);
+  if (added == result::kGroupMissing) added = add(kCreateMissing);
+  return added == result::kOk;
 }
 
 bool AddEntry(CXmlConfig& document, const SettingsPlace& place, const ListTags& tags) {

@@ -73,4 +73,36 @@ TEST_F(NoInstance, AHostMakesOneByWritingItsIdAndOneOfItsValues) {
   EXPECT_EQ(config.Lists().history[0].name, L"kept");
 }
 
+// The first store of an instance that has nothing but its ID.
+TEST_F(NoInstance, AHostMakesOneByItsIdAloneAndLosesNothing) {
+  SvcKivClass::SvcKivConfigImpl config({switches_, sender_, {}});
+  ASSERT_EQ(config.SetSessionAndInstance(1, 0), 0u);
+  ASSERT_EQ(config.WriteAttribute(L"2", L"ID", L"SourceData.SESSION.INSTANCE", L"0.0.1"), 0u);
+  ASSERT_EQ(config.SetSessionAndInstance(1, 2), 0u);
+  ASSERT_EQ(config.LoadEverything(), 0u);
+  SvcKivSpace::KivCommandRecord typed;
+  typed.name = L"kept";
+  config.Lists().favourites.AddTail(typed);
+  EXPECT_EQ(config.StoreEverything(&typed), 0u);
+  EXPECT_EQ(config.Save(), 0u);
+  EXPECT_EQ(config.LoadEverything(), 0u);
+  ASSERT_EQ(config.Lists().history.GetCount(), 1u);
+  EXPECT_EQ(config.Lists().history[0].name, L"kept");
+  ASSERT_EQ(config.Lists().favourites.GetCount(), 1u);
+  EXPECT_EQ(config.Lists().favourites[0].name, L"kept");
+}
+
+TEST_F(NoInstance, AnEmptyHistoryOfANewOneIsAnEmptyElement) {
+  SvcKivClass::SvcKivConfigImpl config({switches_, sender_, {}});
+  ASSERT_EQ(config.SetSessionAndInstance(1, 0), 0u);
+  ASSERT_EQ(config.WriteAttribute(L"2", L"ID", L"SourceData.SESSION.INSTANCE", L"0.0.1"), 0u);
+  ASSERT_EQ(config.SetSessionAndInstance(1, 2), 0u);
+  ASSERT_EQ(config.LoadEverything(), 0u);
+  EXPECT_EQ(config.WriteHistory(), 0u);
+  EXPECT_EQ(config.Save(), 0u);
+  EXPECT_NE(FileText().find("<INSTANCE ID=\"2\">\n      <DEFAULT>\n        <HISTORY_CMD />"),
+            std::string::npos)
+      << FileText();
+}
+
 }  // namespace
