@@ -16,7 +16,7 @@ static int run(const kiv_options* options) {
                   options->transport == KIV_TRANSPORT_SERIAL ? "serial port" : "socket");
     return kStatusFailed;
   }
-  if (root && (options->at_place != NULL)) {
+  if (root && (options->at_place != NULL || options->hci_place != NULL)) {
     (void)fprintf(stderr,
                   "kivagent: as root no port of a modem or controller is opened without "
                   "--allow-root\n");

@@ -33,6 +33,8 @@ static const char kHelp[] =
     "                  the shell of --shell full, run as 'sh -c LINE' (default: /bin/sh)\n"
     "  --shell-limits SECONDS,BYTES,PROCESSES\n"
     "                  of each line: time, output, processes (default: 60,4194304,64)\n"
+    "  --hci PORT      carry HCI packets to a Bluetooth controller (H4): a serial port, also\n"
+    "                  as PORT?baud=N, or unix:PATH\n"
     "  --data DIR      keep what outlives the agent in DIR (default: $KIV_DATA_DIR/kivagent,\n"
     "                  else $XDG_DATA_HOME/kivagent, else ~/.local/share/kivagent)\n"
     "  --name NAME     name that hosts show (default: this machine's name)\n"
@@ -52,6 +54,7 @@ enum {
   kShell,
   kShellProgram,
   kShellLimits,
+  kHci,
   kData,
   kName,
   kVariant,
@@ -70,6 +73,7 @@ static const struct option kLong[] = {{"stdio", no_argument, NULL, kStdio},
                                       {"shell", required_argument, NULL, kShell},
                                       {"shell-program", required_argument, NULL, kShellProgram},
                                       {"shell-limits", required_argument, NULL, kShellLimits},
+                                      {"hci", required_argument, NULL, kHci},
                                       {"data", required_argument, NULL, kData},
                                       {"name", required_argument, NULL, kName},
                                       {"variant", required_argument, NULL, kVariant},
@@ -188,6 +192,8 @@ static kiv_wish take(kiv_options* options, int option, bool* chosen) {
       return kiv_shell_read_limits(&options->shell.limits, optarg)
                  ? KIV_WISH_RUN
                  : wrong(options, "no limits", optarg);
+    case kHci:
+      return take_port(options, &options->hci_place, "no HCI port");
     case kData:
       options->data_folder = optarg;
       return KIV_WISH_RUN;

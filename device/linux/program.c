@@ -13,6 +13,7 @@
 #include "device/linux/board.h"
 #include "device/linux/channel_set.h"
 #include "device/linux/connection.h"
+#include "device/linux/hci_channel.h"
 #include "device/linux/notice.h"
 #include "device/linux/transport.h"
 
@@ -79,21 +80,44 @@ static bool has_room(void* context) {
   return program->session == NULL || kiv_queue_has_room_for_answers(&program->session->queue);
 }
 
+// A refused frame has no text, so a user would see nothing of it.
+static uint32_t take_port(void* context, const kiv_head* head, const uint8_t* body,
+                          uint32_t body_bytes) {
+  static const char kNoController[] =
+      "*** HCI: the device has no controller (kivagent --hci PORT)\n";
+  kiv_program* program = context;
+  kiv_channel_set* channels = &program->channels;
+  const uint32_t result = kiv_channel_set_take(channels, head, body, body_bytes);
+  if (result == KIV_RESULT_NOT_ENABLED && head->kind == KIV_SDT &&
+      head->id == kiv_channel_set_answer_id(channels, KIV_PORT_HCI)) {
+    answer(program, head->id, (const uint8_t*)kNoController, sizeof kNoController - 1);
+  }
+  return result;
+}
+
+// Null, when it was asked for, says that it cannot be had.
+static bool add_channel(kiv_program* program, kiv_port port, kiv_channel* channel) {
+  const kiv_channel_out out = {program, answer, has_room};
+  kiv_channel_set_add(&program->channels, port, channel, &out);
+  return channel != NULL;
+}
+
 // False when a port that was asked for cannot be had.
 static bool set_up_channels(kiv_program* program) {
-  const kiv_channel_out out = {program, answer, has_room};
+  const kiv_options* options = program->options;
   kiv_channel_set* channels = &program->channels;
-  channels->variant = program->options->variant;
-  kiv_channel_set_add(channels, KIV_PORT_AT,
-                      kiv_at_channel_new(program->options->at_place,
-                                         kiv_channel_set_answer_id(channels, KIV_PORT_AT)),
-                      &out);
-  const kiv_shell_options* shell = &program->options->shell;
-  if (shell->mode != KIV_SHELL_OFF) {
-    kiv_channel_set_add(channels, KIV_PORT_SHELL, kiv_shell_channel_new(shell), &out);
-    if (channels->channels[KIV_PORT_SHELL] == NULL) return false;
+  channels->variant = options->variant;
+  const uint32_t at_id = kiv_channel_set_answer_id(channels, KIV_PORT_AT);
+  const uint32_t hci_id = kiv_channel_set_answer_id(channels, KIV_PORT_HCI);
+  bool all = add_channel(program, KIV_PORT_AT, kiv_at_channel_new(options->at_place, at_id));
+  if (options->shell.mode != KIV_SHELL_OFF) {
+    all = add_channel(program, KIV_PORT_SHELL, kiv_shell_channel_new(&options->shell)) && all;
   }
-  return true;
+  if (options->hci_place != NULL) {
+    all =
+        add_channel(program, KIV_PORT_HCI, kiv_hci_channel_new(options->hci_place, hci_id)) && all;
+  }
+  return all;
 }
 
 static void set_up_agent(kiv_program* program) {
@@ -112,8 +136,8 @@ static void set_up_agent(kiv_program* program) {
   setup->command_context = &program->board;
   setup->reply_buffer = program->reply_buffer;
   setup->reply_bytes = sizeof program->reply_buffer;
-  setup->take_port = kiv_channel_set_take;
-  setup->port_context = &program->channels;
+  setup->take_port = take_port;
+  setup->port_context = program;
 }
 
 static void remove_connection(kiv_program* program, int index) {

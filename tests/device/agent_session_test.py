@@ -124,6 +124,8 @@ class Requests(AgentTest):
         self.peer.send(Head(frames.SDT, 0x7E0C, tag=3), bytes.fromhex("01030c00"))
         answer = self.peer.confirmation(3)
         self.assertEqual((answer.head.id, answer.head.result, answer.body), (0x7E0C, 704, b""))
+        self.assertEqual(self.peer.indication(0x7E0C).body,
+                         b"*** HCI: the device has no controller (kivagent --hci PORT)\n")
 
     def test_console_text_is_answered_that_there_is_no_shell(self):
         self.peer.send(Head(frames.RAW), b"ls\r\n")
