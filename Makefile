@@ -23,6 +23,7 @@ help:
 ## make run [ARGS="..."]     console against an agent on this machine
 run:
 	@scripts/build.sh run kiv kivagent kivcat kiv_share
+	@scripts/offer_cts.sh
 	@build/gcc/bin/kiv $(value ARGS)
 
 ## make build                everything that is installed, and the tests

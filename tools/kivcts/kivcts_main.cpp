@@ -1,0 +1,56 @@
+// kivcts: compiles a test configuration. `kivcts NAME.pcfg FOLDER` writes FOLDER/NAME.pcfg and, for
+// each index, FOLDER/pbin/NAME.pcfg.rt.INDEX: the folder is what a console's "ctscfg" wants.
+#include <cstdio>
+#include <string>
+#include <vector>
+
+#include "platform/os/error_text.h"
+#include "platform/os/safe_file.h"
+#include "platform/text/shown_text.h"
+#include "tools/kivcts/test_config.h"
+
+namespace {
+
+constexpr std::size_t kSourceLimitBytes = 16u << 20;
+constexpr char kUsage[] = "Usage: kivcts NAME.pcfg FOLDER\n";
+
+int Fail(const std::string& path, const std::string& problem) {
+  std::fputs(("kivcts: " + ShownLine(path) + ": " + ShownLine(problem) + "\n").c_str(), stderr);
+  return 1;
+}
+
+int Compile(const std::string& sourcePath, const std::string& folder) {
+  std::string source;
+  if (const int error = os::ReadWholeFile(sourcePath, kSourceLimitBytes, source); error != 0) {
+    return Fail(sourcePath, os::ErrorText(error));
+  }
+  std::vector<kivcts::Variation> variations;
+  std::string problem;
+  if (!kivcts::ReadTestConfig(source, variations, problem)) return Fail(sourcePath, problem);
+  const std::string name = sourcePath.substr(sourcePath.rfind('/') + 1);
+  if (const int error = os::MakeDirectories(folder + "/pbin"); error != 0) {
+    return Fail(folder, os::ErrorText(error));
+  }
+  for (const kivcts::Variation& variation : variations) {
+    const std::string path = folder + "/pbin/" + name + ".rt." + variation.index;
+    const int error = os::WriteFileSafely(path, variation.bytes);
+    if (error != 0) return Fail(path, os::ErrorText(error));
+  }
+  // The last, so that a build which sees it knows that the others are there.
+  const std::string path = folder + "/" + name;
+  const int error = os::WriteFileSafely(path, source);
+  return error == 0 ? 0 : Fail(path, os::ErrorText(error));
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  const std::vector<std::string> arguments(argv + (argc > 0 ? 1 : 0), argv + argc);
+  if (arguments.size() == 1 && (arguments[0] == "--help" || arguments[0] == "-h")) {
+    return std::fputs(kUsage, stdout) >= 0 && std::fflush(stdout) == 0 ? 0 : 1;
+  }
+  const bool isConfig = !arguments.empty() && arguments[0].ends_with(".pcfg");
+  if (arguments.size() == 2 && isConfig) return Compile(arguments[0], arguments[1]);
+  std::fputs(kUsage, stderr);
+  return 2;
+}
