@@ -113,6 +113,7 @@ bool ChannelAnswer::Confirmed(Channel channel, std::uint32_t result) {
   if (Of(channel).posts == 0) return false;
   Of(channel).confirmed = true;
   if (result != 0) isRefused_ = true;
+  if (refusal_ == 0) refusal_ = result;
   return true;
 }
 

@@ -57,6 +57,8 @@ class ChannelAnswer {
   bool Confirmed(Channel channel, std::uint32_t result);
 
   State GetState() const;
+  // First confirmation result that is not 0.
+  std::uint32_t GetRefusal() const { return refusal_; }
   // Whether there were bad news so far.
   bool IsFailed() const;
 
@@ -78,7 +80,8 @@ class ChannelAnswer {
   std::array<Progress, 6> progress_;
   std::string atLine_;         // what has come of a line that has no end yet
   bool isAtLineLong_ = false;  // too long for a final result code
-  bool isRefused_ = false;
+  bool isRefused_ = false;     // or bad news of a test case before its result
+  std::uint32_t refusal_ = 0;
 };
 
 }  // namespace kiv

@@ -260,6 +260,7 @@ int Console::WaitForChannels(const ViewEvent& line, const std::string& shown) {
       const bool hasShown = ShowAll();
       if (progress.state == State::kComplete || !hasShown) {
         watch_.Abandon();
+        if (progress.refusal != 0) Say(RefusedText(shown, progress.refusal));
         return progress.failed ? kCommandFailed : kDone;
       }
       held = Clock::now();

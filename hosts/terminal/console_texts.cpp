@@ -32,6 +32,10 @@ std::string LineNotConnectedText(const std::string& line) {
   return "kiv: not connected; '" + line + "' was not sent\n";
 }
 
+std::string RefusedText(const std::string& line, std::uint32_t result) {
+  return "kiv: the device refused '" + line + "': " + ShownText(result::Text(result).view()) + "\n";
+}
+
 std::string NothingSentText(const std::string& line) {
   return "kiv: nothing was sent for '" + line + "'\n";
 }

@@ -18,6 +18,8 @@ std::string NotConnectedText(const std::string& endpoint, std::uint32_t waitMs,
 std::string NoAnswerText(const std::string& line, std::uint32_t waitMs);
 // A line that a text channel took without a word and without a post: no device, or another reason.
 std::string LineNotConnectedText(const std::string& line);
+// The confirmation of a text channel's post, which the module swallows.
+std::string RefusedText(const std::string& line, std::uint32_t result);
 std::string NothingSentText(const std::string& line);
 std::string LinkLostText(const std::string& line);
 std::string LineTooLongText(std::size_t number);

@@ -48,7 +48,7 @@ void LinkWatch::EndLine(ViewEvent& outcome) {
 
 LinkWatch::ChannelProgress LinkWatch::Progress() const {
   const std::lock_guard lock(mutex_);
-  return {answer_.GetState(), answer_.IsFailed(), latest_};
+  return {answer_.GetState(), answer_.IsFailed(), answer_.GetRefusal(), latest_};
 }
 
 void LinkWatch::Abandon() {

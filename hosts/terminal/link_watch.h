@@ -37,6 +37,7 @@ class LinkWatch final : public devlink::LinkObserver {
   struct ChannelProgress {
     ChannelAnswer::State state;
     bool failed;
+    std::uint32_t refusal;                         // first confirmation result that is not 0
     std::chrono::steady_clock::time_point latest;  // the last post, or answer of these channels
   };
   ChannelProgress Progress() const;

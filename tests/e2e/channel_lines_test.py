@@ -195,6 +195,7 @@ class ChannelLines(BenchCase):
         for line in ("AT", "sh ls"):
             _, result = self.run_on(device, "-c", line)
             self.assertEqual(result.status, 1, result)
+            self.assertRegex(result.err, f"kiv: the device refused '{line}': .+\n")
             self.assertNotIn("no answer", result.err)
 
     def test_the_filter_hides_an_answer_but_not_its_end(self):

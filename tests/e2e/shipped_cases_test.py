@@ -14,10 +14,10 @@ ECHO = b"Every byte of this comes back."
 PARAMETERS = {
     ("cts_echo", "0"): ECHO,
     ("cts_echo", "1"): bytes.fromhex("007D7E0A0D1B2564FFFE"),
-    ("cts_memory", "0"): struct.pack("<II", 65536, 1),
-    ("cts_memory", "1"): struct.pack("<II", 16777216, 4),
-    ("cts_loop", "0"): struct.pack("<II", 10, 20),
-    ("cts_loop", "1"): struct.pack("<II", 100, 10),
+    ("cts_memory", "0"): struct.pack("<II", 64, 1),
+    ("cts_memory", "1"): struct.pack("<II", 16384, 4),
+    ("cts_loop", "0"): struct.pack("<III", 5, 20, 2000),
+    ("cts_loop", "1"): struct.pack("<III", 100, 10, 50),
 }
 
 

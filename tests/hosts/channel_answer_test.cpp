@@ -127,7 +127,11 @@ TEST(ChannelAnswer, ARefusedPostIsBadNewsAndWaitsForNoMark) {
        {Channel::kAt, Channel::kShell, Channel::kTestCase, Channel::kController}) {
     ChannelAnswer answer;
     answer.Posted(channel);
+    EXPECT_TRUE(answer.Confirmed(channel, 0));
+    EXPECT_EQ(answer.GetRefusal(), 0u);
     EXPECT_TRUE(answer.Confirmed(channel, 704));
+    EXPECT_TRUE(answer.Confirmed(channel, 705));
+    EXPECT_EQ(answer.GetRefusal(), 704u);
     EXPECT_EQ(answer.GetState(), State::kUntilSilent);
     EXPECT_TRUE(answer.IsFailed());
   }

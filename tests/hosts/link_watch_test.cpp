@@ -246,6 +246,7 @@ TEST_F(LinkWatchTest, RawTextAndFramesOfALineAreItsPosts) {
   EXPECT_EQ(watch.Progress().state, ChannelAnswer::State::kUntilSilent);
   HandOver({Cnf(0x7E0C, 0, 704)});
   EXPECT_TRUE(watch.Progress().failed);
+  EXPECT_EQ(watch.Progress().refusal, 704u);
 }
 
 TEST_F(LinkWatchTest, TextThatCouldNotBeWrittenIsNoPostOfTheLine) {
