@@ -9,7 +9,9 @@ find_package(pugixml 1.12 REQUIRED)
 find_path(KIV_ASIO_INCLUDE_DIR asio.hpp REQUIRED)
 add_library(kiv_asio INTERFACE)
 target_include_directories(kiv_asio SYSTEM INTERFACE ${KIV_ASIO_INCLUDE_DIR})
-target_compile_definitions(kiv_asio INTERFACE ASIO_STANDALONE)
+# Under clang its header finds out about aligned allocation only when a header of the standard library
+# came before it; then one object allocates in one way and another frees in the other.
+target_compile_definitions(kiv_asio INTERFACE ASIO_STANDALONE ASIO_DISABLE_STD_ALIGNED_ALLOC)
 target_link_libraries(kiv_asio INTERFACE Threads::Threads)
 
 find_path(KIV_DEFLATE_INCLUDE_DIR libdeflate.h REQUIRED)
