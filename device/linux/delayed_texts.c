@@ -9,8 +9,10 @@
 uint32_t kiv_delayed_push(kiv_delayed_texts* texts, const uint8_t* text, uint32_t text_bytes,
                           uint32_t delay_ms, int64_t now_ms) {
   if (delay_ms > KIV_CHANNEL_MAX_DELAY_MS) return KIV_RESULT_BAD_VALUE;
+  const uint32_t max_bytes =
+      texts->max_waiting_bytes == 0 ? KIV_CHANNEL_MAX_WAITING_BYTES : texts->max_waiting_bytes;
   if (texts->count >= KIV_CHANNEL_MAX_WAITING_TEXTS ||
-      text_bytes > KIV_CHANNEL_MAX_WAITING_BYTES - texts->waiting_bytes) {
+      text_bytes > max_bytes - texts->waiting_bytes) {
     return KIV_RESULT_BUSY;
   }
   kiv_delayed_text* item = malloc(sizeof *item + text_bytes);
@@ -47,10 +49,12 @@ kiv_delayed_text* kiv_delayed_take(kiv_delayed_texts* texts, int64_t now_ms) {
 }
 
 void kiv_delayed_clear(kiv_delayed_texts* texts) {
+  const uint32_t max_waiting_bytes = texts->max_waiting_bytes;
   while (texts->first != NULL) {
     kiv_delayed_text* item = texts->first;
     texts->first = item->next;
     free(item);
   }
   memset(texts, 0, sizeof *texts);
+  texts->max_waiting_bytes = max_waiting_bytes;
 }

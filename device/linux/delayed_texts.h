@@ -27,6 +27,7 @@ typedef struct kiv_delayed_texts {
   kiv_delayed_text* last;
   uint32_t count;
   uint32_t waiting_bytes;
+  uint32_t max_waiting_bytes;  // 0: KIV_CHANNEL_MAX_WAITING_BYTES
 } kiv_delayed_texts;
 
 // KIV_RESULT_OK, KIV_RESULT_BAD_VALUE for a delay over KIV_CHANNEL_MAX_DELAY_MS, KIV_RESULT_BUSY

@@ -33,7 +33,7 @@ typedef struct kiv_options {
   kiv_serial_port serial;  // of KIV_TRANSPORT_SERIAL
   const char* at_place;    // null: the built-in responder
   kiv_shell_options shell;
-  const char* hci_place;   // null: none
+  const char* hci_place;  // null: none
   const char* data_folder;
   char name[65];
   uint16_t variant;

@@ -15,6 +15,7 @@
 #include "device/linux/connection.h"
 #include "device/linux/hci_channel.h"
 #include "device/linux/notice.h"
+#include "device/linux/test_channel.h"
 #include "device/linux/transport.h"
 
 // One host in session, and a few that have not greeted yet.
@@ -110,6 +111,7 @@ static bool set_up_channels(kiv_program* program) {
   const uint32_t at_id = kiv_channel_set_answer_id(channels, KIV_PORT_AT);
   const uint32_t hci_id = kiv_channel_set_answer_id(channels, KIV_PORT_HCI);
   bool all = add_channel(program, KIV_PORT_AT, kiv_at_channel_new(options->at_place, at_id));
+  all = add_channel(program, KIV_PORT_TEST_CASE, kiv_test_channel_new()) && all;
   if (options->shell.mode != KIV_SHELL_OFF) {
     all = add_channel(program, KIV_PORT_SHELL, kiv_shell_channel_new(&options->shell)) && all;
   }

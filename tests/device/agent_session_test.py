@@ -43,7 +43,7 @@ class Greeting(AgentTest):
         self.assertEqual(answer.head.sequence, 0)
         self.assertEqual(len(hello.pop("fingerprint")), 8)
         self.assertEqual(hello, {"greeting": b"KIV-UNIT", "version": 1, "variant": 246,
-                                 "product": 38, "abilities": 0x030F, "name": b"bench-7",
+                                 "product": 38, "abilities": 0x034F, "name": b"bench-7",
                                  "token": b""})
 
     def test_sends_nothing_before_it_was_greeted(self):
@@ -116,7 +116,7 @@ class Requests(AgentTest):
         self.assertEqual(self.peer.ask(MEM_INFO, b"\x01").head.result, 702)
 
     def test_ports_that_are_not_there_say_so(self):
-        for ident in (0x500E, 0x7E0C, 0x500C):
+        for ident in (0x500E, 0x7E0C):
             self.assertEqual(self.peer.ask(ident, b"AT").head.result, 704, hex(ident))
         self.assertEqual(self.peer.ask(0x705).head.result, 700)
 

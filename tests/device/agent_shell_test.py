@@ -384,7 +384,3 @@ class Busybox(ShellTest):
         self.assertEqual(self.run_line("for i in 1 2 3; do echo line $i; done"),
                          b"line 1\nline 2\nline 3\n")
         self.assertEqual(self.run_line("no_such_command"), b"sh: no_such_command: not found\n")
-
-
-if __name__ == "__main__":
-    unittest.main()
