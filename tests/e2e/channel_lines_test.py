@@ -246,6 +246,23 @@ class ChannelLines(BenchCase):
         self.assertIn("***error: failed to find parameter config file: ", result.out)
         self.assertEqual(result.status, 1, result)
 
+    def test_the_agents_own_responder_answers_at_lines(self):
+        for line, last, status in (("AT", "OK", 0), ("AT+CSQ", "OK", 0), ("AT+NOPE", "ERROR", 1)):
+            with self.subTest(line=line):
+                result = self.kiv("-c", line)
+                self.assertEqual(result.status, status, result)
+                self.assertTrue(result.out.rstrip().removesuffix("\\x0d").endswith(last), result)
+
+    def test_the_agents_shell_answers_and_ends(self):
+        child = f"{self.child()} --shell full --allow-root"
+        result = self.kiv("-c", "sh echo hello", "-c", "sh echo again", link=child)
+        self.assertEqual((result.out, result.status), ("hello\nagain\n", 0), result)
+
+    def test_the_agents_shell_is_off_and_the_console_says_so(self):
+        result = self.kiv("-c", "sh echo hello")
+        self.assertEqual((result.out, result.status), ("", 1), result)
+        self.assertIn("kiv: the device refused 'sh echo hello': ", result.err)
+
     def cases(self, content=b"\xde\xad\xbe\xef"):
         """A folder with the test case "echo", index 0."""
         folder = self.folder / "cases"

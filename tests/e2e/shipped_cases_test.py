@@ -1,5 +1,6 @@
 """The test configurations that ship: compiled, given to a new user, sent to a device."""
 
+import hashlib
 import struct
 import subprocess
 import unittest
@@ -14,10 +15,10 @@ ECHO = b"Every byte of this comes back."
 PARAMETERS = {
     ("cts_echo", "0"): ECHO,
     ("cts_echo", "1"): bytes.fromhex("007D7E0A0D1B2564FFFE"),
-    ("cts_memory", "0"): struct.pack("<II", 64, 1),
-    ("cts_memory", "1"): struct.pack("<II", 16384, 4),
-    ("cts_loop", "0"): struct.pack("<III", 5, 20, 2000),
-    ("cts_loop", "1"): struct.pack("<III", 100, 10, 50),
+    ("cts_memory", "0"): struct.pack("<II", 65536, 1),
+    ("cts_memory", "1"): struct.pack("<II", 16777216, 4),
+    ("cts_loop", "0"): struct.pack("<II", 10, 20),
+    ("cts_loop", "1"): struct.pack("<II", 100, 10),
 }
 
 
@@ -62,6 +63,18 @@ class ShippedCases(BenchCase):
         self.assertEqual((self.cases / "cts_na.log").read_text().count("result: pass\n"),
                          len(PARAMETERS))
         self.assertEqual(sorted(str(file) for file in SHIPPED.rglob("*")), before)
+
+    def test_the_agent_runs_each_of_them(self):
+        self.offer()
+        for name, index in PARAMETERS:
+            with self.subTest(name=name, index=index):
+                result = self.kiv("--wait", "50000", "-c", f"cts {name} {index}")
+                self.assertEqual(result.status, 0, result)
+                self.assertIn("\nSent to UE successfully\n", result.out)
+                self.assertTrue(result.out.endswith("result: pass\n"), result)
+                if name == "cts_echo":
+                    digest = hashlib.sha256(PARAMETERS[name, index]).hexdigest()
+                    self.assertIn(digest, result.out.lower())
 
     def test_who_has_configured_a_folder_keeps_it(self):
         self.ini.parent.mkdir(parents=True)
