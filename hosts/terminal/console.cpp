@@ -39,7 +39,7 @@ int Console::Run() {
   interactive_ = !options_.HasScript() && os::ConsoleEvents::InputIsTerminal();
   facade_.Start(watch_, interactive_);
   int status = interactive_ ? RunInteractive() : RunBatch();
-  if (outputGone_) {
+  if (outputGone_ && !interrupted_ && !ended_) {
     os::WriteErr("kiv: standard output cannot be written\n");
     status = kCommandFailed;
   }
@@ -100,9 +100,9 @@ int Console::RunInteractive() {
     os::ConsoleEvents::Ready ready;
     if (!WaitForEvent(std::nullopt, true, &ready)) {
       if (!interrupted_) break;
-      interrupted_ = false;  // the terminal has dropped the typed text: a new prompt
+      ForgetInterrupt();  // the terminal has dropped the typed text: a new prompt
       promptShown_ = false;
-      os::WriteOut("\n");
+      Put("\n");
       continue;
     }
     if (!ready.input) continue;
@@ -114,12 +114,17 @@ int Console::RunInteractive() {
     RunLines(source, status);
     if (interrupted_) {
       source = LineSource();  // what was typed ahead is not wanted any more
-      os::WriteOut("\n");
+      Put("\n");
     }
-    interrupted_ = false;
+    ForgetInterrupt();
   }
-  if (!outputGone_ && !ended_ && !quit_) os::WriteOut("\n");
+  if (!outputGone_ && !ended_ && !quit_) Put("\n");
   return kDone;
+}
+
+void Console::ForgetInterrupt() {
+  interrupted_ = false;
+  events_.ForgetInterrupt();
 }
 
 std::chrono::milliseconds Console::Wait() const {
@@ -331,7 +336,17 @@ void Console::Show(const ViewEvent& event) {
 void Console::Write(const std::string& text) {
   if (text.empty()) return;
   HidePrompt();
-  if (!os::WriteOut(text.back() == '\n' ? text : text + "\n")) outputGone_ = true;
+  Put(text.back() == '\n' ? text : text + "\n");
+}
+
+// Standard output that nobody reads must not keep from ending: what a signal asks for is seen here.
+void Console::Put(std::string_view bytes) {
+  const os::Written written = os::WriteOut(bytes);
+  if (written == os::Written::kFailed) outputGone_ = true;
+  if (written != os::Written::kGivenUp) return;
+  const os::ConsoleEvents::Ready now = events_.Wait(0, false);
+  if (now.interrupt) interrupted_ = true;
+  if (now.terminate) ended_ = true;
 }
 
 void Console::Say(const std::string& text) {
@@ -344,13 +359,13 @@ void Console::HidePrompt() {
   promptShown_ = false;
   const char* const terminal = std::getenv("TERM");
   const bool canErase = terminal != nullptr && std::strcmp(terminal, "dumb") != 0;
-  os::WriteOut(canErase ? "\r\x1b[K" : "\n");
+  Put(canErase ? "\r\x1b[K" : "\n");
 }
 
 void Console::ShowPrompt() {
   if (promptShown_) return;
   promptShown_ = true;
-  if (!os::WriteOut(kPrompt)) outputGone_ = true;
+  Put(kPrompt);
 }
 
 int Console::WordHelp() {

@@ -12,6 +12,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include "hosts/terminal/console_options.h"
 #include "hosts/terminal/facade_thread.h"
@@ -43,6 +44,7 @@ class Console {
 
   int RunBatch();
   int RunInteractive();
+  void ForgetInterrupt();
   bool WaitForLink();
   std::chrono::milliseconds Wait() const;
   // Runs what `source` has; false when the console is to end.
@@ -67,6 +69,7 @@ class Console {
   bool ShowAll();
   void Show(const ViewEvent& event);
   void Write(const std::string& text);
+  void Put(std::string_view bytes);
   void Say(const std::string& text);
   void HidePrompt();
   void ShowPrompt();

@@ -126,6 +126,11 @@ std::optional<int> ReadOptions(const QStringList& arguments, ConsoleOptions& opt
   options.waitMs = wait;
   options.settleMs = settle.value_or(options.settleMs);
   options.setup.endpoint = TextOf(parser, "link");
+  // Else a script whose variable is empty would run its lines on this machine.
+  if (options.setup.endpoint && options.setup.endpoint->IsEmpty()) {
+    output = "kiv: --link wants an endpoint, not an empty text\n";
+    return kWrongUsage;
+  }
   options.setup.catalogue = TextOf(parser, "catalogue");
   options.setup.configDir = TextOf(parser, "config-dir");
   for (const QString& line : parser.values(QStringLiteral("command"))) {

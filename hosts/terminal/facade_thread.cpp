@@ -101,6 +101,8 @@ void FacadeThread::RunHere(std::uint64_t number, const std::wstring& line) {
   watch_->BeginLine(number);
   SvcKiv::GetDiagCmdResponse(line.c_str(), reply);
   watch_->EndLine(event);
+  // The module refuses a line by what it was told of the link, which may be behind the link.
+  if (!isConnected_) event.linkDown = true;
   event.takenByChannel = reply == kSentinel;
   event.channelSpoke = hasSpoken_;
   event.channelFailed = hasFailed_;
@@ -123,7 +125,11 @@ void FacadeThread::ListHistory(std::uint64_t number) {
 
 void FacadeThread::SetConnected(bool connected) {
   QMetaObject::invokeMethod(
-      context_, [connected] { SvcKiv::SetUEConnectStatus(connected ? 1 : 0); },
+      context_,
+      [this, connected] {
+        isConnected_ = connected;
+        SvcKiv::SetUEConnectStatus(connected ? 1 : 0);
+      },
       Qt::QueuedConnection);
 }
 

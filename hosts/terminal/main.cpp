@@ -34,8 +34,8 @@ int main(int argc, char** argv) {
   kiv::ConsoleOptions options;
   std::string output;
   if (const auto status = kiv::ReadOptions(arguments, options, output)) {
-    const bool written = *status == kiv::kDone ? os::WriteOut(output) : os::WriteErr(output);
-    if (written) return *status;
+    const os::Written written = *status == kiv::kDone ? os::WriteOut(output) : os::WriteErr(output);
+    if (written == os::Written::kAll) return *status;
     os::WriteErr("kiv: standard output cannot be written\n");
     return kiv::kCommandFailed;
   }

@@ -1,5 +1,6 @@
 #include "platform/devlink/endpoint.h"
 
+#include <algorithm>
 #include <charconv>
 #include <optional>
 
@@ -92,6 +93,10 @@ Endpoint ParseExec(std::string_view rest) {
 
 Endpoint ParseUnix(std::string_view rest) {
   if (rest.empty()) return Problem("it names no path");
+  if (rest.size() > MaxUnixPathBytes()) {
+    return Problem("a path of more than " + std::to_string(MaxUnixPathBytes()) +
+                   " bytes cannot be a socket's");
+  }
   Endpoint endpoint;
   endpoint.kind = EndpointKind::kUnix;
   endpoint.path = rest;
@@ -147,10 +152,17 @@ std::string TakeOption(Endpoint& endpoint, std::string_view text) {
 
 // What stands behind the first "?".
 Endpoint TakeOptions(Endpoint endpoint, std::string_view text) {
+  std::vector<std::string_view> seen;
   for (bool more = true; more;) {
     const std::size_t end = text.find('&');
-    const std::string problem = TakeOption(endpoint, text.substr(0, end));
+    const std::string_view option = text.substr(0, end);
+    const std::string_view name = option.substr(0, option.find('='));
+    const std::string problem = TakeOption(endpoint, option);
     if (!problem.empty()) return Problem(problem);
+    if (std::find(seen.begin(), seen.end(), name) != seen.end()) {
+      return Problem("it says " + std::string(name) + " twice");
+    }
+    seen.push_back(name);
     more = end != text.npos;
     if (more) text.remove_prefix(end + 1);
   }

@@ -16,6 +16,7 @@
 // Threads: pure functions. Errors: ParseEndpoint answers a reason for a person, one line.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -42,6 +43,9 @@ struct Endpoint {
 };
 
 Endpoint ParseEndpoint(std::string_view text);
+
+// The longest path that a Unix socket can have on this system.
+std::size_t MaxUnixPathBytes();
 
 // Why the text is no endpoint, one line in UTF-8; empty for one that can be tried. For a host that
 // refuses a mistyped link before it starts anything.

@@ -77,8 +77,9 @@ class LinkObserver {
   // came.
   virtual void OnNotice(const char* line, std::size_t lengthBytes) = 0;
   virtual void OnMessage(const TapMessage& message) = 0;
-  // A post that OnMessage announced could not be written; `status` is what the caller of the post
-  // gets. On the posting thread, like the announcement.
+  // A post could not be written, or was refused because there is no session (then OnMessage did
+  // not announce it); `status` is what the caller of the post gets. On the posting thread, like the
+  // announcement.
   virtual void OnPostFailed(std::uint16_t tag, std::uint32_t cmdId, std::uint32_t status) = 0;
   // ReceiveCmd returned for this batch: whatever it had to show has been shown.
   virtual void OnHandedOver(const ReceivedPacket* records, std::uint32_t count) = 0;

@@ -24,14 +24,17 @@ FrameHead LinkWriter::NewHead(const OutMessage& message) const {
 std::uint32_t LinkWriter::Post(const OutMessage& message) {
   if (message.body.size() > kMaxBodyBytes) return result::kPacketTooLong;
   const std::lock_guard lock(writeMutex_);
-  if (closed_ || !sessionUp_) return result::kLinkDown;
+  // Told under the lock: whoever has detached the writer knows that no call-back runs any more.
+  LinkObserver* const observer = Observer();
+  if (closed_ || !sessionUp_) {
+    if (observer != nullptr) observer->OnPostFailed(message.tag, message.id, result::kLinkDown);
+    return result::kLinkDown;
+  }
   if (!line_.Reserve(EncodedBytesAtMost(std::min(message.body.size(), kMaxPayloadBytes)))) {
     return result::kNoMemory;
   }
   Tap(Direction::kToDevice, NewHead(message), message.body);
   const std::uint32_t status = WriteLocked(message);
-  // Still under the lock: whoever has detached the writer knows that no call-back runs any more.
-  LinkObserver* const observer = Observer();
   if (status != result::kOk && observer != nullptr) {
     observer->OnPostFailed(message.tag, message.id, status);
   }

@@ -55,11 +55,8 @@ class UnixOpener : public TransportOpener {
     const std::string what = "cannot connect to \"unix:" + path_ + "\"";
     sockaddr_un address = {};
     address.sun_family = AF_UNIX;
-    if (path_.size() >= sizeof(address.sun_path)) {
-      problem = what + ": the path is longer than a socket's name may be";
-      return UniqueFd();
-    }
-    std::memcpy(address.sun_path, path_.data(), path_.size());
+    // What is longer is no endpoint.
+    std::memcpy(address.sun_path, path_.data(), std::min(path_.size(), MaxUnixPathBytes()));
     UniqueFd socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
     if (!socket.Valid() || ::connect(socket.Get(), reinterpret_cast<const sockaddr*>(&address),
                                      sizeof(address)) != 0) {
@@ -88,6 +85,8 @@ class SerialOpener : public TransportOpener {
 };
 
 }  // namespace
+
+std::size_t MaxUnixPathBytes() { return sizeof(sockaddr_un{}.sun_path) - 1; }
 
 std::unique_ptr<TransportOpener> MakeOpener(asio::io_context& io, const Endpoint& endpoint,
                                             ErrorLineHandler errorLine) {

@@ -35,6 +35,8 @@ class KIVPLATFORM_API ConsoleEvents {
   // `withInput`.
   Ready Wait(int timeoutMs, bool withInput);
   void Wake();
+  // A Ctrl-C that Wait has told is over: writes wait for their reader again.
+  void ForgetInterrupt();
   // Appends what is there to `bytes`; false at the end of input, or when it cannot be read.
   bool ReadInput(std::string& bytes);
   // The system's error number when it could not be read, else 0.
@@ -53,10 +55,18 @@ class KIVPLATFORM_API ConsoleEvents {
 // number. To be called before anything is opened.
 KIVPLATFORM_API void FillStandardDescriptors();
 
-// Writes all of it to standard output or standard error, whatever the process's locale; false when
-// the other side is gone or the device is full.
-KIVPLATFORM_API bool WriteOut(std::string_view bytes);
-KIVPLATFORM_API bool WriteErr(std::string_view bytes);
+// What became of a write.
+enum class Written {
+  kAll,
+  kFailed,   // the other side is gone, or the device is full
+  kGivenUp,  // nobody reads, and a signal asked for an end: Wait tells which
+};
+
+// Writes all of it to standard output or standard error, whatever the process's locale. Waits for a
+// reader that takes its time, but after a signal for at most half a second in all. On the thread of
+// the ConsoleEvents, or without one.
+KIVPLATFORM_API Written WriteOut(std::string_view bytes);
+KIVPLATFORM_API Written WriteErr(std::string_view bytes);
 
 // Ends the process at once with `status`, without waiting for its threads.
 [[noreturn]] KIVPLATFORM_API void ExitNow(int status);

@@ -3,8 +3,12 @@
 #include <signal.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
+#include <chrono>
+#include <climits>
+#include <optional>
 
 #include "platform/os/console_events.h"
 
@@ -14,6 +18,7 @@ namespace {
 // What a signal handler may touch: flags, and the write end of the wake-up pipe.
 std::atomic<bool> interrupted{false};
 std::atomic<bool> terminated{false};
+std::atomic<bool> hurried{false};  // by either, until it is forgotten
 std::atomic<int> wakeDescriptor{-1};
 
 void WakeThrough(int descriptor) {
@@ -26,6 +31,7 @@ void WakeThrough(int descriptor) {
 
 void OnSignal(int number) {
   (number == SIGINT ? interrupted : terminated).store(true, std::memory_order_relaxed);
+  hurried.store(true, std::memory_order_relaxed);
   WakeThrough(wakeDescriptor.load(std::memory_order_relaxed));
 }
 
@@ -36,20 +42,50 @@ void Handle(int number, void (*handler)(int)) {
   ::sigaction(number, &action, nullptr);
 }
 
-bool WriteAll(int descriptor, std::string_view bytes) {
+using Clock = std::chrono::steady_clock;
+
+// So long after a signal writes still wait for a reader.
+constexpr std::chrono::milliseconds kPatience{500};
+// A signal may be handled by another thread, which ends no wait of this one.
+constexpr int kLookAgainMs = 50;
+// A pipe of which poll says that it has room takes so many at once.
+constexpr std::size_t kSureBytes = PIPE_BUF;
+
+// When the patience of writes ends; of the thread that writes.
+std::optional<Clock::time_point> patienceEnd;
+
+bool IsPatient() {
+  if (!hurried.load(std::memory_order_relaxed)) {
+    patienceEnd.reset();
+    return true;
+  }
+  if (!patienceEnd) patienceEnd = Clock::now() + kPatience;
+  return Clock::now() < *patienceEnd;
+}
+
+// Whether kSureBytes can be written, or a fault told, without waiting.
+bool WaitForRoom(int descriptor) {
+  pollfd ready = {descriptor, POLLOUT, 0};
+  for (;;) {
+    const bool patient = IsPatient();
+    if (::poll(&ready, 1, patient ? kLookAgainMs : 0) > 0) return true;
+    if (!patient) return false;
+  }
+}
+
+// In pieces that a pipe with any room takes whole, so that no write blocks for want of a reader.
+Written WriteAll(int descriptor, std::string_view bytes) {
   while (!bytes.empty()) {
-    const ssize_t written = ::write(descriptor, bytes.data(), bytes.size());
+    if (!WaitForRoom(descriptor)) return Written::kGivenUp;
+    const ssize_t written =
+        ::write(descriptor, bytes.data(), std::min<std::size_t>(bytes.size(), kSureBytes));
     if (written > 0) {
       bytes.remove_prefix(static_cast<std::size_t>(written));
-    } else if (written < 0 && (errno == EAGAIN || errno == EWOULDBLOCK)) {
-      pollfd ready = {descriptor, POLLOUT, 0};
-      ::poll(&ready, 1, -1);
-      if (terminated.load(std::memory_order_relaxed)) return false;
-    } else if (written >= 0 || errno != EINTR || terminated.load(std::memory_order_relaxed)) {
-      return false;
+    } else if (written == 0 || (errno != EINTR && errno != EAGAIN && errno != EWOULDBLOCK)) {
+      return Written::kFailed;
     }
   }
-  return true;
+  return Written::kAll;
 }
 
 }  // namespace
@@ -90,6 +126,10 @@ ConsoleEvents::Ready ConsoleEvents::Wait(int timeoutMs, bool withInput) {
 
 void ConsoleEvents::Wake() { WakeThrough(wakeWrite_); }
 
+void ConsoleEvents::ForgetInterrupt() {
+  if (!terminated.load(std::memory_order_relaxed)) hurried.store(false, std::memory_order_relaxed);
+}
+
 bool ConsoleEvents::ReadInput(std::string& bytes) {
   char block[16384];
   const ssize_t got = ::read(STDIN_FILENO, block, sizeof block);
@@ -115,8 +155,8 @@ void FillStandardDescriptors() {
   }
 }
 
-bool WriteOut(std::string_view bytes) { return WriteAll(STDOUT_FILENO, bytes); }
-bool WriteErr(std::string_view bytes) { return WriteAll(STDERR_FILENO, bytes); }
+Written WriteOut(std::string_view bytes) { return WriteAll(STDOUT_FILENO, bytes); }
+Written WriteErr(std::string_view bytes) { return WriteAll(STDERR_FILENO, bytes); }
 
 void ExitNow(int status) { ::_exit(status); }
 

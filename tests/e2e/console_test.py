@@ -1,5 +1,6 @@
 """The console against the agent: whole texts, statuses, and the same text each way."""
 
+import fcntl
 import json
 import os
 import platform
@@ -8,6 +9,8 @@ import signal
 import socket
 import struct
 import subprocess
+import sys
+import termios
 import time
 import unittest
 
@@ -309,6 +312,36 @@ class Interrupting(BenchCase):
         wait_for(lambda: len(os.listdir(f"/proc/{process.pid}/task")) > 2, "its threads run")
         os.kill(process.pid, signal.SIGTERM)
         self.assertEqual(process.wait(timeout=60), 130)
+
+    def test_a_signal_ends_a_console_whose_output_nobody_reads(self):
+        for number in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP):
+            process = self.start([KIV, "--wait", "60000", "--link", self.child(), "-c",
+                                  "link_fault 6,1000000", "-c", "link_fault 2,0,5", "-c", "time_read"],
+                                 stdin=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+            self.wait_until_full(process.stdout)
+            os.kill(process.pid, number)
+            # Nobody reads meanwhile.
+            self.assertEqual(process.wait(timeout=20), 130, number)
+
+    def test_a_signal_while_the_output_is_full_is_130_also_when_the_reader_comes_back(self):
+        process = self.start([KIV, "--wait", "60000", "--link", self.child(), "-c",
+                              "link_fault 6,1000000", "-c", "link_fault 2,0,5", "-c", "time_read"],
+                             stdin=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+        self.wait_until_full(process.stdout)
+        os.kill(process.pid, signal.SIGTERM)
+        while process.stdout.read1(65536):
+            pass
+        self.assertEqual(process.wait(timeout=60), 130)
+
+    @staticmethod
+    def wait_until_full(pipe):
+        """Until a write would not be taken any more; the pipe keeps what it has."""
+        size = fcntl.fcntl(pipe, fcntl.F_GETPIPE_SZ)
+
+        def is_full():
+            waiting = fcntl.ioctl(pipe, termios.FIONREAD, b"\0" * 4)
+            return int.from_bytes(waiting, sys.byteorder) > size - 3 * 4096
+        wait_for(is_full, "the pipe is full")
 
     def test_a_reader_that_goes_away_ends_the_console(self):
         process = self.start([KIV, "--link", self.child()])

@@ -58,6 +58,12 @@ class LinkLoss(BenchCase):
         result = self.kiv("--wait", "300", "-c", "sys_info", link=device.endpoint)
         self.assertEqual((result.status, result.out), (4, ""), result)
 
+    def test_a_line_that_is_refused_because_the_link_is_down_always_gives_status_4(self):
+        device = self.device(lambda d, head, body: None, greets_and_closes=True)
+        for _ in range(12):
+            result = self.kiv("--wait", "3000", "-c", "sys_info", link=device.endpoint)
+            self.assertEqual(result.status, 4, result)
+
     def test_a_confirmation_with_a_result_and_no_body_shows_its_text_and_fails(self):
         device = self.device(lambda d, head, body: d.confirm(head, b"", 700))
         result = self.kiv("-c", "nv_read 5", link=device.endpoint)

@@ -20,12 +20,13 @@ class ScriptedDevice:
     """
 
     def __init__(self, path, answer, name=b"scripted", fingerprint=b"", greet=True,
-                 versions=(248, 0)):
+                 versions=(248, 0), greets_and_closes=False):
         self.endpoint = f"unix:{path}"
         self.received = []  # (head, body) of every request
         self.greetings = 0
         self._answer, self._name, self._fingerprint, self._greet = answer, name, fingerprint, greet
         self._versions = versions  # variant and product
+        self._greets_and_closes = greets_and_closes
         self._listener = socket.socket(socket.AF_UNIX)
         self._listener.bind(str(path))
         self._listener.listen()
@@ -103,6 +104,8 @@ class ScriptedDevice:
                         self._sequence = 0
                         self.send(frames.Head(frames.HELLO, tag=head.tag),
                                   greeting_body(self._name, self._fingerprint, self._versions))
+                    if self._greets_and_closes:
+                        return
                 elif head.kind == frames.KEEP_ALIVE:
                     self.send(frames.Head(frames.KEEP_ALIVE, tag=head.tag), bytes(20))
                 else:

@@ -58,6 +58,14 @@ TEST(ConsoleOptions, KeepALineThatBeginsWithADash) {
   EXPECT_EQ(read.options.lines, std::vector<std::string>{"-x 1"});
 }
 
+TEST(ConsoleOptions, RefuseAnEmptyLinkInsteadOfTakingTheDefaultOne) {
+  for (const QStringList& arguments : {QStringList{"--link", ""}, QStringList{"--link="}}) {
+    const Read read = ReadFrom(arguments);
+    EXPECT_EQ(read.status, kWrongUsage);
+    EXPECT_EQ(read.output, "kiv: --link wants an endpoint, not an empty text\n");
+  }
+}
+
 TEST(ConsoleOptions, RefuseWhatIsNoOption) {
   const Read read = ReadFrom({"--lnik", "x"});
   EXPECT_EQ(read.status, kWrongUsage);

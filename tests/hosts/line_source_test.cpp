@@ -46,7 +46,9 @@ TEST(LineSource, HandsOutNothingBeforeALineEnds) {
 }
 
 TEST(LineSource, GivesTheSameLinesWhereverTheBytesAreCut) {
-  const std::string bytes = "\xEF\xBB\xBF" "a \xC3\xA4\r\nb\n\nlast";
+  const std::string bytes =
+      "\xEF\xBB\xBF"
+      "a \xC3\xA4\r\nb\n\nlast";
   const Lines whole = WholeInput(bytes);
   ASSERT_EQ(whole, (Lines{L"a \u00e4", L"b", L"", L"last"}));
   for (std::size_t cut = 0; cut <= bytes.size(); ++cut) {
@@ -66,7 +68,8 @@ TEST(LineSource, DropsAByteOrderMarkOnlyInFrontOfTheFirstLine) {
 }
 
 TEST(LineSource, ReplacesWhatIsNotUtf8AndNul) {
-  EXPECT_EQ(WholeInput(std::string("a\xFFz\0b\n", 6)), (Lines{L"a\xFFFDz\xFFFD" L"b"}));
+  EXPECT_EQ(WholeInput(std::string("a\xFFz\0b\n", 6)), (Lines{L"a\xFFFDz\xFFFD"
+                                                              L"b"}));
 }
 
 TEST(LineSource, RefusesALineBeyondTheLimitAndGoesOnBehindIt) {

@@ -170,6 +170,24 @@ TEST_F(LinkWatchTest, APostThatCouldNotBeWrittenIsNotWaitedFor) {
   EXPECT_TRUE(outcome.linkDown);
 }
 
+TEST_F(LinkWatchTest, APostThatWasRefusedWithoutASessionSaysThatTheLinkIsDown) {
+  Up();
+  watch.BeginLine(1);
+  watch.OnPostFailed(1, 5, 3207);
+  const ViewEvent outcome = End();
+  EXPECT_EQ(outcome.posts, 0u);
+  EXPECT_TRUE(outcome.linkDown);
+}
+
+TEST_F(LinkWatchTest, APostThatFailedElsewhereSaysNothingOfTheLine) {
+  Up();
+  watch.OnPostFailed(1, 5, 3207);
+  watch.BeginLine(1);
+  std::thread([this] { watch.OnPostFailed(1, 5, 3207); }).join();
+  watch.OnPostFailed(1, 5, 500);
+  EXPECT_FALSE(End().linkDown);
+}
+
 TEST_F(LinkWatchTest, AnAbandonedLineIsNotAnsweredLater) {
   Up();
   watch.BeginLine(1);

@@ -43,6 +43,7 @@ TEST(Endpoint, TakesTheRestOfUnixAsThePath) {
   const auto endpoint = ParseEndpoint("unix:/tmp/a b'c");
   EXPECT_EQ(endpoint.kind, EndpointKind::kUnix);
   EXPECT_EQ(endpoint.path, "/tmp/a b'c");
+  EXPECT_EQ(ParseEndpoint("unix:" + std::string(107, 'x')).problem, "");
 }
 
 TEST(Endpoint, TakesHostAndPortOfTcp) {
@@ -108,6 +109,7 @@ const Bad kBadLinks[] = {
     {"exec:a \"b\\\"", ": a \" is not closed"},
     {"exec:a b\\", ": it ends in a backslash"},
     {"unix:", ": it names no path"},
+    {"unix:" + std::string(108, 'x'), ": a path of more than 107 bytes cannot be a socket's"},
     {"tcp:", ": it names no port"},
     {"tcp:board", ": it names no port"},
     {"tcp:[::1]", ": it names no port"},
@@ -132,6 +134,9 @@ const Bad kBadLinks[] = {
     {"serial:x?baud=4294967296", ": baud is no number from 1 to 4294967295"},
     {"serial:x?baud=9600 ", ": baud is no number from 1 to 4294967295"},
     {"serial:x?baud=9600&", ": there is no option \"\""},
+    {"serial:x?baud=1&baud=2", ": it says baud twice"},
+    {"serial:x?baud=1&flow=none&baud=1", ": it says baud twice"},
+    {"tcp:board:80?token-file=a&token-file=b", ": it says token-file twice"},
     {"serial:x?flow=xonxoff", ": flow is none or rtscts"},
     {"serial:x?parity=even", ": there is no option \"parity\""},
 };
