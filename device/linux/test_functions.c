@@ -11,6 +11,8 @@ enum { kEchoLineBytes = 16, kWordsAStep = 128 * 1024, kPatterns = 5 };
 __attribute__((format(printf, 2, 3))) static void say(kiv_test_run* run, const char* format, ...) {
   va_list values;
   va_start(values, format);
+  // With several files in one run clang-tidy 14 loses the line above.
+  // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized)
   (void)vsnprintf(run->line, sizeof run->line, format, values);
   va_end(values);
 }
