@@ -22,7 +22,7 @@ declare -A packages=(
   [full]="clang libclang-rt-dev llvm clang-format clang-tidy"
 )
 # Peers that are only unpacked, and the libraries that these need.
-declare -A peers=([check]="openssh-server")
+declare -A peers=([check]="openssh-server iaxmodem bluez-test-tools")
 declare -A peer_libraries=([check]="libaudit1 libcom-err2 libcrypt1 libgssapi-krb5-2 libkrb5-3
   libpam0g libselinux1 libssl3 libsystemd0 libwrap0 zlib1g")
 
