@@ -1,6 +1,7 @@
 #include "hosts/terminal/facade_thread.h"
 
 #include <cwchar>
+#include <string>
 #include <string_view>
 #include <utility>
 
@@ -22,6 +23,17 @@ constexpr wchar_t kSentinel[] = L"\x1\x2kiv: nobody has answered yet\x2\x1";
 std::wstring_view FirstWord(std::wstring_view line) {
   line.remove_prefix(std::min(line.find_first_not_of(L' '), line.size()));
   return line.substr(0, line.find(L' '));
+}
+
+// Modems and terminals end a line with carriage returns in front of its line feed: these would only
+// clutter what is shown.
+std::string WithPlainLineEnds(std::string_view text) {
+  std::string plain;
+  for (const char each : text) {
+    if (each == '\n') plain.erase(plain.find_last_not_of('\r') + 1);
+    plain += each;
+  }
+  return plain;
 }
 
 }  // namespace
@@ -172,7 +184,7 @@ void FacadeThread::OnMessage(SvcKivMsgType kind, void* payload) {
     case SvcKivSpace::kAt:
     case SvcKivSpace::kText:
     case SvcKivSpace::kShell:
-      event.text = ShownUtf8(static_cast<const char*>(payload));
+      event.text = ShownUtf8(WithPlainLineEnds(static_cast<const char*>(payload)));
       PoolFree(payload);
       break;
   }

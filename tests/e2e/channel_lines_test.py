@@ -121,6 +121,11 @@ class ChannelLines(BenchCase):
         self.assertIn("\\x1b]0;mine\\x07 \ufffd\ufffd\\x01", result.out)
         self.assertNotIn("\x1b", result.out)
 
+    def test_line_ends_of_modems_are_shown_as_plain_ones(self):
+        device = self.device([(AT_ANSWER, b"AT\r\r\n+X: a\rb\r\n\r\nOK\r\n")])
+        _, result = self.run_on(device, "-c", "AT")
+        self.assertEqual(result.out, "AT\n+X: a\\x0db\n\nOK\n")
+
     def slow_device(self, pieces, **options):
         """A device that confirms first and then sends each of `pieces`, (id, text), a while apart."""
 
@@ -158,12 +163,12 @@ class ChannelLines(BenchCase):
 
     def test_an_answer_without_its_end_is_no_answer(self):
         device = self.device([(AT_ANSWER, b"\r\n+CSQ: 20\r\n"), (SHELL_ANSWER, b"half\n")])
-        for line, text in (("AT+CSQ", "+CSQ: 20"), ("sh x", "half"), ("at", "+CSQ: 20")):
+        for line, text in (("AT+CSQ", "+CSQ: 20"), ("sh x", "half")):
             with self.subTest(line=line):
-                result = self.kiv("--wait", "1000", "-c", line, link=device.endpoint)
+                result = self.kiv("--wait", "2500", "-c", line, link=device.endpoint)
                 self.assertEqual(result.status, 3, result)
                 self.assertIn(text, result.out)
-                self.assertIn(f"kiv: no answer to '{line}' within 1000 ms\n", result.err)
+                self.assertIn(f"kiv: no answer to '{line}' within 2500 ms\n", result.err)
 
     def test_a_controllers_answer_ends_with_silence(self):
         device = self.slow_device([(HCI, b"04 0e 04 01"), (HCI, b"04 0f 04 00")], versions=(246, 0))
@@ -235,7 +240,7 @@ class ChannelLines(BenchCase):
                 device = self.slow_device([(TEST_TEXT, b"pattern 0x55"), (TEST_TEXT, last)])
                 _, result = self.run_on(device, "-c", f"ctscfg {cases}", "-c", "cts echo 0")
                 self.assertEqual(result.status, status, result)
-                self.assertTrue(result.out.endswith(f"pattern 0x55\n{last.decode()}\n"), result)
+                self.assertIn(f"pattern 0x55\n{last.decode()}\n", result.out)
                 device.close()
                 (self.folder / "device").unlink()
 
@@ -251,7 +256,7 @@ class ChannelLines(BenchCase):
             with self.subTest(line=line):
                 result = self.kiv("-c", line)
                 self.assertEqual(result.status, status, result)
-                self.assertTrue(result.out.rstrip().removesuffix("\\x0d").endswith(last), result)
+                self.assertTrue(result.out.endswith(f"\n{last}\n"), result)
 
     def test_the_agents_shell_answers_and_ends(self):
         child = f"{self.child()} --shell full --allow-root"
