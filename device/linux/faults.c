@@ -44,7 +44,6 @@ bool kiv_faults_set(kiv_faults* faults, uint8_t kind, uint32_t amount, uint32_t 
   const kind_range* range = &kRanges[kind];
   if (amount < range->min || amount > range->max) return false;
   if (range->meets_commands && (commands == 0 || commands > KIV_FAULTS_MAX_COMMANDS)) return false;
-  faults->just_set = true;
   const bool indicates = kind == KIV_FAULTS_BURST || kind == KIV_FAULTS_STREAM;
   if (!indicates) {
     faults->kind = kind;
@@ -78,10 +77,6 @@ static bool hold_back(kiv_faults* faults, const kiv_head* head, const uint8_t* b
 
 bool kiv_faults_pass(kiv_faults* faults, kiv_head* head, const uint8_t* body, uint32_t* body_bytes,
                      int64_t now_ms) {
-  if (faults->just_set) {
-    faults->just_set = false;
-    return true;
-  }
   if (faults->commands == 0) return true;
   const uint8_t kind = faults->kind;
   ++faults->met;

@@ -44,7 +44,6 @@ typedef struct kiv_faults {
   uint32_t amount;
   uint32_t commands;
   uint32_t met;          // commands that met one in this session
-  bool just_set;         // the confirmation of the request that set it is next, and meets none
   uint32_t burst_left;   // indications still to come at once,
   uint32_t stream_left;  // or as the host takes them
   uint32_t number;       // of the last of them; 1 is the first
@@ -58,7 +57,8 @@ void kiv_faults_reset(kiv_faults* faults);
 // KIV_FAULTS_NONE ends both. False, and nothing changes, for an unknown kind or a value out of its
 // range.
 bool kiv_faults_set(kiv_faults* faults, uint8_t kind, uint32_t amount, uint32_t commands);
-// Every confirmation passes by here on its way out. False when it must not be sent now; else head
+// Every confirmation passes by here on its way out, but for those of requests that ask for faults.
+// False when it must not be sent now; else head
 // and length may have been changed.
 bool kiv_faults_pass(kiv_faults* faults, kiv_head* head, const uint8_t* body, uint32_t* body_bytes,
                      int64_t now_ms);

@@ -9,6 +9,8 @@
 #include <sys/timerfd.h>
 #include <unistd.h>
 
+#include "board_catalogue.h"
+#include "device/core/bytes.h"
 #include "device/linux/at_channel.h"
 #include "device/linux/board.h"
 #include "device/linux/channel_set.h"
@@ -62,11 +64,21 @@ static void on_session(void* context, kiv_connection* connection, bool accepted)
   end_session(program);
 }
 
+// Whether it confirms a request for faults, routed or not, and whatever became of it.
+static bool is_of_faults(const kiv_head* head, const uint8_t* body, uint32_t body_bytes) {
+  if (head->id != KIV_ROUTED_ID) return head->id == KIV_CMD_LINK_FAULT;
+  kiv_reader route = kiv_reader_of(body, body_bytes);
+  (void)kiv_read_u32(&route);
+  (void)kiv_read_u32(&route);
+  return kiv_read_u16(&route) == KIV_CMD_LINK_FAULT;
+}
+
 static bool on_confirmation(void* context, kiv_head* head, const uint8_t* body,
                             uint32_t* body_bytes) {
   kiv_program* program = context;
   kiv_notice(KIV_NOTICE_DEBUG, "command 0x%" PRIx32 ", tag %" PRIu16 ": result %" PRIu32, head->id,
              head->tag, head->result);
+  if (is_of_faults(head, body, *body_bytes)) return true;
   // The millisecond that has begun does not count, so that nothing is confirmed too early.
   return kiv_faults_pass(&program->board.faults, head, body, body_bytes, kiv_board_now_ms() + 1);
 }

@@ -272,6 +272,16 @@ class LinkFaults(CommandTest):
         self.fault(SHORT_BODY, 500)
         self.assertEqual(self.answer(TIME_READ), (0, 0))
 
+    def test_a_link_fault_that_is_refused_meets_none_and_is_not_counted(self):
+        self.fault(RESULT, 4243, 2)
+        self.assertEqual(self.answer(LINK_FAULT, struct.pack("<BII", 9, 0, 0)), (703, 0))
+        self.assertEqual(self.answer(LINK_FAULT, b"\1"), (701, 0))
+        self.assertEqual(self.answer(LINK_FAULT, bytes(10)), (702, 0))
+        routed = struct.pack("<I4xH2x24x", 7, LINK_FAULT) + struct.pack("<BII", 9, 0, 0)
+        self.assertEqual(self.answer(0x7000, routed), (703, 36))
+        self.assertEqual([self.answer() for _ in range(3)], [(4243, 0), (4243, 0), (0, 28)])
+        self.assertEqual(self.fault(NONE), (NONE, 0, 2))
+
     def test_none_ends_what_was_asked_for(self):
         self.fault(SILENCE, 0, 1000)
         self.assertEqual(self.fault(NONE), (NONE, 0, 0))

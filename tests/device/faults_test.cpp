@@ -17,11 +17,8 @@ class Faults : public testing::Test {
   Faults() { kiv_faults_reset(&faults_); }
   ~Faults() override { kiv_faults_reset(&faults_); }
 
-  // Sets a fault and lets the confirmation of that request pass.
   bool Set(uint8_t kind, uint32_t amount, uint32_t commands) {
-    if (!kiv_faults_set(&faults_, kind, amount, commands)) return false;
-    EXPECT_EQ(Pass(0), "0 sent 0 abcdef");
-    return true;
+    return kiv_faults_set(&faults_, kind, amount, commands);
   }
 
   // What becomes of a confirmation with result 0 and the body "abcdef".
@@ -134,7 +131,6 @@ TEST_F(Faults, OfCommandsAndOfIndicationsStandBesideEachOther) {
   ASSERT_TRUE(Set(KIV_FAULTS_SILENCE, 0, 1));
   EXPECT_EQ(kiv_faults_take_indication(&faults_, 0), 1u);
   ASSERT_TRUE(kiv_faults_set(&faults_, KIV_FAULTS_BURST, 1, 0));
-  EXPECT_EQ(Pass(1), "1 sent 0 abcdef");  // of the request itself
   EXPECT_EQ(Pass(2), "kept");
   EXPECT_EQ(kiv_faults_take_indication(&faults_, 5000), 1u);
   EXPECT_EQ(kiv_faults_take_indication(&faults_, 0), 0u);
