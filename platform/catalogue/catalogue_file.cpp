@@ -5,6 +5,7 @@
 
 #include "platform/base/result_codes.h"
 #include "platform/catalogue/catalogue_schema.h"
+#include "platform/catalogue/catalogue_writer.h"
 #include "platform/catalogue/structure_loader.h"
 #include "platform/os/file_stamp.h"
 
@@ -124,12 +125,12 @@ bool ReadCommandRow(const SqliteStatement& row, Model& model) {
   command.listed = (flags & kFlagListed) != 0;
   command.combined = CombinedOf(flags);
   const std::uint32_t lastId = model.commands.empty() ? 0 : model.commands.back().id;
-  const bool good = row.Number(0) == static_cast<std::int64_t>(model.commands.size()) + 1 &&
-                    id >= lastId && id <= INT64_C(0xFFFFFFFF) &&
-                    ReadStructureIndex(row, 6, model, command.request) &&
-                    ReadStructureIndex(row, 7, model, command.confirmation) &&
-                    ReadStructureIndex(row, 8, model, command.indication) &&
-                    ParseFingerprint(row.Text(9), command.fingerprint);
+  const bool good =
+      row.Number(0) == static_cast<std::int64_t>(model.commands.size()) + 1 && id >= lastId &&
+      id <= INT64_C(0xFFFFFFFF) && ReadStructureIndex(row, 6, model, command.request) &&
+      ReadStructureIndex(row, 7, model, command.confirmation) &&
+      ReadStructureIndex(row, 8, model, command.indication) &&
+      ParseFingerprint(row.Text(9), command.fingerprint) && flags == FlagsOf(model, command);
   if (good) model.commands.push_back(std::move(command));
   return good;
 }
@@ -143,7 +144,11 @@ std::uint32_t ReadCommands(const SqliteFile& file, Model& model) {
   while (status == 0 && (status = rows.Step()) == 0) {
     if (!ReadCommandRow(rows, model)) return kDamaged;
   }
-  return status == SqliteStatement::kDone ? 0 : status;
+  if (status != SqliteStatement::kDone) return status;
+  std::int64_t count = 0;
+  status = ReadNumber(file, "SELECT commands FROM about", count);
+  if (status != 0) return status;
+  return count == static_cast<std::int64_t>(model.commands.size()) ? 0 : kDamaged;
 }
 
 std::uint32_t ReadCombinedTexts(const SqliteFile& file, Model& model) {

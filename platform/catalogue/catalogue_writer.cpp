@@ -13,17 +13,6 @@ std::uint32_t KindOfBody(const Model& model, std::int32_t structure) {
   return IsTextStructure(model.structures[static_cast<std::size_t>(structure)].name) ? 2 : 1;
 }
 
-std::int64_t FlagsOf(const Model& model, const Command& command) {
-  std::uint32_t flags = 0;
-  if (command.listed) flags |= kFlagListed;
-  if (command.IsSendable()) flags |= kFlagSendable;
-  if (command.combined == Combined::kNone) flags |= kFlagCombinedNone;
-  if (command.combined == Combined::kListed) flags |= kFlagCombinedListed;
-  flags |= KindOfBody(model, command.confirmation) << kShiftCnfKind;
-  flags |= KindOfBody(model, command.indication) << kShiftIndKind;
-  return flags;
-}
-
 // Ids in the file count from 1.
 std::int64_t IdOf(std::size_t index) { return static_cast<std::int64_t>(index) + 1; }
 
@@ -198,6 +187,17 @@ class Writer {
 };
 
 }  // namespace
+
+std::int64_t FlagsOf(const Model& model, const Command& command) {
+  std::uint32_t flags = 0;
+  if (command.listed) flags |= kFlagListed;
+  if (command.IsSendable()) flags |= kFlagSendable;
+  if (command.combined == Combined::kNone) flags |= kFlagCombinedNone;
+  if (command.combined == Combined::kListed) flags |= kFlagCombinedListed;
+  flags |= KindOfBody(model, command.confirmation) << kShiftCnfKind;
+  flags |= KindOfBody(model, command.indication) << kShiftIndKind;
+  return flags;
+}
 
 std::uint32_t WriteCatalogue(const Model& model, std::string& bytes) {
   bytes.clear();

@@ -12,6 +12,9 @@
 
 namespace catalogue {
 
+// What stands in command.flags of the file (catalogue_schema.h).
+std::int64_t FlagsOf(const Model& model, const Command& command);
+
 // The model is laid out and sealed.
 KIVPLATFORM_API std::uint32_t WriteCatalogue(const Model& model, std::string& bytes);
 

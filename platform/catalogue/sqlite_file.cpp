@@ -118,6 +118,11 @@ std::uint32_t SqliteFile::Serialize(std::string& bytes) {
   if (copy == nullptr) return result::kNoMemory;
   const std::unique_ptr<unsigned char, decltype(&sqlite3_free)> owned(copy, &sqlite3_free);
   bytes.assign(reinterpret_cast<const char*>(copy), static_cast<std::size_t>(lengthBytes));
+  // The version that wrote it, big-endian, where SQLite itself puts it in a file: not in memory.
+  const auto version = static_cast<std::uint32_t>(sqlite3_libversion_number());
+  for (std::size_t i = 0; i < kVersionBytes && kVersionOffset + i < bytes.size(); ++i) {
+    bytes[kVersionOffset + i] = static_cast<char>(version >> (24 - 8 * i));
+  }
   return result::kOk;
 }
 

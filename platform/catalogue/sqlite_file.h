@@ -10,6 +10,7 @@
 // damaged.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -17,6 +18,10 @@
 
 struct sqlite3;
 struct sqlite3_stmt;
+
+// Where a file says which version of SQLite wrote it.
+inline constexpr std::size_t kVersionOffset = 96;
+inline constexpr std::size_t kVersionBytes = 4;
 
 // A catalogue file opened for reading only, with everything switched off that a file could abuse.
 class SqliteFile {

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include <functional>
 #include <string>
 
 #include "platform/catalogue/catalogue_writer.h"
@@ -154,6 +155,67 @@ TEST_F(KivcatProgram, CheckTakesACompiledCatalogueToo) {
   bytes.resize(bytes.size() / 2);
   const std::string damaged = folder_.Write("damaged.kcat", bytes);
   ExpectFailure({"check", damaged}, damaged + ": the catalogue file is damaged\n");
+}
+
+// A damaged catalogue may not even be shown: its source could break the rules of sources.
+TEST_F(KivcatProgram, ACompiledCatalogueOfWhichABitIsWrongIsRefused) {
+  const std::string good = KivcatFolder::Read(BoardCompiled());
+  std::uint32_t random = 7;
+  for (int i = 0; i < 60; ++i) {
+    random = random * 1664525u + 1013904223u;
+    const std::size_t bit = random % (good.size() * 8);
+    // Of a file of another version of SQLite not all bytes can be judged.
+    if (bit / 8 >= 96 && bit / 8 < 100) continue;
+    std::string bytes = good;
+    bytes[bit / 8] = static_cast<char>(bytes[bit / 8] ^ (1 << bit % 8));
+    const std::string path = folder_.Write("flipped.kcat", bytes);
+    for (const std::string command : {"check", "show"}) {
+      const CallResult call = Kivcat({command, path});
+      EXPECT_EQ(call.status, 1) << bit;
+      EXPECT_EQ(call.output, "") << bit;
+      EXPECT_TRUE(call.errorOutput.starts_with(path + ": ")) << bit << call.errorOutput;
+    }
+    EXPECT_EQ(Kivcat({"diff", BoardCompiled(), path}).status, 2) << bit;
+  }
+}
+
+// As another version of SQLite would write it: what it says is judged, its bytes are not.
+TEST_F(KivcatProgram, ACompiledCatalogueIsHeldToTheRulesOfSources) {
+  const struct {
+    std::function<void(catalogue::Model&)> change;
+    const char* reason;
+  } rows[] = {
+      {[](catalogue::Model&) {}, nullptr},
+      {[](catalogue::Model& m) { m.commands[0].name = "two words"; },
+       "\"name\" must be a letter or _, then letters, digits and _, at most 80 characters"},
+      {[](catalogue::Model& m) { m.structures[2].fields[0].name = "int"; },
+       "a field cannot be called \"int\", which is a word of C"},
+      {[](catalogue::Model& m) { m.structures[2].fields[0].name = "text"; },
+       "the field \"text\" stands twice in this type"},
+      {[](catalogue::Model& m) { m.commands[0].name = "other"; },
+       "the catalogue file is damaged: its fingerprint is "},
+      {[](catalogue::Model& m) { m.fingerprint ^= 1; },
+       "the catalogue file is damaged: its fingerprint is "},
+      {[](catalogue::Model& m) { m.commands[1].fingerprint ^= 1; },
+       "the catalogue file is damaged: ~ command put fingerprint: "},
+      {[](catalogue::Model& m) { m.commands[1].text = "\xE9"; },
+       "the catalogue file is damaged: ~ command put text: "},
+  };
+  for (const auto& row : rows) {
+    catalogue::Model model;
+    kivcat::Faults faults("small");
+    ASSERT_TRUE(kivcat::LoadSource(kSmall, model, faults)) << faults.Text();
+    row.change(model);
+    std::string bytes;
+    ASSERT_EQ(catalogue::WriteCatalogue(model, bytes), 0u);
+    bytes.replace(96, 4, 4, '\0');
+    const std::string path = folder_.Write("small.kcat", bytes);
+    const CallResult call = Kivcat({"check", path});
+    EXPECT_EQ(call.status, row.reason == nullptr ? 0 : 1);
+    if (row.reason == nullptr) continue;
+    EXPECT_TRUE(call.errorOutput.starts_with(path + ": " + row.reason)) << call.errorOutput;
+    EXPECT_EQ(Kivcat({"show", "--source", path}).output, "");
+  }
 }
 
 TEST_F(KivcatProgram, BuildGivesTheSameBytesEachTime) {

@@ -3,10 +3,9 @@
 #include <cerrno>
 #include <cstring>
 
-#include "platform/base/result_codes.h"
-#include "platform/catalogue/catalogue_file.h"
 #include "platform/os/safe_file.h"
 #include "platform/text/shown_text.h"
+#include "tools/kivcat/compiled_checker.h"
 #include "tools/kivcat/source_checker.h"
 
 namespace kivcat {
@@ -20,11 +19,6 @@ std::string ReadFile(const std::string& path, std::string& content) {
   if (error == 0) return {};
   const char* reason = error == EINVAL ? "not a regular file" : std::strerror(error);
   return ShownLine(path) + ": " + reason + "\n";
-}
-
-std::string LoadCompiled(const std::string& path, LoadedCatalogue& loaded) {
-  const std::uint32_t status = catalogue::ReadCatalogue(path, loaded.model);
-  return status == 0 ? "" : ShownLine(path) + ": " + result::Text(status).ToUtf8() + "\n";
 }
 
 std::string LoadJson(const std::string& path, const std::string& json, LoadedCatalogue& loaded) {
@@ -47,7 +41,7 @@ std::string LoadCatalogue(const std::string& path, LoadedCatalogue& loaded) {
   std::string content;
   std::string reason = ReadFile(path, content);
   if (!reason.empty()) return reason;
-  if (content.starts_with(kCompiledStart)) return LoadCompiled(path, loaded);
+  if (content.starts_with(kCompiledStart)) return LoadCompiled(path, content, loaded);
   return LoadJson(path, content, loaded);
 }
 

@@ -24,6 +24,8 @@ class Faults {
   std::size_t ErrorCount() const noexcept { return errorCount_; }
   // One line each. Beyond 100 the rest is counted in a last line.
   std::string Text() const;
+  // Likewise without the places, which say nothing to a reader who has no source.
+  std::string TextWithoutPlaces() const;
 
  private:
   // One thing that is wrong, and where.
@@ -31,6 +33,7 @@ class Faults {
     SourcePlace place;
     std::string reason;
   };
+  std::string Lines(bool withPlaces) const;
 
   std::string fileName_;
   std::vector<Fault> faults_;
