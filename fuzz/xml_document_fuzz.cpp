@@ -57,9 +57,11 @@ void Merge(const pugi::xml_document (&documents)[3], bool isSmall) {
       {L"SourceData.LIST", MergeKind::kAppended, nullptr},
       {L"SourceData.WHOLE", MergeKind::kWhole, nullptr},
   };
+  const std::vector<xml_config::UnsetValue> unset = {{nullptr, L""}};
   const std::string ours = Essence(documents[1].document_element());
   xml_merge::Merge(documents[0].document_element(), documents[1].document_element(),
-                   documents[2].document_element(), rules);
+                   documents[2].document_element(), {rules, unset},
+                   isSmall ? xml_merge::Descent::kGoesOn : xml_merge::Descent::kBeganAnew);
   Require(ours == Essence(documents[1].document_element()));
   if (isSmall) Require(!well_formed::FindFault(xml_document::Serialise(documents[2])));
 }

@@ -82,4 +82,8 @@ std::vector<xml_config::MergeRule> SettingsMergeRules() {
   };
 }
 
+std::vector<xml_config::UnsetValue> UnsetSettingValues() {
+  return {{nullptr, L""}, {nullptr, L"0"}, {L"AUTO_INTELLISENSE", L"1"}};
+}
+
 }  // namespace SvcKivClass

@@ -16,4 +16,7 @@ QCString StartingDocument();
 // entry by entry, every other list as a whole.
 std::vector<xml_config::MergeRule> SettingsMergeRules();
 
+// What the fields of a value that is missing in the file hold, and a store adds.
+std::vector<xml_config::UnsetValue> UnsetSettingValues();
+
 }  // namespace SvcKivClass

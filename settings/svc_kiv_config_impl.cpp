@@ -50,6 +50,7 @@ SvcKivConfigImpl::SvcKivConfigImpl(SvcKivConfigParts parts)
   options.startingText = StartingDocument();
   options.rootTag = kRootTag;
   options.mergeRules = SettingsMergeRules();
+  options.unsetValues = UnsetSettingValues();
   document_ = openXml_(path_, std::move(options));
   TellNotice();
 }

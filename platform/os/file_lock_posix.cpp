@@ -9,6 +9,8 @@
 #include <chrono>
 #include <thread>
 
+#include "platform/os/file_stamp.h"
+
 namespace os {
 namespace {
 
@@ -71,6 +73,24 @@ void FileLock::Release() {
   SetLock(file_.number(), F_UNLCK, kQueueByte);
   SetLock(file_.number(), F_UNLCK, kLockByte);
   file_.Reset(-1);
+}
+
+std::uint64_t FileLock::CountBegun() const {
+  struct stat status {};
+  if (!file_.isOpen() || fstat(file_.number(), &status) != 0) return 0;
+  return static_cast<std::uint64_t>(status.st_size);
+}
+
+int FileLock::NoteBegun() {
+  if (!file_.isOpen()) return EBADF;
+  if (lseek(file_.number(), 0, SEEK_END) < 0) return errno;
+  return ErrorOf(
+      RetryWhenInterrupted([&] { return system_calls::Write(file_.number(), "\n", 1); }));
+}
+
+std::uint64_t FileLock::CountBegun(const std::string& mappedPath) {
+  FileStamp stamp;
+  return StampOf(mappedPath, stamp) == 0 ? stamp.sizeBytes : 0;
 }
 
 }  // namespace os

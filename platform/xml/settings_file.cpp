@@ -5,12 +5,10 @@
 #include <utility>
 
 #include "platform/os/error_text.h"
-#include "platform/os/file_lock.h"
 #include "platform/os/kept_copies.h"
 #include "platform/os/safe_file.h"
 #include "platform/xml/well_formed.h"
 #include "platform/xml/xml_document.h"
-#include "platform/xml/xml_merge.h"
 
 using xml_config::OpenAs;
 using Kind = StoredDocument::Kind;
@@ -67,6 +65,7 @@ StoredDocument SettingsFile::LoadOwn() {
   if (stored.error != 0) {
     stored.kind = Kind::kUnreadable;
   } else {
+    begun_ = os::FileLock::CountBegun(LockPath());
     stored = StoredDocument::Read(path_, rootTag_);
   }
   if (stored.kind == Kind::kBroken) stored = Recover(std::move(stored));
@@ -87,7 +86,10 @@ StoredDocument SettingsFile::Starting() const {
 StoredDocument SettingsFile::Recover(StoredDocument broken) {
   os::FileLock lock;
   int error = lock.Acquire(LockPath(), options_.lockWaitMs);
-  if (error == 0) broken = StoredDocument::Read(path_, rootTag_);
+  if (error == 0) {
+    begun_ = lock.CountBegun();
+    broken = StoredDocument::Read(path_, rootTag_);
+  }
   if (broken.kind != Kind::kBroken) return broken;
   StoredDocument instead = ReadCopy();
   if (instead.kind == Kind::kUnreadable) return instead;
@@ -99,7 +101,10 @@ StoredDocument SettingsFile::Recover(StoredDocument broken) {
                    : " and could not be set aside: " + os::ErrorText(error)) +
        (isCopy ? ". The last good copy is used." : ". The default settings are used."));
   if (!isCopy) instead = Starting();
-  if (error == 0) mustWrite_ = os::WriteFileSafely(path_, instead.bytes, Rights()) != 0;
+  if (error == 0) {
+    NoteBegun(lock);
+    mustWrite_ = os::WriteFileSafely(path_, instead.bytes, Rights()) != 0;
+  }
   return instead;
 }
 
@@ -131,7 +136,7 @@ int SettingsFile::TrySave(const pugi::xml_document& document) {
     error = os::MakeDirectories(DirectoryOf(path_));
     if (error == 0) error = lock.Acquire(LockPath(), options_.lockWaitMs);
   }
-  return error != 0 ? error : SaveOwn(document, view);
+  return error != 0 ? error : SaveOwn(document, view, lock);
 }
 
 // Without the lock: nothing is changed, and files are replaced as one.
@@ -141,15 +146,28 @@ bool SettingsFile::IsSavedAlready(const std::string& view) const {
   return os::ReadWholeFile(path_, xml_document::kMaxBytes, bytes) == 0 && bytes == savedFile_;
 }
 
-int SettingsFile::SaveOwn(const pugi::xml_document& document, const std::string& view) {
+// A count that could not be written is one that others miss: what they know may then stay away.
+void SettingsFile::NoteBegun(os::FileLock& lock) {
+  lock.NoteBegun();
+  begun_ = lock.CountBegun();
+}
+
+int SettingsFile::SaveOwn(const pugi::xml_document& document, const std::string& view,
+                          os::FileLock& lock) {
   StoredDocument theirs;
   bool isTheFile = true;
   if (const int error = ReadTheirs(theirs, isTheFile)) return error;
-  const std::string merged = Merged(document, view, theirs);
+  const bool goesOn = lock.CountBegun() == begun_;
+  const std::string merged =
+      Merged(document, view, theirs,
+             goesOn ? xml_merge::Descent::kGoesOn : xml_merge::Descent::kBeganAnew);
   if (isTheFile && merged == theirs.bytes && !mustWrite_) {
     NoteSaved(merged, view);
+    begun_ = lock.CountBegun();
     return 0;
   }
+  const bool isAnew = !isTheFile || theirs.kind != Kind::kSound;
+  if (isAnew) lock.NoteBegun();
   // Without a copy the file is as safe as with one, only less can be got back if it breaks.
   os::GoodCopy copy;
   if (isTheFile && theirs.kind == Kind::kSound) copy.Prepare(path_, CopyPath());
@@ -157,6 +175,7 @@ int SettingsFile::SaveOwn(const pugi::xml_document& document, const std::string&
   if (error == 0) {
     copy.Keep();
     copy_ = CopyStamp();
+    begun_ = lock.CountBegun();
   }
   return error;
 }
@@ -179,16 +198,18 @@ int SettingsFile::ReadTheirs(StoredDocument& theirs, bool& isTheFile) {
 }
 
 std::string SettingsFile::Merged(const pugi::xml_document& ours, const std::string& view,
-                                 StoredDocument& theirs) {
+                                 StoredDocument& theirs, xml_merge::Descent descent) {
   if (theirs.kind == Kind::kMissing) return view;
   if (!triedFile_.empty() && theirs.bytes == triedFile_) NoteSaved(triedFile_, triedView_);
-  if (view == savedView_) return theirs.bytes;
+  const bool goesOn = descent == xml_merge::Descent::kGoesOn;
+  if (view == savedView_ && goesOn) return theirs.bytes;
   if (fileIsView_ && theirs.bytes == savedFile_) return view;
   pugi::xml_document base;
   const auto parsed = xml_document::Parse(savedView_, rootTag_, base);
   if (parsed.outcome == xml_document::Outcome::kNoMemory) throw std::bad_alloc();
   xml_merge::Merge(base.document_element(), ours.document_element(),
-                   theirs.document.document_element(), options_.mergeRules);
+                   theirs.document.document_element(), {options_.mergeRules, options_.unsetValues},
+                   descent);
   return xml_document::Serialise(theirs.document);
 }
 

@@ -7,13 +7,16 @@
 // Threads: one. Owns nothing but texts. Errors: error numbers; see the methods.
 #pragma once
 
+#include <cstdint>
 #include <pugixml.hpp>
 #include <string>
 
+#include "platform/os/file_lock.h"
 #include "platform/os/file_stamp.h"
 #include "platform/os/safe_file.h"
 #include "platform/xml/stored_document.h"
 #include "platform/xml/xml_config.h"
+#include "platform/xml/xml_merge.h"
 
 // See the head of this file.
 class SettingsFile {
@@ -34,15 +37,16 @@ class SettingsFile {
   StoredDocument Starting() const;
   StoredDocument Recover(StoredDocument broken);
   StoredDocument ReadCopy();
+  void NoteBegun(os::FileLock& lock);
 
   int TrySave(const pugi::xml_document& document);
-  int SaveOwn(const pugi::xml_document& document, const std::string& view);
+  int SaveOwn(const pugi::xml_document& document, const std::string& view, os::FileLock& lock);
   bool IsSavedAlready(const std::string& view) const;
   // What the file has now. A broken one is set aside first; then it is what the last good copy has,
   // or what this process knows, whichever is newer.
   int ReadTheirs(StoredDocument& theirs, bool& isTheFile);
   std::string Merged(const pugi::xml_document& ours, const std::string& view,
-                     StoredDocument& theirs);
+                     StoredDocument& theirs, xml_merge::Descent descent);
   int Write(const std::string& content, const std::string& view);
   void NoteSaved(std::string file, std::string view);
   os::FileStamp CopyStamp() const;
@@ -68,6 +72,10 @@ class SettingsFile {
   bool mustWrite_ = false;  // the file is not known to be on the disk with what it should have
 
   os::FileStamp copy_;  // the last good copy then: it is older than `savedFile_`
+
+  // How often the file had begun anew then (os::FileLock). When it has done so since, what the file
+  // lacks was not removed: it was lost.
+  std::uint64_t begun_ = 0;
 
   // What a save tried to write that failed: it may have come about nevertheless.
   std::string triedFile_, triedView_;

@@ -53,6 +53,12 @@ struct MergeRule {
   const wchar_t* key;  // of kByAttribute, else null
 };
 
+// What a store writes for a value that was missing in the file and that nobody set.
+struct UnsetValue {
+  const wchar_t* attribute;  // null: any
+  const wchar_t* value;
+};
+
 // How a file is opened.
 enum class OpenAs {
   kOwn,       // a missing file is a new document from the starting text; broken ones are set aside
@@ -65,7 +71,8 @@ struct Options {
   QCString startingText = {};  // the document of a new file; empty: the root alone
   QCString rootTag = L"SourceData";
   std::vector<MergeRule> mergeRules = {};
-  std::uint32_t lockWaitMs = 5000;  // how long Save waits for another process that saves
+  std::vector<UnsetValue> unsetValues = {};  // yield to what another process has set meanwhile
+  std::uint32_t lockWaitMs = 5000;           // how long Save waits for another process that saves
 };
 
 }  // namespace xml_config

@@ -54,11 +54,26 @@ void AppendAll(pugi::xml_node parent, const Nodes& nodes) {
   for (const pugi::xml_node node : nodes) Checked(parent.append_copy(node));
 }
 
-void MergeAttributes(pugi::xml_node base, pugi::xml_node ours, pugi::xml_node theirs) {
+// An attribute as a store adds it that never read or set its value.
+struct Unset {
+  std::string attribute;  // empty: any
+  std::string value;
+};
+
+bool IsUnset(const std::vector<Unset>& unset, pugi::xml_attribute attribute) {
+  return std::any_of(unset.begin(), unset.end(), [&](const Unset& row) {
+    return (row.attribute.empty() || row.attribute == attribute.name()) &&
+           row.value == attribute.value();
+  });
+}
+
+void MergeAttributes(pugi::xml_node base, pugi::xml_node ours, pugi::xml_node theirs,
+                     const std::vector<Unset>& unset) {
   for (const pugi::xml_attribute now : ours.attributes()) {
     const pugi::xml_attribute before = base.attribute(now.name());
     if (before && std::string_view(before.value()) == now.value()) continue;
     pugi::xml_attribute target = theirs.attribute(now.name());
+    if (target && !before && IsUnset(unset, now)) continue;
     if (!target) target = theirs.append_attribute(now.name());
     Checked(target.set_value(now.value()));
   }
@@ -100,11 +115,17 @@ Counts Surplus(Counts from, const Counts& than) {
   return from;
 }
 
-void MergeAppended(pugi::xml_node base, pugi::xml_node ours, pugi::xml_node theirs) {
+void MergeAppended(pugi::xml_node base, pugi::xml_node ours, pugi::xml_node theirs,
+                   Descent descent) {
   const Counts before = CountEntries(base), now = CountEntries(ours);
   Counts removed = Surplus(before, now), added = Surplus(now, before);
   for (const pugi::xml_node entry : ChildrenOf(theirs)) {
     if (TakeOne(removed, xml_document::Serialise(entry))) theirs.remove_child(entry);
+  }
+  if (descent == Descent::kBeganAnew) {
+    for (const auto& [entry, count] : Surplus(now, CountEntries(theirs))) {
+      added[entry] = std::max(added[entry], count);
+    }
   }
   // Of equal entries the later ones are the new ones.
   const Nodes entries = ChildrenOf(ours);
@@ -118,8 +139,12 @@ void MergeAppended(pugi::xml_node base, pugi::xml_node ours, pugi::xml_node thei
 // Walks the three documents together.
 class Merger {
  public:
-  explicit Merger(const std::vector<xml_config::MergeRule>& rules) {
-    for (const xml_config::MergeRule& rule : rules) {
+  Merger(const Rules& rules, Descent descent) : descent_(descent) {
+    for (const xml_config::UnsetValue& row : rules.unsetValues) {
+      unset_.push_back({row.attribute != nullptr ? os::WideToUtf8(row.attribute) : std::string(),
+                        os::WideToUtf8(row.value)});
+    }
+    for (const xml_config::MergeRule& rule : rules.elements) {
       rules_[os::WideToUtf8(rule.tagPath)] = {
           rule.kind, rule.key != nullptr ? os::WideToUtf8(rule.key) : std::string()};
     }
@@ -128,9 +153,9 @@ class Merger {
   // `base` may be null: then all of ours is new.
   void Element(pugi::xml_node base, pugi::xml_node ours, pugi::xml_node theirs,
                const std::string& tagPath) const {
-    MergeAttributes(base, ours, theirs);
+    MergeAttributes(base, ours, theirs, unset_);
     const Rule rule = RuleFor(tagPath);
-    if (rule.kind == MergeKind::kAppended) return MergeAppended(base, ours, theirs);
+    if (rule.kind == MergeKind::kAppended) return MergeAppended(base, ours, theirs, descent_);
     if (rule.kind == MergeKind::kWhole) {
       return MergeAsOne({ChildrenOf(base), ChildrenOf(ours), ChildrenOf(theirs)}, theirs);
     }
@@ -187,7 +212,9 @@ class Merger {
     }
     if (!group.ours.empty()) {
       // Removed by them, if it was there: it stays so unless we have changed it.
-      if (TextOf(group.base) != TextOf(group.ours)) AppendAll(theirParent, group.ours);
+      if (descent_ == Descent::kBeganAnew || TextOf(group.base) != TextOf(group.ours)) {
+        AppendAll(theirParent, group.ours);
+      }
     } else if (TextOf(group.base) == TextOf(group.theirs)) {
       RemoveAll(theirParent, group.theirs);
     }
@@ -197,14 +224,16 @@ class Merger {
     return nodes.empty() ? pugi::xml_node() : nodes[0];
   }
 
+  Descent descent_;
   std::map<std::string, Rule> rules_;
+  std::vector<Unset> unset_;
 };
 
 }  // namespace
 
-void Merge(pugi::xml_node base, pugi::xml_node ours, pugi::xml_node theirs,
-           const std::vector<xml_config::MergeRule>& rules) {
-  Merger(rules).Element(base, ours, theirs, ours.name());
+void Merge(pugi::xml_node base, pugi::xml_node ours, pugi::xml_node theirs, const Rules& rules,
+           Descent descent) {
+  Merger(rules, descent).Element(base, ours, theirs, ours.name());
 }
 
 }  // namespace xml_merge

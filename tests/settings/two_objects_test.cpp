@@ -96,4 +96,25 @@ TEST(TwoSettingsObjects, KeepOfOneValueTheLastStore) {
   EXPECT_EQ(L"74", bench.OnDisk(L"POPULAR", L"HSCROLL"));
 }
 
+TEST(TwoSettingsObjects, DoNotBeatAValueWithOneThatWasNeverSet) {
+  SettingsBench bench(Document("<POPULAR SHOW_DEV_ID=\"1\"/>"));
+  bench.Load();
+  Other other;
+  other.config.SetSessionAndInstance(1, 1);
+  EXPECT_EQ(0u, other.config.LoadEverything());
+  SetText(bench.Settings().title, L"mine");
+  bench.Settings().fontSize = 12;
+  bench.Settings().autoIntellisense = 0;
+  bench.Settings().wordWrap = 3;
+  EXPECT_EQ(0u, bench.Config().StoreEverything(nullptr));
+  EXPECT_EQ(0u, bench.Config().Save());
+  other.config.Settings().wordWrap = 4;
+  EXPECT_EQ(0u, other.config.StoreEverything(nullptr));
+  EXPECT_EQ(0u, other.config.Save());
+  EXPECT_EQ(L"mine", bench.OnDisk(L"POPULAR", L"TITLE"));
+  EXPECT_EQ(L"12", bench.OnDisk(L"POPULAR", L"FONT_SIZE"));
+  EXPECT_EQ(L"0", bench.OnDisk(L"AUTOINTELLISENCE", L"AUTO_INTELLISENSE"));
+  EXPECT_EQ(L"4", bench.OnDisk(L"POPULAR", L"WORD_WRAP"));  // set by both: the last store
+}
+
 }  // namespace

@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -29,6 +30,8 @@ const std::vector<xml_config::MergeRule> kRules = {
     {L"r.whole", MergeKind::kWhole, nullptr},
 };
 
+const std::vector<xml_config::UnsetValue> kUnset = {{nullptr, L""}, {L"one", L"1"}};
+
 struct MergeRow {
   const char* what;
   const char* base;
@@ -45,6 +48,12 @@ constexpr MergeRow kRows[] = {
      "<r a=\"2\" b=\"2\"/>"},
     {"the same attribute: the last store", "<r a='1'/>", "<r a='2'/>", "<r a='3'/>",
      "<r a=\"2\"/>"},
+    {"an attribute of both: the last store", "<r/>", "<r a='1'/>", "<r a='2'/>", "<r a=\"1\"/>"},
+    {"an unset attribute yields", "<r/>", "<r a='' one='1' b=''/>", "<r a='2' one='3'/>",
+     "<r a=\"2\" one=\"3\" b=\"\"/>"},
+    {"an attribute of an unset element yields", "<r/>", "<r><y a=''/></r>", "<r><y a='2'/></r>",
+     "<r><y a=\"2\"/></r>"},
+    {"an emptied attribute does not", "<r a='1'/>", "<r a=''/>", "<r a='2'/>", "<r a=\"\"/>"},
     {"an attribute that we removed", "<r a='1' b='1'/>", "<r b='1'/>", "<r a='1' b='2'/>",
      "<r b=\"2\"/>"},
     {"an attribute that they removed", "<r a='1' b='1'/>", "<r a='1' b='2'/>", "<r b='1'/>",
@@ -109,7 +118,30 @@ TEST(XmlMerge, BringsOurChangesIntoTheirs) {
     const pugi::xml_document base = Parsed(row.base), ours = Parsed(row.ours);
     const pugi::xml_document theirs = Parsed(row.theirs);
     xml_merge::Merge(base.document_element(), ours.document_element(), theirs.document_element(),
-                     kRules);
+                     {kRules, kUnset});
+    EXPECT_EQ(row.merged, xml_document::Serialise(theirs.document_element())) << row.what;
+  }
+}
+
+TEST(XmlMerge, BringsBackWhatAFileThatBeganAnewLacks) {
+  const MergeRow rows[] = {
+      {"entries of before", "<r><list><c n='1'/></list></r>",
+       "<r><list><c n='1'/><c n='2'/></list></r>", "<r><list><c n='3'/></list></r>",
+       "<r><list><c n=\"3\"/><c n=\"1\"/><c n=\"2\"/></list></r>"},
+      {"not twice what it has", "<r><list><c n='1'/></list></r>",
+       "<r><list><c n='1'/><c n='1'/></list></r>", "<r><list><c n='1'/></list></r>",
+       "<r><list><c n=\"1\"/><c n=\"1\"/></list></r>"},
+      {"not what we removed", "<r><list><c n='1'/><c n='2'/></list></r>",
+       "<r><list><c n='2'/></list></r>", "<r><list><c n='1'/></list></r>",
+       "<r><list><c n=\"2\"/></list></r>"},
+      {"an element", "<r><x ID='1'/><x ID='2'/></r>", "<r><x ID='1'/><x ID='2'/></r>",
+       "<r><x ID='1'/></r>", "<r><x ID=\"1\"/><x ID=\"2\"/></r>"},
+  };
+  for (const MergeRow& row : rows) {
+    const pugi::xml_document base = Parsed(row.base), ours = Parsed(row.ours);
+    const pugi::xml_document theirs = Parsed(row.theirs);
+    xml_merge::Merge(base.document_element(), ours.document_element(), theirs.document_element(),
+                     {kRules, kUnset}, xml_merge::Descent::kBeganAnew);
     EXPECT_EQ(row.merged, xml_document::Serialise(theirs.document_element())) << row.what;
   }
 }
@@ -119,7 +151,7 @@ TEST(XmlMerge, LeavesOursAsItIsWhenTheyChangedNothing) {
     const pugi::xml_document base = Parsed(row.base), ours = Parsed(row.ours);
     const pugi::xml_document theirs = Parsed(row.base);
     xml_merge::Merge(base.document_element(), ours.document_element(), theirs.document_element(),
-                     kRules);
+                     {kRules, kUnset});
     EXPECT_EQ(xml_document::Serialise(ours.document_element()),
               xml_document::Serialise(theirs.document_element()))
         << row.what;
@@ -248,6 +280,58 @@ pid_t Spawn(const std::vector<std::string>& words) {
   EXPECT_EQ(0, posix_spawn(&child, arguments[0], &actions, nullptr, arguments.data(), environ));
   posix_spawn_file_actions_destroy(&actions);
   return child;
+}
+
+// Another console's save after the file was lost knows less than ours had saved.
+TEST_F(TwoConsoles, GetTheirEntriesBackWhenTheFileIsLost) {
+  for (const char* lost : {"removed", "broken", "empty"}) {
+    std::filesystem::remove(dir_.File("kiv.xml"));
+    CXmlConfig first = Open();
+    ASSERT_EQ(0u, first.Save(1));
+    CXmlConfig ours = Open(), theirs = Open();
+    Append(ours, L"ours");
+    ASSERT_EQ(0u, ours.Save(1));
+    if (lost == std::string("removed")) {
+      std::filesystem::remove(dir_.File("kiv.xml"));
+    } else {
+      dir_.Write("kiv.xml", lost == std::string("broken") ? "<broken" : "");
+    }
+    Append(theirs, L"theirs");
+    ASSERT_EQ(0u, theirs.Save(1));
+    Append(theirs, L"more");
+    ASSERT_EQ(0u, theirs.Save(1));
+    ASSERT_EQ(0u, ours.Save(1)) << lost;  // nothing new, but it holds what is lost
+    EXPECT_EQ((Texts{"theirs", "more", "ours"}), History(Open())) << lost;
+    Append(ours, L"last");
+    ASSERT_EQ(0u, ours.Save(1));
+    EXPECT_EQ((Texts{"theirs", "more", "ours", "last"}), History(Open())) << lost;
+  }
+}
+
+// A console that starts on a broken file takes the last good copy, which knows less, too.
+TEST_F(TwoConsoles, GetTheirEntriesBackWhenAStartFindsTheFileBroken) {
+  CXmlConfig ours = Open();
+  Append(ours, L"one");
+  ASSERT_EQ(0u, ours.Save(1));
+  Append(ours, L"two");
+  ASSERT_EQ(0u, ours.Save(1));
+  dir_.Write("kiv.xml", "<broken");
+  EXPECT_EQ(Texts{"one"}, History(Open()));
+  Append(ours, L"three");
+  ASSERT_EQ(0u, ours.Save(1));
+  EXPECT_EQ((Texts{"one", "two", "three"}), History(Open()));
+}
+
+TEST_F(TwoConsoles, KeepRemovedWhatOneRemovedFromASoundFile) {
+  CXmlConfig ours = Open();
+  Append(ours, L"one");
+  ASSERT_EQ(0u, ours.Save(1));
+  CXmlConfig theirs = Open();
+  ASSERT_EQ(0u, theirs.DeleteConfigNode(kEntry, L"0.0.0.0.0.0"));
+  ASSERT_EQ(0u, theirs.Save(1));
+  Append(ours, L"two");
+  ASSERT_EQ(0u, ours.Save(1));
+  EXPECT_EQ(Texts{"two"}, History(Open()));
 }
 
 TEST_F(TwoConsoles, OfTwoProcessesLoseNothingInManySaves) {
