@@ -82,6 +82,14 @@ std::optional<QCString> TextOf(const QCommandLineParser& parser, const char* nam
   return QCString::FromUtf8(parser.value(QLatin1String(name)).toStdString());
 }
 
+// A path that is not UTF-8 would name another file: what is no text came in as U+FFFD.
+const char* NotUtf8(const QCommandLineParser& parser) {
+  for (const char* name : {"link", "catalogue", "config-dir", "file"}) {
+    if (parser.value(QLatin1String(name)).contains(QChar(QChar::ReplacementCharacter))) return name;
+  }
+  return nullptr;
+}
+
 // False when the option is there and is not a number of 0 to 4294967295.
 bool NumberOf(const QCommandLineParser& parser, const char* name,
               std::optional<std::uint32_t>& number, std::string& output) {
@@ -116,6 +124,7 @@ std::optional<int> ReadOptions(const QStringList& arguments, ConsoleOptions& opt
                  "'; a line to run comes behind -c");
   }
   if (parser.values(QStringLiteral("file")).size() > 1) return wrong("--file may be given once");
+  if (const char* name = NotUtf8(parser)) return wrong("--" + std::string(name) + " is not UTF-8");
   std::optional<std::uint32_t> wait;
   std::optional<std::uint32_t> settle;
   if (!NumberOf(parser, "wait", wait, output) || !NumberOf(parser, "settle", settle, output) ||

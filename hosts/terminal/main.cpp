@@ -15,6 +15,10 @@
 
 namespace {
 
+// With fewer the event loop of the library below ends the process. The link and the settings tell
+// by themselves what they could not open.
+constexpr int kNeededFiles = 8;
+
 // Qt warns on standard error in a locale that is not UTF-8, and readers of text expect one that is.
 void UseUtf8Locale() {
   const char* const current = std::setlocale(LC_CTYPE, "");
@@ -28,6 +32,7 @@ void UseUtf8Locale() {
 
 int main(int argc, char** argv) {
   os::FillStandardDescriptors();
+  os::LetLongWritesFail();
   QStringList arguments;
   for (int i = 0; i < argc; ++i) arguments << QString::fromUtf8(argv[i]);
   UseUtf8Locale();
@@ -44,6 +49,10 @@ int main(int argc, char** argv) {
   if (const std::string problem = devlink::EndpointProblem(endpoint); !problem.empty()) {
     os::WriteErr("kiv: " + ShownLine(problem) + "\n");
     return kiv::kWrongUsage;
+  }
+  if (!os::CanOpen(kNeededFiles)) {
+    os::WriteErr("kiv: cannot start: too many open files\n");
+    return kiv::kNotConnected;
   }
   kiv::InstallDebugLog(options.debug);
   QCoreApplication application(argc, argv);

@@ -55,6 +55,12 @@ class KIVPLATFORM_API ConsoleEvents {
 // number. To be called before anything is opened.
 KIVPLATFORM_API void FillStandardDescriptors();
 
+// Writing a file beyond the limit on file sizes then fails (EFBIG) instead of ending the process.
+KIVPLATFORM_API void LetLongWritesFail();
+
+// Whether so many files can still be opened.
+KIVPLATFORM_API bool CanOpen(int countFiles);
+
 // What became of a write.
 enum class Written {
   kAll,

@@ -11,6 +11,7 @@
 #include <optional>
 
 #include "platform/os/console_events.h"
+#include "platform/os/descriptor.h"
 
 namespace os {
 namespace {
@@ -153,6 +154,14 @@ void FillStandardDescriptors() {
     // reading: input ends at once, and output fails instead of getting lost.
     [[maybe_unused]] const int opened = ::open("/dev/null", O_RDONLY);
   }
+}
+
+void LetLongWritesFail() { Handle(SIGXFSZ, SIG_IGN); }
+
+bool CanOpen(int countFiles) {
+  if (countFiles == 0) return true;
+  const Descriptor one(::open("/dev/null", O_RDONLY | O_CLOEXEC));
+  return one.isOpen() && CanOpen(countFiles - 1);
 }
 
 Written WriteOut(std::string_view bytes) { return WriteAll(STDOUT_FILENO, bytes); }

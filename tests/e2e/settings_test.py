@@ -1,6 +1,7 @@
 """What the console keeps in its settings file from one run to the next."""
 
 import re
+import subprocess
 import unittest
 
 from bench import KIV, BenchCase
@@ -57,6 +58,25 @@ class Settings(BenchCase):
         self.assertEqual([path.read_text(encoding="utf-8") for path in aside],
                          ["<SourceData><SESSION"])
         self.assertNotIn("corrupt", self.run_here("-c", "nonsense").err)
+
+    def limited(self, limit, *arguments):
+        """The console with a limit of the shell's."""
+        return subprocess.run(["sh", "-c", f'ulimit {limit} && exec "$0" "$@"', str(KIV),
+                               "--config-dir", str(self.config), *arguments],
+                              stdin=subprocess.DEVNULL, capture_output=True, text=True, check=False,
+                              env=self.environment(), timeout=60)
+
+    def test_a_limit_on_file_sizes_is_told_like_a_full_disk(self):
+        self.config.mkdir()
+        done = self.limited("-f 0", "-c", "sys_info")
+        self.assertEqual(done.returncode, 0, done)
+        self.assertIn("kiv: the settings, with the history, could not be saved\n", done.stderr)
+
+    def test_too_few_descriptors_are_told_in_one_line(self):
+        for count in (6, 7, 8, 10):
+            done = self.limited(f"-n {count}", "-c", "sys_info")
+            self.assertEqual((done.returncode, done.stdout, done.stderr),
+                             (4, "", "kiv: cannot start: too many open files\n"), count)
 
     def test_settings_that_cannot_be_saved_are_told_and_change_no_status(self):
         self.config.write_text("no directory", encoding="utf-8")

@@ -97,6 +97,15 @@ TEST(ConsoleOptions, RefuseANumberThatIsNone) {
   }
 }
 
+TEST(ConsoleOptions, RefuseAPathThatIsNotUtf8) {
+  for (const char* option : {"link", "catalogue", "config-dir", "file"}) {
+    const Read read = ReadFrom({QString("--") + option + "=" + QString::fromUtf8("a\xFF")});
+    EXPECT_EQ(read.status, kWrongUsage) << option;
+    EXPECT_EQ(read.output,
+              std::string("kiv: --") + option + " is not UTF-8\nkiv: try 'kiv --help'\n");
+  }
+}
+
 TEST(ConsoleOptions, EndWithTheVersion) {
   const Read read = ReadFrom({"--version"});
   EXPECT_EQ(read.status, kDone);
