@@ -23,6 +23,15 @@ std::uint32_t AddNode(CXmlConfig& document, const QCString& element, const QCStr
                                 ParentPath(element, instancePath), kCreateMissing);
 }
 
+// The node that AddNode added is the last of its tag. A position beyond the next one leaves none.
+void RemoveAdded(CXmlConfig& document, const QCString& element, const QCString& instancePath) {
+  const std::size_t dot = element.ReverseFind(L'.');
+  const QCString parent = ParentPath(element, instancePath);
+  std::uint32_t count = 0;
+  document.GetSubNodeCount(count, element.Left(dot), element.Mid(dot + 1), parent);
+  if (count > 0) document.DeleteConfigNode2(element, count - 1, parent);
+}
+
 }  // namespace
 
 QCString SettingsPlace::DefaultElement() const {
@@ -44,7 +53,9 @@ std::uint32_t WriteAddingNode(CXmlConfig& document, const QCString& value,
   if (status != result::kGroupMissing) return status;
   const std::uint32_t added = AddNode(document, element, instancePath);
   if (added != result::kOk) return added;
-  return document.WriteAttrValue(value, attribute, element, instancePath);
+  const std::uint32_t written = document.WriteAttrValue(value, attribute, element, instancePath);
+  if (written != result::kOk) RemoveAdded(document, element, instancePath);
+  return written;
 }
 
 std::uint32_t FindSettings(const CXmlConfig& document, std::uint32_t sessionId,

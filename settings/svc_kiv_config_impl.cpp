@@ -1,12 +1,15 @@
 #include "settings/svc_kiv_config_impl.h"
 
 #include <algorithm>
+#include <limits>
+#include <set>
 #include <utility>
 
 #include "platform/base/app_prefs.h"
 #include "platform/base/result_codes.h"
 #include "platform/os/file_stamp.h"
 #include "platform/os/paths.h"
+#include "platform/os/safe_file.h"
 #include "settings/command_lists.h"
 #include "settings/setting_groups.h"
 #include "settings/setting_number.h"
@@ -22,6 +25,7 @@ using xml_config::OpenAs;
 
 constexpr wchar_t kPreferencesKey[] = L"kiv";
 constexpr std::uint32_t kPreferencesVersion = 0;
+constexpr std::uint32_t kLargestId = std::numeric_limits<std::uint32_t>::max();
 
 std::unique_ptr<CXmlConfig> OpenDocument(const QCString& path, xml_config::Options options) {
   return std::make_unique<CXmlConfig>(path, std::move(options));
@@ -36,6 +40,22 @@ bool IsSameFile(const QCString& a, const QCString& b) {
   os::FileStamp stampB;
   return os::StampOf(mappedA, stampA) == 0 && os::StampOf(mappedB, stampB) == 0 &&
          stampA.device == stampB.device && stampA.file == stampB.file;
+}
+
+// Whether the path leads to the settings file or to what is kept beside it.
+bool IsOwnFile(const QCString& path, const QCString& ownPath) {
+  std::string own = os::MapPath(ownPath.view());
+  os::FollowLinks(own);  // the others stand beside the target
+  const QCString target = QCString::FromUtf8(own);
+  return IsSameFile(path, ownPath) || IsSameFile(path, target + L".bak") ||
+         IsSameFile(path, target + L".bak-new") || IsSameFile(path, target + L".lock");
+}
+
+// The lowest id that none has.
+std::uint32_t LowestFree(const std::set<std::uint32_t>& ids) {
+  std::uint32_t free = 1;
+  while (ids.contains(free)) ++free;
+  return free;
 }
 
 }  // namespace
@@ -84,13 +104,14 @@ std::uint32_t SvcKivConfigImpl::NextInstanceId() {
   if (HasDocument() && !sessionPath_.IsEmpty()) {
     document_->GetSubNodeCount(count, kSessionTagPath, kInstanceTag, sessionPath_);
   }
-  std::uint32_t largest = 0;
+  std::set<std::uint32_t> ids;
   for (std::uint32_t i = 0; i < count; ++i) {
     QCString id;
     document_->ReadAttrValue(id, kIdAttribute, kInstanceTagPath, ChildPath(sessionPath_, i));
-    largest = std::max(largest, SettingUnsigned(id.view()));
+    ids.insert(SettingUnsigned(id.view()));
   }
-  return largest + 1;
+  const std::uint32_t largest = ids.empty() ? 0 : *ids.rbegin();
+  return largest == kLargestId ? LowestFree(ids) : largest + 1;
 }
 
 std::uint32_t SvcKivConfigImpl::SelectSession() {
@@ -276,8 +297,8 @@ std::uint32_t SvcKivConfigImpl::Import(const wchar_t* path, bool keyboard, bool 
 std::uint32_t SvcKivConfigImpl::Export(const wchar_t* path, bool keyboard, bool favourites,
                                        bool shortcuts) {
   if (!HasDocument()) return result::kNoDocument;
-  // The own file would lose everything but the exported groups.
-  if (IsSameFile(path, path_)) return result::kSaveFailed;
+  // The own file would lose everything but the exported groups, and its copy what it is kept for.
+  if (IsOwnFile(path, path_)) return result::kSaveFailed;
   const std::unique_ptr<CXmlConfig> target = OpenOther(path, OpenAs::kNew);
   if (target == nullptr || !target->IsOpen()) return result::kSaveFailed;
   SettingsPlace place;

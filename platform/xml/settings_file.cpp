@@ -70,7 +70,10 @@ StoredDocument SettingsFile::LoadOwn() {
   }
   if (stored.kind == Kind::kBroken) stored = Recover(std::move(stored));
   if (stored.kind == Kind::kUnreadable) {
-    Tell("cannot be read: " + os::ErrorText(stored.error) + ". No settings are kept.");
+    const bool isOther = stored.error == EINVAL;  // a pipe, a device
+    Tell("cannot be read: " +
+         (isOther ? std::string("it is not a regular file") : os::ErrorText(stored.error)) +
+         ". No settings are kept.");
   }
   return stored.kind == Kind::kMissing ? Starting() : std::move(stored);
 }
@@ -169,8 +172,11 @@ int SettingsFile::SaveOwn(const pugi::xml_document& document, const std::string&
   const bool isAnew = !isTheFile || theirs.kind != Kind::kSound;
   if (isAnew) lock.NoteBegun();
   // Without a copy the file is as safe as with one, only less can be got back if it breaks.
+  // The same content once more is none.
   os::GoodCopy copy;
-  if (isTheFile && theirs.kind == Kind::kSound) copy.Prepare(path_, CopyPath());
+  if (isTheFile && theirs.kind == Kind::kSound && merged != theirs.bytes) {
+    copy.Prepare(path_, CopyPath());
+  }
   const int error = Write(merged, view);
   if (error == 0) {
     copy.Keep();

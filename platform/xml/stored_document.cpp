@@ -3,17 +3,10 @@
 #include <cerrno>
 #include <utility>
 
-#include "platform/os/file_stamp.h"
 #include "platform/os/safe_file.h"
 #include "platform/xml/xml_document.h"
 
 namespace {
-
-int ReadBytes(const std::string& path, std::string& bytes) {
-  os::FileStamp stamp;  // opening a pipe could wait for ever
-  const int error = os::StampOf(path, stamp);
-  return error != 0 ? error : os::ReadWholeFile(path, xml_document::kMaxBytes, bytes);
-}
 
 StoredDocument Unreadable(int error) {
   StoredDocument stored;
@@ -33,7 +26,7 @@ StoredDocument Broken(std::string problem) {
 
 StoredDocument StoredDocument::Read(const std::string& mappedPath, const std::string& rootTag) {
   std::string bytes;
-  const int error = ReadBytes(mappedPath, bytes);
+  const int error = os::ReadRegularFile(mappedPath, xml_document::kMaxBytes, bytes);
   if (error == ENOENT) return {};
   if (error == EFBIG) return Broken("more than 16 MiB");
   return error != 0 ? Unreadable(error) : OfText(std::move(bytes), rootTag);

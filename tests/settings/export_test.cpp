@@ -150,6 +150,19 @@ TEST(Export, BuildsTheTargetAnew) {
   }
 }
 
+TEST(Export, RefusesWhatIsKeptBesideTheOwnSettingsFile) {
+  SettingsBench bench(FullDocument());
+  bench.Load();
+  SetText(bench.Settings().title, L"new");
+  ASSERT_EQ(0u, bench.Config().WritePopular());
+  ASSERT_EQ(0u, bench.Config().Save());
+  for (const char* name : {"kiv.xml.bak", "kiv.xml.lock", "kiv.xml.bak-new"}) {
+    const std::wstring path = bench.Folder().WideFile(name);
+    EXPECT_EQ(3018u, bench.Config().Export(path.c_str(), true, true, true)) << name;
+  }
+  EXPECT_EQ(FullDocument(), bench.Folder().Read("kiv.xml.bak"));
+}
+
 TEST(Export, RefusesTheOwnSettingsFile) {
   SettingsBench bench(FullDocument());
   bench.Load();

@@ -52,6 +52,27 @@ TEST_F(NoInstance, BeforeASessionIsSelectedNothingIsFound) {
   EXPECT_EQ(config.Settings().fontSize, 0);
 }
 
+TEST_F(NoInstance, AnAttributeBeyondTheNextPositionAddsNothing) {
+  SvcKivClass::SvcKivConfigImpl config({switches_, sender_, {}});
+  ASSERT_EQ(config.SetSessionAndInstance(1, 1), 0u);
+  ASSERT_EQ(config.Save(), 0u);
+  const std::string before = FileText();
+  EXPECT_EQ(config.WriteAttribute(L"x", L"NAME",
+                                  L"SourceData.SESSION.INSTANCE.DEFAULT.HISTORY_CMD.CMD",
+                                  L"0.0.0.0.0.5"),
+            3004u);
+  EXPECT_EQ(config.Save(), 0u);
+  EXPECT_EQ(FileText(), before);
+}
+
+TEST_F(NoInstance, TheNextIdIsAFreeOneWhenTheLargestIsTaken) {
+  SvcKivClass::SvcKivConfigImpl config({switches_, sender_, {}});
+  ASSERT_EQ(config.SetSessionAndInstance(1, 0), 0u);
+  ASSERT_EQ(config.WriteAttribute(L"4294967295", L"ID", L"SourceData.SESSION.INSTANCE", L"0.0.1"),
+            0u);
+  EXPECT_EQ(config.NextInstanceId(), 2u);  // 1 is the starting document's
+}
+
 TEST_F(NoInstance, AHostMakesOneByWritingItsIdAndOneOfItsValues) {
   SvcKivClass::SvcKivConfigImpl config({switches_, sender_, {}});
   ASSERT_EQ(config.SetSessionAndInstance(1, 0), 0u);

@@ -258,6 +258,8 @@ TEST_F(SettingsFile, DoesNotWaitForAPipe) {
   ASSERT_EQ(0, mkfifo(File().c_str(), 0666));
   CXmlConfig config = Open();
   EXPECT_FALSE(config.IsOpen());
+  EXPECT_EQ(Notice("cannot be read: it is not a regular file. No settings are kept."),
+            TakeNotice(config));
   EXPECT_EQ(Names{"kiv.xml"}, dir_.Names());
 }
 
