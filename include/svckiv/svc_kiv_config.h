@@ -136,8 +136,9 @@ class SVCKIV_API CSVCKIVConfig {
   virtual std::uint32_t SetSessionAndInstance(std::uint32_t sessionId,
                                               std::uint32_t instanceId) = 0;
   // One more than the largest id among the current session's instances, or the lowest free one when
-  // the largest is 4294967295; 1 when it has none or no document is open. No operation makes an instance: a host writes its "ID" (WriteAttribute on
-  // "SourceData.SESSION.INSTANCE" at the next position) and one value below its DEFAULT.
+  // the largest is 4294967295; 1 when it has none or no document is open. No operation makes an
+  // instance: a host writes its "ID" (WriteAttribute on "SourceData.SESSION.INSTANCE" at the next
+  // position) and one value below its DEFAULT.
   virtual std::uint32_t NextInstanceId() = 0;
   // Finds the session's node. A session that is not in the document is added and saved at once.
   virtual std::uint32_t SelectSession() = 0;
@@ -149,7 +150,8 @@ class SVCKIV_API CSVCKIVConfig {
                                bool shortcuts) = 0;
   // Writes groups of the current instance, as the document has them, into a new file. 3005: session
   // or instance is not in the document; 3018: the file could not be saved, or is the settings file
-  // itself or what is kept beside it (its last good copy, its lock). The target is replaced as one or stays as it was.
+  // itself or what is kept beside it (its last good copy, its lock). The target is replaced as one
+  // or stays as it was.
   virtual std::uint32_t Export(const wchar_t* path, bool keyboard, bool favourites,
                                bool shortcuts) = 0;
   // Appends `newEntry` (null: none; a name of 1 to 80 characters) to the history in memory, then
