@@ -24,9 +24,11 @@ FrameHead LinkWriter::NewHead(const OutMessage& message) const {
 std::uint32_t LinkWriter::Post(const OutMessage& message) {
   if (message.body.size() > kMaxBodyBytes) return result::kPacketTooLong;
   const std::lock_guard lock(writeMutex_);
+  // A stopped link calls nobody any more.
+  if (closed_) return result::kLinkDown;
   // Told under the lock: whoever has detached the writer knows that no call-back runs any more.
   LinkObserver* const observer = Observer();
-  if (closed_ || !sessionUp_) {
+  if (!sessionUp_) {
     if (observer != nullptr) observer->OnPostFailed(message.tag, message.id, result::kLinkDown);
     return result::kLinkDown;
   }
