@@ -158,6 +158,7 @@ void kiv_connection_write(kiv_connection* connection) {
 
 bool kiv_connection_is_finished(const kiv_connection* connection, int64_t now_ms) {
   if (connection->over) return true;
+  if (connection->greet_until_ms != 0 && now_ms >= connection->greet_until_ms) return true;
   return connection->input_ended &&
          (kiv_queue_is_empty(&connection->queue) || now_ms >= connection->flush_until_ms);
 }

@@ -50,6 +50,7 @@ static void end_session(kiv_program* program) {
 // A host greeted: the session before, on whatever connection, is over.
 static void on_session(void* context, kiv_connection* connection, bool accepted) {
   kiv_program* program = context;
+  connection->greet_until_ms = 0;
   if (accepted && program->session != NULL && program->session != connection) {
     program->session->over = true;
   }
@@ -172,6 +173,9 @@ static bool add_connection(kiv_program* program, int in, int out, bool owns_desc
       kiv_connection_open(in, out, owns_descriptors, &program->setup, on_session, program);
   if (connection == NULL) return false;
   connection->on_confirmation = on_confirmation;
+  if (program->transport.kind == KIV_TRANSPORT_TCP) {
+    connection->greet_until_ms = kiv_board_now_ms() + KIV_TCP_PATIENCE_MS;
+  }
   if (program->transport.kind == KIV_TRANSPORT_SERIAL) {
     kiv_queue_slow_down(&connection->queue, program->transport.serial.baud);
   }
@@ -236,11 +240,23 @@ static int64_t earlier(int64_t one_ms, int64_t other_ms) {
   return one_ms < other_ms ? one_ms : other_ms;
 }
 
+// When the first of those that have not greeted has had its time; -1 when all have.
+static int64_t next_greeting_due_ms(const kiv_program* program) {
+  int64_t next_ms = -1;
+  for (int i = 0; i < kMaxConnections && program->connections[i] != NULL; ++i) {
+    const int64_t until_ms = program->connections[i]->greet_until_ms;
+    if (until_ms != 0) next_ms = earlier(next_ms, until_ms);
+  }
+  return next_ms;
+}
+
 // Sets the timer to what is due next, or off.
 static void set_timer(const kiv_program* program) {
-  const int64_t due_ms = earlier(kiv_board_next_due_ms(&program->board),
-                                 earlier(kiv_transport_next_due_ms(&program->transport),
-                                         kiv_channel_set_next_due_ms(&program->channels)));
+  const int64_t of_hosts_ms =
+      earlier(kiv_transport_next_due_ms(&program->transport), next_greeting_due_ms(program));
+  const int64_t due_ms =
+      earlier(kiv_board_next_due_ms(&program->board),
+              earlier(of_hosts_ms, kiv_channel_set_next_due_ms(&program->channels)));
   struct itimerspec when;
   memset(&when, 0, sizeof when);
   if (due_ms >= 0) {

@@ -88,6 +88,11 @@ void LinkSession::TakeHello(const FrameHead& head, std::span<const std::uint8_t>
     problem_ = "the device refused the greeting: " + result::Text(head.result).ToUtf8();
     return;
   }
+  if (peer->protocolVersion != kProtocolVersion) {
+    problem_ = "the device greeted with protocol version " + std::to_string(peer->protocolVersion) +
+               ", which was not offered";
+    return;
+  }
   greeted_ = true;
   receiver_.BeginSession();
   strayAtGreeting_ = deframer_.Counts().damaged + deframer_.Counts().stray;

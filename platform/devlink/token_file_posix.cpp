@@ -1,5 +1,6 @@
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <cerrno>
 
@@ -19,6 +20,11 @@ std::string ReadTokenFile(const std::string& path, std::string& problem) {
   }
   if (!S_ISREG(info.st_mode)) {
     problem = "the " + what + " is no regular file";
+    return {};
+  }
+  // He could put another token there, and keep the link from coming up.
+  if (info.st_uid != ::geteuid()) {
+    problem = "the " + what + " belongs to another user";
     return {};
   }
   if ((info.st_mode & (S_IRWXG | S_IRWXO)) != 0) {

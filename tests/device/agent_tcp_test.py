@@ -110,6 +110,17 @@ class Hosts(TcpTest):
         first.wait_for_end()
         self.assertEqual(second.ask(MEM_INFO).head.result, 0)
 
+    def test_have_five_seconds_for_their_hello(self):
+        agent = self.start()
+        _, host = self.connect(agent)
+        host.greet()
+        begun = time.monotonic()
+        silent, _ = self.connect(agent)
+        silent.settimeout(5 + PATIENCE_S)
+        self.assertEqual(silent.recv(1), b"")
+        self.assertGreaterEqual(time.monotonic() - begun, 4.9)
+        self.assertEqual(host.ask(MEM_INFO).head.result, 0)  # one that greeted stays
+
     def test_come_and_go_without_end(self):
         agent = self.start()
         files = len(os.listdir(f"/proc/{agent.process.pid}/fd"))

@@ -321,6 +321,20 @@ TEST_F(LinkLoss, APeerThatSendsBackWhatItIsSentIsNotADevice) {
       record_.WaitForState("disconnected: not a device: what it said in 0.1 s is no greeting"));
 }
 
+TEST_F(LinkLoss, AProtocolVersionThatWasNotOfferedIsNoGreeting) {
+  device_ = std::make_unique<TestDevice>(Path("s"), [](DeviceEnd& end, int) {
+    const auto hello = end.Next();
+    if (!hello) return;
+    NaiveFrame answer = DeviceEnd::Hello(hello->tag);
+    answer.payload[8] = 2;
+    end.Send(answer);
+    end.Linger();
+  });
+  StartAt("unix:" + Path("s"));
+  EXPECT_TRUE(record_.WaitForState(
+      "disconnected: the device greeted with protocol version 2, which was not offered"));
+}
+
 TEST_F(LinkLoss, ARefusedGreetingIsToldWithItsReason) {
   device_ = std::make_unique<TestDevice>(Path("s"), [](DeviceEnd& end, int) {
     const auto hello = end.Next();

@@ -303,6 +303,15 @@ TEST_F(TcpLink, ATokenFileThatIsMendedIsReadAtTheNextAttempt) {
   EXPECT_TRUE(record_.WaitForState("connected"));
 }
 
+TEST_F(TcpLink, ATokenFileOfAnotherUserIsRefusedAlsoForRoot) {
+  if (::geteuid() != 0) GTEST_SKIP() << "only root can give a file away";
+  const std::string file = TokenFile("correct-horse-battery\n", 0600);
+  ASSERT_EQ(::chown(file.c_str(), 65534, 65534), 0);
+  std::string problem;
+  EXPECT_EQ(devlink::ReadTokenFile(file, problem), "");
+  EXPECT_EQ(problem, "the token file \"" + file + "\" belongs to another user");
+}
+
 TEST_F(TcpLink, ATokenFileThatHasNoneIsToldAndNothingIsSent) {
   MakeDevice();
   const std::string file = Path("token");
