@@ -65,6 +65,7 @@ int Shut(DeviceEnd&, int, char**) {
 
 // Between the host and a Unix socket, until either ends.
 int Bridge(const std::string& path) {
+  ::signal(SIGPIPE, SIG_IGN);  // whoever ends first, the bridge ends in order
   sockaddr_un address = {};
   address.sun_family = AF_UNIX;
   path.copy(address.sun_path, sizeof(address.sun_path) - 1);

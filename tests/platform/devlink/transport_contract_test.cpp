@@ -25,6 +25,9 @@ struct Kind {
   const char* absent;    // null: where no device is, something else can be tried (a child starts)
 };
 
+// So that a list of tests shows a word and no addresses.
+void PrintTo(const Kind& kind, std::ostream* out) { *out << kind.name; }
+
 const Kind kKinds[] = {
     {"exec", [](const std::string& path) { return MakeUnixDoor(path); }, "bridge",
      "\"PROGRAM\" ended with status 0", nullptr},
