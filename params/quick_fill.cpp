@@ -104,7 +104,9 @@ bool Run(std::wstring_view line, const FillStep* step, const FillStep* stepsEnd,
         if (depth-- == 0) return false;  // one brace too many
       }
     }
-    if (at == end) return step + 1 == stepsEnd || (!kIsBraced && OnlyValues(step + 1, stepsEnd));
+    if (at == end && step + 1 == stepsEnd) return true;
+    // Behind an array the parser still stands on its bracket, which is no number.
+    if (at == end) return !kIsBraced && step->capacity == 0 && OnlyValues(step + 1, stepsEnd);
     if (*at++ != L',') return false;
   }
   return false;  // more than the tree takes

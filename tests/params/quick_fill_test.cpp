@@ -158,6 +158,17 @@ TEST(QuickFill, FlatLinesMayEndEarlyWhereOnlyValuesAreLeft) {
                                  {L"[1]", false}});
 }
 
+TEST(QuickFill, AFlatLineThatEndsBehindAnArrayIsLeftToTheWalkWhenValuesAreLeft) {
+  std::vector<ParamNodeSpec> tree = ArrayTree();
+  tree.push_back(Single(1, L"last", 4, 9));
+  ExpectCases(tree, {{L"[1,2,3],4", true},
+                     {L"[1,2,3],", true},
+                     {L"[1,2,3]", false},
+                     {L"[]", false},
+                     {L"{[1,2,3],4}", true},
+                     {L"{[1,2,3]}", false}});
+}
+
 TEST(QuickFill, ArraysTakeUpToTheirCount) {
   ExpectCases(ArrayTree(), {{L"[1,2,3]", true},
                             {L"{[1,2,3]}", true},
