@@ -203,6 +203,7 @@ int Console::RunLine(std::wstring line) {
 
 bool Console::WaitForReply(std::uint64_t number, ViewEvent& reply) {
   while (!queue_.TakeReply(number, reply)) {
+    if (interrupted_ || ended_) return false;
     const os::ConsoleEvents::Ready ready = events_.Wait(-1, false);
     if (ready.interrupt) interrupted_ = true;
     if (ready.terminate) ended_ = true;
@@ -280,6 +281,8 @@ int Console::WaitForChannels(const ViewEvent& line, const std::string& shown) {
 
 bool Console::WaitForEvent(std::optional<Clock::time_point> deadline, bool withInput,
                            os::ConsoleEvents::Ready* ready) {
+  // What a write was told of the end was told once.
+  if (interrupted_ || ended_) return false;
   const os::ConsoleEvents::Ready now =
       events_.Wait(deadline ? MillisecondsUntil(*deadline) : -1, withInput);
   if (ready != nullptr) *ready = now;
@@ -347,6 +350,7 @@ void Console::Put(std::string_view bytes) {
   const os::ConsoleEvents::Ready now = events_.Wait(0, false);
   if (now.interrupt) interrupted_ = true;
   if (now.terminate) ended_ = true;
+  if (now.woken) events_.Wake();  // whoever waits for the queue has not looked into it yet
 }
 
 void Console::Say(const std::string& text) {
