@@ -158,8 +158,8 @@ ChannelAnswer::State ChannelAnswer::StateOf(Channel channel) const {
   if (progress.ended && (channel != Channel::kTestCase || progress.confirmed)) {
     return State::kComplete;
   }
-  const bool hasMark = channel == Channel::kAt || channel == Channel::kShell ||
-                       (channel == Channel::kTestCase && !progress.ended);
+  const bool hasMark =
+      channel == Channel::kAt || channel == Channel::kShell || channel == Channel::kTestCase;
   if (!hasMark || isRefused_) return State::kUntilSilent;
   // A final result code without the end of its line: nothing else may come.
   if (channel == Channel::kAt && !isAtLineLong_ && FindFinalCode(atLine_) != nullptr) {

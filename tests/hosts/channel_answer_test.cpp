@@ -78,13 +78,13 @@ const AnswerRow kAnswerRows[] = {
     {Channel::kRawShell, {"hello\n"}, State::kUntilSilent, false},
     {Channel::kRawShell, {"hello\n", ""}, State::kComplete, false},
     {Channel::kTestCase, {"pattern 0x55\n"}, State::kOpen, false},
-    // Its confirmation is still to come, and is shown.
-    {Channel::kTestCase, {"result: pass"}, State::kUntilSilent, false},
-    {Channel::kTestCase, {"result: fail\n"}, State::kUntilSilent, true},
-    {Channel::kTestCase, {"a\r\nresult: fail\r\n"}, State::kUntilSilent, true},
+    // Its confirmation is still to come, and is waited for.
+    {Channel::kTestCase, {"result: pass"}, State::kOpen, false},
+    {Channel::kTestCase, {"result: fail\n"}, State::kOpen, true},
+    {Channel::kTestCase, {"a\r\nresult: fail\r\n"}, State::kOpen, true},
     {Channel::kTestCase, {"no result: pass"}, State::kOpen, false},
     {Channel::kTestCase, {"result: passed"}, State::kOpen, false},
-    {Channel::kTestCase, {"result: pass", "result: fail"}, State::kUntilSilent, false},
+    {Channel::kTestCase, {"result: pass", "result: fail"}, State::kOpen, false},
     {Channel::kTestCase, {"***error: no such test"}, State::kUntilSilent, true},
     {Channel::kController, {}, State::kUntilSilent, false},
     {Channel::kController, {"04 0e 04 01 03 0c 00\n", ""}, State::kUntilSilent, false},
