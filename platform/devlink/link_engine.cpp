@@ -369,6 +369,7 @@ void LinkEngine::OnGreeted(const PeerInfo& peer) {
 void LinkEngine::OnBatch(const ReceivedPacket* records, std::uint32_t count) {
   CLinkClient* const client = client_.load();
   if (client == nullptr || !wanted_) return;
+  if (LinkObserver* const observer = Observer()) observer->OnHandingOver(records, count);
   client->ReceiveCmd(records, count);
   if (LinkObserver* const observer = Observer()) observer->OnHandedOver(records, count);
 }

@@ -1,12 +1,12 @@
 // What a host sees of the device link beside the module: its state, its frames, its counters.
 //
-// Threads: OnState, OnNotice, received messages and OnHandedOver come on the link's thread; posted
-// messages come on the posting thread, before their bytes are written, so a confirmation is never
-// seen before its post; they hold other posts back until OnMessage returns, so it must not post. A
-// call-back must not wait for the thread that calls StopConnect or Shutdown. Received messages come
-// before the batch that has them goes to ReceiveCmd. Owns: pointers live for the duration of the
-// call. One observer at a time, set before StartConnect and cleared after Shutdown; null switches
-// off.
+// Threads: OnState, OnNotice, received messages, OnHandingOver and OnHandedOver come on the link's
+// thread; posted messages come on the posting thread, before their bytes are written, so a
+// confirmation is never seen before its post; they hold other posts back until OnMessage returns,
+// so it must not post. A call-back must not wait for the thread that calls StopConnect or Shutdown.
+// Received messages come before the batch that has them goes to ReceiveCmd. Owns: pointers live for
+// the duration of the call. One observer at a time, set before StartConnect and cleared after
+// Shutdown; null switches off.
 #pragma once
 
 #include <cstddef>
@@ -81,6 +81,8 @@ class LinkObserver {
   // not announce it); `status` is what the caller of the post gets. On the posting thread, like the
   // announcement.
   virtual void OnPostFailed(std::uint16_t tag, std::uint32_t cmdId, std::uint32_t status) = 0;
+  // ReceiveCmd is about to be called with this batch; `records` stay until OnHandedOver.
+  virtual void OnHandingOver(const ReceivedPacket* /*records*/, std::uint32_t /*count*/) {}
   // ReceiveCmd returned for this batch: whatever it had to show has been shown.
   virtual void OnHandedOver(const ReceivedPacket* records, std::uint32_t count) = 0;
 };
