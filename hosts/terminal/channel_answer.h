@@ -20,6 +20,7 @@
 #pragma once
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -29,6 +30,7 @@
 namespace kiv {
 
 enum class Channel : std::uint8_t { kNone, kAt, kShell, kTestCase, kRawShell, kController };
+inline constexpr std::size_t kChannelCount = 6;
 
 // Which channel posts this.
 Channel ChannelOfPost(devlink::MessageKind kind, std::uint32_t cmdId);
@@ -77,7 +79,7 @@ class ChannelAnswer {
   void EndAtLine();
   void ReadTestCase(std::string_view text);
 
-  std::array<Progress, 6> progress_;
+  std::array<Progress, kChannelCount> progress_;
   std::string atLine_;         // what has come of a line that has no end yet
   bool isAtLineLong_ = false;  // too long for a final result code
   bool isRefused_ = false;     // or bad news of a test case before its result

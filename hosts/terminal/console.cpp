@@ -39,6 +39,7 @@ int Console::Run() {
   interactive_ = !options_.HasScript() && os::ConsoleEvents::InputIsTerminal();
   facade_.Start(watch_, interactive_);
   int status = interactive_ ? RunInteractive() : RunBatch();
+  Put(flow_.EndAll());
   if (outputGone_ && !interrupted_ && !ended_) {
     os::WriteErr("kiv: standard output cannot be written\n");
     status = kCommandFailed;
@@ -65,7 +66,7 @@ int Console::RunBatch() {
   for (const std::string& line : options_.lines) {
     LineSource single;
     single.Add(line);
-    single.End();
+    if (!line.ends_with('\n')) single.Add("\n");  // an empty line is one, too
     if (!RunLines(single, status)) return EndStatus(status);
   }
   if (options_.HasScript()) {
@@ -96,9 +97,10 @@ int Console::RunInteractive() {
   LineSource source;
   int status = kDone;
   for (bool more = true; more && !Ended();) {
-    ShowPrompt();
+    const auto promptAt = WhenToPrompt();
+    if (!promptAt) ShowPrompt();
     os::ConsoleEvents::Ready ready;
-    if (!WaitForEvent(std::nullopt, true, &ready)) {
+    if (!WaitForEvent(promptAt, true, &ready)) {
       if (!interrupted_) break;
       ForgetInterrupt();  // the terminal has dropped the typed text: a new prompt
       promptShown_ = false;
@@ -107,6 +109,7 @@ int Console::RunInteractive() {
     }
     if (!ready.input) continue;
     promptShown_ = false;  // the user's own line end closed it
+    flow_.LineWasEnded();
     std::string bytes;
     more = events_.ReadInput(bytes);
     source.Add(bytes);
@@ -120,6 +123,14 @@ int Console::RunInteractive() {
   }
   if (!outputGone_ && !ended_ && !quit_) Put("\n");
   return kDone;
+}
+
+// What arrives at the prompt takes its place; in the middle of a line more of it is waited for, so
+// that a line that comes in pieces is not shown as many.
+std::optional<Console::Clock::time_point> Console::WhenToPrompt() const {
+  const auto quietAt = pieceShown_ + std::chrono::milliseconds(options_.settleMs);
+  if (promptShown_ || !flow_.IsOpen() || Clock::now() >= quietAt) return std::nullopt;
+  return quietAt;
 }
 
 void Console::ForgetInterrupt() {
@@ -240,10 +251,13 @@ int Console::WaitForAnswer(ViewEvent line, const std::string& shown) {
 int Console::ChannelStatus(const ViewEvent& reply, const std::string& shown) {
   if (reply.channelPosted) {
     const int status = WaitForChannels(reply, shown);
+    Put(flow_.EndAll());
     return status == kDone && reply.channelFailed ? kCommandFailed : status;
   }
   if (reply.channelFailed) return kCommandFailed;
   if (reply.channelSpoke) return kDone;
+  // An empty line may have nothing to send: a controller takes it and says nothing.
+  if (shown.empty() && !reply.linkDown) return kDone;
   Say(reply.linkDown ? LineNotConnectedText(shown) : NothingSentText(shown));
   return reply.linkDown ? kNotConnected : kCommandFailed;
 }
@@ -266,6 +280,7 @@ int Console::WaitForChannels(const ViewEvent& line, const std::string& shown) {
       const bool hasShown = ShowAll();
       if (progress.state == State::kComplete || !hasShown) {
         watch_.Abandon();
+        Put(flow_.EndAll());
         if (progress.refusal != 0) Say(RefusedText(shown, progress.refusal));
         return progress.failed ? kCommandFailed : kDone;
       }
@@ -301,6 +316,8 @@ bool Console::ShowAll() {
 void Console::Show(const ViewEvent& event) {
   switch (event.kind) {
     case ViewEvent::Kind::kText:
+      ShowText(event);
+      break;
     case ViewEvent::Kind::kReply:
       Write(event.text);
       break;
@@ -336,10 +353,20 @@ void Console::Show(const ViewEvent& event) {
   }
 }
 
-void Console::Write(const std::string& text) {
-  if (text.empty()) return;
+void Console::ShowText(const ViewEvent& event) {
+  if (event.channel == Channel::kNone) return Write(event.text);
+  std::string shown = flow_.Piece(event.channel, event.text);
+  if (event.endsText) shown += flow_.End(event.channel);
+  pieceShown_ = Clock::now();
+  PutText(shown);
+}
+
+void Console::Write(const std::string& text) { PutText(flow_.Whole(text)); }
+
+void Console::PutText(const std::string& shown) {
+  if (shown.empty()) return;
   HidePrompt();
-  Put(text.back() == '\n' ? text : text + "\n");
+  Put(shown);
 }
 
 // Standard output that nobody reads must not keep from ending: what a signal asks for is seen here.
@@ -355,6 +382,8 @@ void Console::Put(std::string_view bytes) {
 
 void Console::Say(const std::string& text) {
   HidePrompt();
+  // Elsewhere the two outputs do not meet: a notice leaves a captured text alone.
+  if (os::ConsoleEvents::OutputIsTerminal()) Put(flow_.Break());
   os::WriteErr(text);
 }
 
@@ -369,7 +398,7 @@ void Console::HidePrompt() {
 void Console::ShowPrompt() {
   if (promptShown_) return;
   promptShown_ = true;
-  Put(kPrompt);
+  Put(flow_.EndAll() + kPrompt);
 }
 
 int Console::WordHelp() {

@@ -18,6 +18,7 @@
 #include "hosts/terminal/facade_thread.h"
 #include "hosts/terminal/line_source.h"
 #include "hosts/terminal/link_watch.h"
+#include "hosts/terminal/text_flow.h"
 #include "hosts/terminal/view_queue.h"
 #include "platform/os/console_events.h"
 
@@ -44,6 +45,8 @@ class Console {
 
   int RunBatch();
   int RunInteractive();
+  // Not now, but then, or when more arrives; unset: now, or it is there already.
+  std::optional<Clock::time_point> WhenToPrompt() const;
   void ForgetInterrupt();
   bool WaitForLink();
   std::chrono::milliseconds Wait() const;
@@ -59,7 +62,6 @@ class Console {
   int ChannelStatus(const ViewEvent& reply, const std::string& shown);
   // Says why a line is not waited for any longer, and answers its status; kDone while it is.
   int GiveUp(std::uint64_t epoch, Clock::time_point deadline, const std::string& shown);
-  void RunOwnWord(const std::wstring& line);
 
   // Waits for something to happen, at most until `deadline`; false when the user wants no more of
   // it.
@@ -68,7 +70,9 @@ class Console {
   // False when there was nothing.
   bool ShowAll();
   void Show(const ViewEvent& event);
+  void ShowText(const ViewEvent& event);
   void Write(const std::string& text);
+  void PutText(const std::string& shown);
   void Put(std::string_view bytes);
   void Say(const std::string& text);
   void HidePrompt();
@@ -88,6 +92,9 @@ class Console {
   ViewQueue queue_;
   FacadeThread facade_;
   LinkWatch watch_;
+
+  TextFlow flow_;
+  Clock::time_point pieceShown_;  // when a channel's text came last
 
   bool interactive_ = false;
   bool promptShown_ = false;

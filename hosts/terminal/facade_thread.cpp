@@ -25,17 +25,6 @@ std::wstring_view FirstWord(std::wstring_view line) {
   return line.substr(0, line.find(L' '));
 }
 
-// Modems and terminals end a line with carriage returns in front of its line feed: these would only
-// clutter what is shown.
-std::string WithPlainLineEnds(std::string_view text) {
-  std::string plain;
-  for (const char each : text) {
-    if (each == '\n') plain.erase(plain.find_last_not_of('\r') + 1);
-    plain += each;
-  }
-  return plain;
-}
-
 }  // namespace
 
 FacadeThread::FacadeThread(ViewQueue& queue) : queue_(queue), context_(new QObject) {
@@ -167,7 +156,9 @@ void FacadeThread::OnMessage(SvcKivMsgType kind, void* payload) {
     const auto* const text = static_cast<const wchar_t*>(payload);
     if (text != nullptr && std::wcsncmp(text, L"***", 3) == 0) hasFailed_ = true;
   }
-  if (payload == nullptr) return;
+  const bool isPiece =
+      kind == SvcKivSpace::kAt || kind == SvcKivSpace::kText || kind == SvcKivSpace::kShell;
+  if (payload == nullptr && !isPiece) return;
   ViewEvent event;
   switch (kind) {
     case SvcKivSpace::kNotice:
@@ -184,8 +175,8 @@ void FacadeThread::OnMessage(SvcKivMsgType kind, void* payload) {
     case SvcKivSpace::kAt:
     case SvcKivSpace::kText:
     case SvcKivSpace::kShell:
-      event.text = ShownUtf8(WithPlainLineEnds(static_cast<const char*>(payload)));
-      PoolFree(payload);
+      event = PieceOf(kind, static_cast<char*>(payload));
+      if (event.text.empty() && !event.endsText) return;
       break;
   }
   if (isHere) {
@@ -193,6 +184,19 @@ void FacadeThread::OnMessage(SvcKivMsgType kind, void* payload) {
   } else {
     queue_.PushWaiting(std::move(event));
   }
+}
+
+ViewEvent FacadeThread::PieceOf(SvcKivMsgType kind, char* payload) {
+  ViewEvent event;
+  if (payload != nullptr) event.text = payload;
+  PoolFree(payload);
+  event.channel = kind == SvcKivSpace::kAt      ? Channel::kAt
+                  : kind == SvcKivSpace::kShell ? Channel::kShell
+                                                : watch_->ChannelOfText(event.text);
+  // A controller's text is whole; a shell's ends with an empty one.
+  event.endsText = event.channel == Channel::kController ||
+                   (event.channel == Channel::kShell && event.text.empty());
+  return event;
 }
 
 bool FacadeThread::Stop(std::uint32_t timeoutMs) {

@@ -55,6 +55,8 @@ class FacadeThread {
   void RunHere(std::uint64_t number, const std::wstring& line);
   void KeepLine(const std::wstring& line);
   void Warn(std::string text);
+  // Takes the payload, which may be null.
+  ViewEvent PieceOf(SvcKivSpace::SvcKivMsgType kind, char* payload);
   void OnMessage(SvcKivSpace::SvcKivMsgType kind, void* payload);
 
   ViewQueue& queue_;

@@ -14,6 +14,16 @@ using devlink::Direction;
 using devlink::LinkState;
 using devlink::MessageKind;
 
+namespace {
+
+// An answer's text ends at its first zero byte.
+std::string_view TextOf(const ReceivedPacket& record) {
+  const std::string_view body(reinterpret_cast<const char*>(record.body), record.bodyLengthBytes);
+  return body.substr(0, body.find('\0'));
+}
+
+}  // namespace
+
 LinkWatch::LinkWatch(ViewQueue& queue, std::string endpoint, std::function<void(bool)> onConnected)
     : queue_(queue), endpoint_(std::move(endpoint)), onConnected_(std::move(onConnected)) {}
 
@@ -130,19 +140,33 @@ bool LinkWatch::ReadChannels(const ReceivedPacket* records, std::uint32_t count)
   if (before == ChannelAnswer::State::kNothingPosted) return false;
   for (std::uint32_t i = 0; i < count; ++i) {
     const ReceivedPacket& record = records[i];
-    const std::string_view body(reinterpret_cast<const char*>(record.body), record.bodyLengthBytes);
-    const bool isOfLine =
-        record.isInd == 0
-            ? answer_.Confirmed(ChannelOfRequest(record.cmdId), record.resultCode)
-            : answer_.Arrived(ChannelOfAnswer(record.cmdId), body.substr(0, body.find('\0')));
+    const bool isOfLine = record.isInd == 0
+                              ? answer_.Confirmed(ChannelOfRequest(record.cmdId), record.resultCode)
+                              : answer_.Arrived(ChannelOfAnswer(record.cmdId), TextOf(record));
     if (isOfLine) latest_ = std::chrono::steady_clock::now();
   }
   return answer_.GetState() != before;
 }
 
+void LinkWatch::OnHandingOver(const ReceivedPacket* records, std::uint32_t count) {
+  unshown_ = {records, count};
+}
+
+Channel LinkWatch::ChannelOfText(std::string_view text) {
+  for (std::size_t i = 0; i < unshown_.size(); ++i) {
+    const Channel channel = ChannelOfAnswer(unshown_[i].cmdId);
+    if (channel != Channel::kShell && channel != Channel::kController) continue;
+    if (TextOf(unshown_[i]) != text) continue;
+    unshown_ = unshown_.subspan(i + 1);
+    return channel;
+  }
+  return Channel::kShell;
+}
+
 void LinkWatch::OnHandedOver(const ReceivedPacket* records, std::uint32_t count) {
   ViewEvent event;
   event.kind = ViewEvent::Kind::kAnswered;
+  unshown_ = {};
   {
     const std::lock_guard lock(mutex_);
     bool lastConfirmed = false;

@@ -14,7 +14,9 @@
 #include <cstdint>
 #include <functional>
 #include <mutex>
+#include <span>
 #include <string>
+#include <string_view>
 #include <thread>
 #include <vector>
 
@@ -43,11 +45,15 @@ class LinkWatch final : public devlink::LinkObserver {
   ChannelProgress Progress() const;
   // The line is not waited for any more.
   void Abandon();
+  // Whose the text is that the module shows now under the kind that shell and controller share. On
+  // the link's thread. Texts come in the order of the batch; some of the batch may not come.
+  Channel ChannelOfText(std::string_view text);
 
   void OnState(const devlink::StateChange& change) override;
   void OnNotice(const char* line, std::size_t lengthBytes) override;
   void OnMessage(const devlink::TapMessage& message) override;
   void OnPostFailed(std::uint16_t tag, std::uint32_t cmdId, std::uint32_t status) override;
+  void OnHandingOver(const ReceivedPacket* records, std::uint32_t count) override;
   void OnHandedOver(const ReceivedPacket* records, std::uint32_t count) override;
 
  private:
@@ -66,6 +72,9 @@ class LinkWatch final : public devlink::LinkObserver {
   ViewQueue& queue_;
   const std::string endpoint_;
   const std::function<void(bool)> onConnected_;
+
+  // Of the link's thread: what of the batch may still be shown.
+  std::span<const ReceivedPacket> unshown_;
 
   mutable std::mutex mutex_;
   std::thread::id runner_;

@@ -16,6 +16,8 @@
 #include <mutex>
 #include <string>
 
+#include "hosts/terminal/channel_answer.h"
+
 namespace kiv {
 
 // One thing to show, or to know, in the order in which it happened.
@@ -31,7 +33,10 @@ struct ViewEvent {
     kAnswered,      // every confirmation that `line` waits for has been handed over
   };
   Kind kind = Kind::kText;
-  std::string text = {};   // UTF-8, control characters already escaped
+  std::string text = {};  // UTF-8, control characters already escaped where `channel` is none
+  // kText: a piece of this channel's text, as the device sent it.
+  Channel channel = Channel::kNone;
+  bool endsText = false;   // kText: nothing is to follow the piece
   std::uint64_t line = 0;  // kReply, kAnswered
   // kReply and kAnswered: what is known of the line.
   bool takenByChannel = false;

@@ -170,6 +170,49 @@ class ChannelLines(BenchCase):
                 self.assertIn(text, result.out)
                 self.assertIn(f"kiv: no answer to '{line}' within 2500 ms\n", result.err)
 
+    def test_pieces_of_an_answer_are_put_together_as_they_were(self):
+        text = "\r\n+X: \u00fc\u20ac\r\r\n\r\nOK\r\n".encode()
+        device = self.device([(AT_ANSWER, text[i:i + 1]) for i in range(len(text))]
+                             + [(SHELL_ANSWER, b"12"), (SHELL_ANSWER, b"34\n5\r"),
+                                (SHELL_ANSWER, b"\n6"), (SHELL_ANSWER, b"")])
+        _, result = self.run_on(device, "-c", "AT")
+        self.assertEqual(result.out, "\n+X: \u00fc\u20ac\n\nOK\n1234\n5\n6\n", result)
+
+    def test_a_line_feed_is_added_where_another_text_follows_or_the_answer_ends(self):
+        device = self.slow_device([(SHELL_ANSWER, b"a"), (AT_ANSWER, b"RI"), (AT_ANSWER, b"NG"),
+                                   (SHELL_ANSWER, b"b"), (SHELL_ANSWER, b"c"), (SHELL_ANSWER, b"")])
+        _, result = self.run_on(device, "-c", "sh x", "-c", ":help")
+        self.assertTrue(result.out.startswith("a\nRING\nbc\n:help "), result)
+
+    def test_text_behind_the_last_line_is_ended_too(self):
+        device = self.device([(SHELL_ANSWER, b"half")])
+        _, result = self.run_on(device, "--wait", "700", "-c", "sh x")
+        self.assertEqual((result.out, result.status), ("half\n", 3), result)
+
+    def test_a_shell_and_a_controller_are_told_apart(self):
+        device = self.device([(HCI, b"04 0e"), (HCI, b"04 0f"), (SHELL_ANSWER, b"12"),
+                              (SHELL_ANSWER, b"34"), (SHELL_ANSWER, b"")], versions=(246, 0))
+        _, result = self.run_on(device, "--settle", "1000", "-c", "sh x")
+        self.assertEqual(result.out, "04 0e\n04 0f\n1234\n" * 2, result)
+
+    def test_an_empty_line_goes_to_the_module(self):
+        for product, stdin in ((38, b""), (38, b"\n"), (0, b"\n")):
+            with self.subTest(product=product, stdin=stdin):
+                device = self.device(versions=(246, product))
+                lines = () if stdin else ("-c", "")
+                result = self.kiv(*lines, stdin=stdin, link=device.endpoint)
+                raw = [(frames.RAW, 0, b"\r\n")] if product == 38 else []
+                got = [(head.kind, head.id, body) for head, body in device.received]
+                self.assertEqual([one for one in got if one[0] == frames.RAW], raw, result)
+                self.assertEqual((result.out, result.status), ("", 0), result)
+                device.close()
+                (self.folder / "device").unlink()
+
+    def test_an_empty_line_is_nothing_where_no_channel_takes_it(self):
+        device = self.device()
+        got, result = self.run_on(device, "-c", "", "-c", "")
+        self.assertEqual((got, result.out, result.status), ([], "", 0), result)
+
     def test_a_controllers_answer_ends_with_silence(self):
         device = self.slow_device([(HCI, b"04 0e 04 01"), (HCI, b"04 0f 04 00")], versions=(246, 0))
         _, result = self.run_on(device, "--settle", "1000", "-c", "hci 01 03 0c 00", "-c", "hci 2")
@@ -243,6 +286,18 @@ class ChannelLines(BenchCase):
                 self.assertIn(f"pattern 0x55\n{last.decode()}\n", result.out)
                 device.close()
                 (self.folder / "device").unlink()
+
+    def test_a_test_case_that_is_never_confirmed_has_no_answer(self):
+        def pass_only(device, head, body):
+            device.send(frames.Head(frames.IND, id=TEST_TEXT), b"result: pass")
+
+        device = ScriptedDevice(self.folder / "device", pass_only)
+        self.stack.callback(device.close)
+        _, result = self.run_on(device, "--wait", "1500", "-c", f"ctscfg {self.cases()}", "-c",
+                                "cts echo 0")
+        self.assertIn("result: pass\n", result.out)
+        self.assertIn("kiv: no answer to 'cts echo 0' within 1500 ms\n", result.err)
+        self.assertEqual(result.status, 3, result)
 
     def test_a_test_case_that_is_not_sent_fails(self):
         device = self.device()

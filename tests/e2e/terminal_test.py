@@ -107,6 +107,33 @@ class Terminal(BenchCase):
         self.type("nonsense\n")
         self.assertIn("Command 'nonsense' is not exist\n", self.read_until("exist\n" + PROMPT + "$"))
 
+    def test_a_line_that_arrives_in_pieces_takes_the_prompts_place_once(self):
+        from scripted_device import ScriptedDevice
+        from tests.wire import frames
+        device = ScriptedDevice(self.folder / "device", lambda d, head, body: None)
+        self.stack.callback(device.close)
+        self.open("--link", device.endpoint, "--settle", "1500")
+        self.read_until(PROMPT + "$")
+        self.wait_connected()
+        for piece in (b"R", b"I", b"NG\r", b"\n"):
+            device.send(frames.Head(frames.IND, id=0xA011), piece)
+            if piece == b"I":
+                self.read_until("I$")
+        self.assertEqual(self.read_until(PROMPT + "$"), "NG\n" + PROMPT)
+        device.send(frames.Head(frames.IND, id=0xA011), b"half")
+        self.assertEqual(self.read_until("half\n" + PROMPT + "$"), "\r\x1b[Khalf\n" + PROMPT)
+
+    def test_an_empty_line_goes_to_a_device_that_takes_every_line(self):
+        from scripted_device import ScriptedDevice
+        device = ScriptedDevice(self.folder / "device", lambda d, head, body: None, versions=(248, 38))
+        self.stack.callback(device.close)
+        self.open("--link", device.endpoint)
+        self.read_until(PROMPT + "$")
+        self.wait_connected()
+        self.type("\n")
+        self.read_until(PROMPT + "$")
+        self.assertEqual([body for _, body in device.received], [b"\r\n"])
+
 
 if __name__ == "__main__":
     unittest.main()

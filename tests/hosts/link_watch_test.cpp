@@ -295,5 +295,20 @@ TEST_F(LinkWatchTest, ANoticeIsEscaped) {
   EXPECT_EQ(Events().at(0).text, "oops\\x1b[0m");
 }
 
+TEST_F(LinkWatchTest, TellsAControllersTextFromAShellsByTheBatchThatHasIt) {
+  const std::vector<ReceivedPacket> records = {
+      Answer(0xA012, "same"),   Answer(0x7E0C, "same"), Answer(0xA011, "OK"),
+      Answer(0x7E0C, "hidden"), Answer(0x4105, "x"),    Answer(0x7E0C, {"04\0 0e", 6}),
+      Answer(0xA012, "")};
+  watch.OnHandingOver(records.data(), static_cast<std::uint32_t>(records.size()));
+  EXPECT_EQ(watch.ChannelOfText("same"), Channel::kShell);
+  EXPECT_EQ(watch.ChannelOfText("same"), Channel::kController);
+  EXPECT_EQ(watch.ChannelOfText("x"), Channel::kShell);
+  EXPECT_EQ(watch.ChannelOfText("04"), Channel::kController);
+  EXPECT_EQ(watch.ChannelOfText(""), Channel::kShell);
+  HandOver(records);
+  EXPECT_EQ(watch.ChannelOfText("hidden"), Channel::kShell);
+}
+
 }  // namespace
 }  // namespace kiv
