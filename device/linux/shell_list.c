@@ -35,17 +35,50 @@ static bool read_all(kiv_shell_list* list, int file, const char* path) {
   return true;
 }
 
+// Blanks take a comment's place. A '#' inside a word begins none: such a row is refused below.
+static void blank_comment(char* row, const char* end) {
+  for (char* at = row; at < end; ++at) {
+    if (*at == '#' && (at == row || strchr(kBlanks, at[-1]) != NULL)) {
+      memset(at, ' ', (size_t)(end - at));
+      return;
+    }
+  }
+}
+
+// Whoever writes a row that allows nothing wanted something else.
+static bool check_row(kiv_shell_list* list, const char* path, const char* row, unsigned number) {
+  const char* const at = row + strcspn(row, kMeaningful);
+  if (*at == '\0') return true;
+  char why[96];
+  (void)snprintf(why, sizeof why, "line %u allows nothing, since no line with %.*s runs", number,
+                 *at == '\r' ? 17 : 1, *at == '\r' ? "a carriage return" : at);
+  return fail(list, path, why);
+}
+
+// Cuts the text into rows, each ended by a zero.
+static bool take_rows(kiv_shell_list* list, const char* path) {
+  if (memchr(list->text, '\0', (size_t)(list->end - list->text)) != NULL) {
+    return fail(list, path, "has a zero byte");
+  }
+  unsigned number = 1;
+  for (char* row = list->text; row < list->end; ++row, ++number) {
+    char* const end = row + strcspn(row, "\n");
+    *end = '\0';
+    if (end > row && end[-1] == '\r') end[-1] = '\0';
+    blank_comment(row, row + strlen(row));
+    if (!check_row(list, path, row, number)) return false;
+    row = end;
+  }
+  return true;
+}
+
 bool kiv_shell_list_read(kiv_shell_list* list, const char* path) {
   memset(list, 0, sizeof *list);
   const int file = open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
   if (file < 0) return fail(list, path, "cannot be opened");
   const bool ok = read_all(list, file, path);
   close(file);
-  if (!ok) return false;
-  for (char* at = list->text; at < list->end; ++at) {
-    if (*at == '\n' || *at == '\r') *at = '\0';
-  }
-  return true;
+  return ok && take_rows(list, path);
 }
 
 void kiv_shell_list_free(kiv_shell_list* list) {
@@ -63,7 +96,7 @@ static const char* trim(const char* text, size_t* length) {
 }
 
 static bool row_allows(const char* row, size_t row_length, const char* line, size_t line_length) {
-  if (row_length == 0 || row[0] == '#' || line_length < row_length) return false;
+  if (row_length == 0 || line_length < row_length) return false;
   if (strncmp(row, line, row_length) != 0) return false;
   if (line_length == row_length) return true;
   const bool one_word = strcspn(row, kBlanks) >= row_length;

@@ -1,6 +1,7 @@
 // The commands that `--shell list:FILE` allows. A line of the file that is one word allows every
-// line that begins with that word; a line of several words allows exactly that line. Empty lines
-// and those that begin with '#' say nothing.
+// line that begins with that word; a line of several words allows exactly that line. A '#' at
+// the beginning or behind a blank begins a comment. A line that could never allow anything, because
+// it has a character that no line may have, makes the file unusable.
 //
 // Threads: none of its own.
 // Owns or borrows: owns the file's text.

@@ -17,9 +17,11 @@ namespace {
 
 class ShellList : public testing::Test {
  protected:
-  ~ShellList() override {
+  ~ShellList() override { TearDownList(); }
+  void TearDownList() {
     kiv_shell_list_free(&list_);
-    std::remove(path_.c_str());
+    if (!path_.empty()) std::remove(path_.c_str());
+    path_.clear();
   }
   bool read(const std::string& text) {
     char name[] = "/tmp/kivagent-list-XXXXXX";
@@ -43,9 +45,36 @@ TEST_F(ShellList, AllowsFirstWordsAndExactLines) {
 }
 
 TEST_F(ShellList, AllowsNoCharacterThatMeansSomethingToAShell) {
-  ASSERT_TRUE(read("ls\nls *\n"));
+  ASSERT_TRUE(read("ls\n"));
   for (const char c : std::string("|&;<>()$`\\\"'*?[]{}#~!\r\n"))
     EXPECT_FALSE(kiv_shell_list_allows(&list_, (std::string("ls ") + c).c_str())) << c;
+}
+
+TEST_F(ShellList, ACommentMayStandBehindARow) {
+  ASSERT_TRUE(read("uname -s # which system\nid\t#who, and $HOME\r\n\t# only this\nls #"));
+  for (const char* line : {"uname -s", "id", "id -u", "ls /"})
+    EXPECT_TRUE(kiv_shell_list_allows(&list_, line)) << line;
+  for (const char* line : {"uname", "who,", "only this", "which system", "#"})
+    EXPECT_FALSE(kiv_shell_list_allows(&list_, line)) << line;
+}
+
+TEST_F(ShellList, RefusesARowThatCouldNeverAllowALine) {
+  for (const char c : std::string("|&;<>()$`\\\"'*?[]{}#~!")) {
+    EXPECT_FALSE(read(std::string("ls # fine\n\nls a") + c + " # not\n")) << c;
+    EXPECT_EQ(
+        std::string(list_.problem),
+        "list of commands " + path_ + ": line 3 allows nothing, since no line with " + c + " runs");
+    TearDownList();
+  }
+  EXPECT_FALSE(read("ls\rid\n"));
+  EXPECT_EQ(std::string(list_.problem),
+            "list of commands " + path_ +
+                ": line 1 allows nothing, since no line with a carriage return runs");
+}
+
+TEST_F(ShellList, RefusesAZeroByte) {
+  EXPECT_FALSE(read(std::string("uname\0id\n", 9)));
+  EXPECT_EQ(std::string(list_.problem), "list of commands " + path_ + ": has a zero byte");
 }
 
 TEST_F(ShellList, AllowsNothingWhenItIsEmpty) {
