@@ -11,19 +11,32 @@ data=${KIV_DATA_DIR:-${XDG_DATA_HOME:-$home/.local/share}/kiv}
 case $data in /*) ;; *) data=$PWD/$data ;; esac
 ini=$data/C/Kestrax/kit_kiv_plc_cts.ini
 
-# Whether section "config" has a path.
+# The file as the module reads it (platform/os/ini_document.h): the first "path" of any section "config"
+# holds, in any case; blanks around it and one pair of quotes do not count, nor a mark of UTF-8.
+read_ini='
+  function trimmed(text) { gsub(/^[ \t\r]+|[ \t\r]+$/, "", text); return text }
+  function value(text) {
+    text = trimmed(text)
+    return length(text) > 1 && text ~ /^("[^\n]*"|\047[^\n]*\047)$/ ? substr(text, 2, length(text) - 2) : text
+  }
+  { line = $0
+    if (substr(line, 1, 3) == "\357\273\277") line = substr(line, 4)
+    line = trimmed(line)
+    equals = index(line, "=")
+    isPath = 0
+    if (line ~ /^\[.*\]/) inside = tolower(trimmed(substr(line, 2, index(line, "]") - 2))) == "config"
+    else isPath = inside && equals && line !~ /^;/ && tolower(trimmed(substr(line, 1, equals - 1))) == "path" }'
+
 configured() {
-  awk '{ line = tolower($0); sub(/^[ \t]+/, "", line) }
-       line ~ /^\[/ { inside = line ~ /^\[config\]/ }
-       inside && line ~ /^path[ \t]*=[ \t]*[^ \t\r]/ { found = 1 }
-       END { exit !found }' "$ini"
+  LC_ALL=C awk "$read_ini"' isPath { held = value(substr(line, equals + 1)); exit } END { exit held == "" }' "$ini"
 }
 
-# The file without the empty path that would hold; the rest stays as it was.
-without_path() {
-  awk '{ line = tolower($0); sub(/^[ \t]+/, "", line) }
-       line ~ /^\[/ { inside = line ~ /^\[config\]/ }
-       !(inside && line ~ /^path[ \t]*=/)' "$ini"
+# The file with the shipped ones in the place of the empty path, or behind all else; the rest stays.
+with_path() {
+  LC_ALL=C path=$data/cts awk "$read_ini"'
+    isPath && !done { print "path=" ENVIRON["path"]; done = 1; next }
+    { print }
+    END { if (!done) print "[config]\npath=" ENVIRON["path"] }' "$1"
 }
 
 if [ -e "$ini" ] && configured; then exit 0; fi
@@ -32,10 +45,7 @@ cp "$shipped"/*.pcfg "$data/cts/"
 cp "$shipped"/pbin/* "$data/cts/pbin/"
 kept=$(mktemp "$ini.XXXXXX")
 trap 'rm -f "$kept"' EXIT
-{
-  if [ -e "$ini" ]; then without_path; fi
-  printf '[config]\npath=%s\n' "$data/cts"
-} >"$kept"
+if [ -e "$ini" ]; then with_path "$ini"; else with_path /dev/null; fi >"$kept"
 chmod 600 "$kept"
 mv "$kept" "$ini"
 say "test configurations are in $data/cts: try cts cts_echo 0"

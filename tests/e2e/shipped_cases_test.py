@@ -87,11 +87,32 @@ class ShippedCases(BenchCase):
         self.ini.parent.mkdir(parents=True)
         self.ini.write_text("; mine\n[other]\npath=/a\n[config]\npath=\ntitle=run7")
         self.offer()
-        self.assertEqual(self.ini.read_text(), "; mine\n[other]\npath=/a\n[config]\ntitle=run7\n"
-                                               f"[config]\npath={self.cases}\n")
+        self.assertEqual(self.ini.read_text(), "; mine\n[other]\npath=/a\n[config]\n"
+                                               f"path={self.cases}\ntitle=run7\n")
         result = self.kiv("-c", "ctscfg")
         self.assertEqual(result.out, f"config path: {self.cases}\n"
                                      f"log file: {self.cases}\\cts_run7.log\n", result)
+
+    def test_it_reads_the_file_as_the_module_does(self):
+        self.ini.parent.mkdir(parents=True)
+        empty = ('[config]\npath=""\n', "[config]\npath=''\r\n", "[config]\n;path=/a\n", "path=/a\n",
+                 "[config]\npath=\npath=/a\n", "[config]\n[other]\npath=/a\n", "[config\npath=/a\n")
+        for text in empty:
+            with self.subTest(empty=text):
+                self.ini.write_bytes(text.encode())
+                self.assertIn("test configurations are in", self.offer())
+                result = self.kiv("-c", "ctscfg")
+                self.assertTrue(result.out.startswith(f"config path: {self.cases}\n"), result)
+        mine = self.folder / "mine"
+        mine.mkdir()
+        for text in (f"\ufeff[config]\npath={mine}\n", f"\t[ CONFIG ] x\r\n PATH = \"{mine}\" \r\n",
+                     f"[config]\n[a]\n[config]\npath='{mine}'", f"[config]\npath={mine}\npath=\n"):
+            with self.subTest(configured=text):
+                self.ini.write_bytes(text.encode())
+                self.assertEqual(self.offer(), "")
+                self.assertEqual(self.ini.read_bytes(), text.encode())
+                result = self.kiv("-c", "ctscfg")
+                self.assertTrue(result.out.startswith(f"config path: {mine}\n"), result)
 
 
 if __name__ == "__main__":
