@@ -231,13 +231,13 @@ TEST_F(ChannelsOverModule, WorkOnAfterTheCatalogueWasReloaded) {
 
 TEST_F(ChannelsOverModule, AViewMayRunALineWhileAChannelAnswers) {
   int depth = 0;
-  const QMetaObject::Connection view = QObject::connect(
-      bench_.App().GetMsgSender(), &SvcKivSpace::SvcKivMessage::SvcHandleMessage,
-      [&](SvcKivSpace::SvcKivMsgType, void*) {
-        if (depth++ > 0) return;
-        EXPECT_EQ(bench_.Run(L"sh ls"), kUntouched);
-        EXPECT_EQ(bench_.Run(L"nix"), L"Command 'nix' is not exist\n");
-      });
+  const QMetaObject::Connection view =
+      QObject::connect(bench_.App().GetMsgSender(), &SvcKivSpace::SvcKivMessage::SvcHandleMessage,
+                       [&](SvcKivSpace::SvcKivMsgType, void*) {
+                         if (depth++ > 0) return;
+                         EXPECT_EQ(bench_.Run(L"sh ls"), kUntouched);
+                         EXPECT_EQ(bench_.Run(L"nix"), L"Command 'nix' is not exist\n");
+                       });
   EXPECT_EQ(bench_.Run(L"ctsftl"), kUntouched);
   QObject::disconnect(view);
   EXPECT_EQ(fake::Posts(), (PostList{ShellPost("ls")}));

@@ -57,10 +57,10 @@ TEST_F(NoInstance, AnAttributeBeyondTheNextPositionAddsNothing) {
   ASSERT_EQ(config.SetSessionAndInstance(1, 1), 0u);
   ASSERT_EQ(config.Save(), 0u);
   const std::string before = FileText();
-  EXPECT_EQ(config.WriteAttribute(L"x", L"NAME",
-                                  L"SourceData.SESSION.INSTANCE.DEFAULT.HISTORY_CMD.CMD",
-                                  L"0.0.0.0.0.5"),
-            3004u);
+  EXPECT_EQ(
+      config.WriteAttribute(L"x", L"NAME", L"SourceData.SESSION.INSTANCE.DEFAULT.HISTORY_CMD.CMD",
+                            L"0.0.0.0.0.5"),
+      3004u);
   EXPECT_EQ(config.Save(), 0u);
   EXPECT_EQ(FileText(), before);
 }

@@ -22,8 +22,8 @@ struct SampleSession {
   };
   // The messages that have wholly come with the first `bytes` of the line.
   std::size_t WholeIn(std::size_t bytes) const;
-  // Where the frame ends in which place `at` lies; `at` itself between two frames. The greeting is a
-  // frame from its first byte on.
+  // Where the frame ends in which place `at` lies; `at` itself between two frames. The greeting is
+  // a frame from its first byte on.
   std::size_t FrameEnd(std::size_t at) const;
 
   Bytes line;

@@ -26,8 +26,8 @@ class DeviceEnd {
   std::optional<NaiveFrame> Next();
   // Waits until there is something to read, and leaves it there.
   bool WaitForData();
-  // The next frame that is neither a probe nor, once it has greeted, a new greeting (a line may have
-  // a new host without a new connection); those are answered.
+  // The next frame that is neither a probe nor, once it has greeted, a new greeting (a line may
+  // have a new host without a new connection); those are answered.
   std::optional<NaiveFrame> NextMessage();
   // Waits for the host's hello and answers it; false when there was none.
   bool Greet();
