@@ -82,6 +82,26 @@ void MergeAttributes(pugi::xml_node base, pugi::xml_node ours, pugi::xml_node th
   }
 }
 
+// What the entries of a list say: an attribute that is empty says as much as one that is missing,
+// so do comments, and entries at the end that say nothing are as good as none.
+std::string MeaningOf(const Nodes& entries) {
+  std::string meaning;
+  std::size_t usedChars = 0;
+  for (const pugi::xml_node entry : entries) {
+    if (entry.type() != pugi::node_element) continue;
+    meaning += std::string("<") + entry.name();
+    const std::size_t before = meaning.size();
+    for (const pugi::xml_attribute attribute : entry.attributes()) {
+      if (*attribute.value() == '\0') continue;
+      meaning += std::string(" ") + attribute.name() + "=\"" + attribute.value() + '"';
+    }
+    meaning += TextOf(ChildrenOf(entry));
+    if (meaning.size() > before) usedChars = meaning.size();
+  }
+  meaning.resize(usedChars);
+  return meaning;
+}
+
 // Ours instead of theirs when ours has changed.
 void MergeAsOne(const Group& group, pugi::xml_node theirParent) {
   if (TextOf(group.base) == TextOf(group.ours)) return;
@@ -157,7 +177,11 @@ class Merger {
     const Rule rule = RuleFor(tagPath);
     if (rule.kind == MergeKind::kAppended) return MergeAppended(base, ours, theirs, descent_);
     if (rule.kind == MergeKind::kWhole) {
-      return MergeAsOne({ChildrenOf(base), ChildrenOf(ours), ChildrenOf(theirs)}, theirs);
+      const Group lists = {ChildrenOf(base), ChildrenOf(ours), ChildrenOf(theirs)};
+      const bool haveTheirs = TextOf(lists.base) != TextOf(lists.theirs);
+      // A store writes ten slots where the document had fewer, and changes nothing by it.
+      if (haveTheirs && MeaningOf(lists.base) == MeaningOf(lists.ours)) return;
+      return MergeAsOne(lists, theirs);
     }
     for (const auto& [key, group] : Grouped(base, ours, theirs, rule)) {
       MergeGroup(group, theirs, tagPath);
