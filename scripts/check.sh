@@ -6,8 +6,9 @@
 #   torture  the gcc build's tests with ten times the repetitions, and a table of what the sweeps
 #            tried and found
 #
-# A stage that fails does not stop the others; the table at the end names it and the exit status is
-# 1. The gcc build's tests come last, so that ctest's own summary is the last thing printed.
+# A stage that fails does not stop the others; the exit status is 1. The gcc build's tests come last,
+# so that ctest's own summary is the last thing printed; their last one, check.stages, fails when a
+# stage did and shows what that stage said, since of a long log only the end is read.
 set -u
 . "$(dirname "$0")/say.sh"
 
@@ -20,6 +21,9 @@ esac
 jobs=$(nproc)
 rows=()
 failed=()
+stages=build/log/stages
+rm -rf "$stages"
+mkdir -p "$stages"
 
 # The gcc tests, which come last, must still fit into the 55 minutes that a full run may take.
 startLimitSeconds=2520
@@ -27,17 +31,24 @@ startLimitSeconds=2520
 # stage NAME COMMAND...: runs the command and notes the seconds it took and how it ended. A stage
 # whose time has come too late is not run and has failed.
 stage() {
-  local name=$1 start=$SECONDS result=ok
+  local name=$1 start=$SECONDS result=ok log=$stages/${#rows[@]}.log
   shift
   say "== $name"
   if [ $SECONDS -gt $startLimitSeconds ]; then
     result="NO TIME LEFT"
   else
-    "$@" </dev/null || result=FAILED
+    # Not a pipe: a process that a test left behind could keep one open for ever.
+    "$@" </dev/null > >(tee "$log" >&2) 2>&1 || result=FAILED
   fi
-  [ "$result" = ok ] || failed+=("$name")
   rows+=("$(printf '%-34s %5d s  %s' "$name" $((SECONDS - start)) "$result")")
-  [ "$result" = ok ]
+  [ "$result" = ok ] && return
+  failed+=("$name")
+  sleep 1 # for the last lines of the log
+  {
+    printf '%s\n' "${rows[-1]}"
+    grep -E '^[[:space:]]+[0-9]+ - .* \(|(: error:|: warning:|FAILED)' "$log" 2>/dev/null | tail -n 12
+  } >"$stages/${#failed[@]}.failed"
+  return 1
 }
 
 table() {
@@ -61,7 +72,7 @@ configure() {
 }
 
 build_threaded() {
-  configure tsan && cmake --build --preset tsan --target kiv_threaded_tests
+  configure tsan $pch && cmake --build --preset tsan --target kiv_threaded_tests
 }
 
 # tests PRESET SWEEP [OPTION...]: runs its tests; one that finds no test at all has failed.
@@ -93,6 +104,8 @@ sanitizer_options() {
 }
 
 limitSeconds=900
+pch=-DKIV_TEST_PCH=ON
+others='-E ^check\.stages$'
 sanitizer_options
 case $sweep in
   full) stage "packages" scripts/install-deps.sh run check full || { table; exit 1; } ;;
@@ -104,8 +117,8 @@ scale=1
 stage "gcc build" build gcc -DKIV_TIMEOUT_SCALE=$scale || { table; exit 1; }
 
 if [ $sweep = full ]; then
-  stage "clang build" build clang && stage "clang tests" tests clang short
-  stage "address, undefined: build" build asan && stage "address, undefined: tests" tests asan short
+  stage "clang build" build clang $pch && stage "clang tests" tests clang short $others
+  stage "address, undefined: build" build asan $pch && stage "address, undefined: tests" tests asan short $others
   threaded='^(service|link|channels|cts|settings|platform_devlink|live|svckiv)$'
   stage "thread: build" build_threaded && stage "thread: tests" tests tsan short -L "$threaded"
   stage "libFuzzer, 60 s a target" fuzz_all asan 60
@@ -118,7 +131,7 @@ export KIV_REPORT_DIR=$PWD/build/log/sweeps
 rm -rf "$KIV_REPORT_DIR"
 mkdir -p "$KIV_REPORT_DIR"
 say "== gcc tests (sweep: $sweep)"
-tests gcc "$sweep" </dev/null
+KIV_STAGES=1 tests gcc "$sweep" </dev/null
 status=$?
 [ $sweep = torture ] && sweep_table
 [ ${#failed[@]} = 0 ] && [ $status = 0 ]
