@@ -24,6 +24,10 @@ std::string NotConnectedText(const std::string& endpoint, std::uint32_t waitMs,
          (reason.empty() ? "" : ": " + reason) + "; no line was run\n";
 }
 
+std::string UnreadableText(const std::string& name, const std::string& reason) {
+  return "kiv: cannot read " + name + ": " + reason + "\n";
+}
+
 std::string NoAnswerText(const std::string& line, std::uint32_t waitMs) {
   return "kiv: no answer to '" + line + "' within " + std::to_string(waitMs) + " ms\n";
 }
@@ -62,6 +66,10 @@ std::string SettingsNoticeText(const std::string& notice) { return "kiv: " + not
 
 std::string UnknownWordText(const std::string& word) {
   return "kiv: '" + word + "' is none of the console's own words; :help lists them\n";
+}
+
+std::string NoArgumentsText(const std::string& word) {
+  return "kiv: '" + word + "' takes no arguments\n";
 }
 
 }  // namespace kiv

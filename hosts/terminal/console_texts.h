@@ -15,6 +15,8 @@ std::string DisconnectedText(const std::string& reason);
 // A batch whose link did not come up.
 std::string NotConnectedText(const std::string& endpoint, std::uint32_t waitMs,
                              const std::string& reason);
+// A file of lines, or standard input.
+std::string UnreadableText(const std::string& name, const std::string& reason);
 std::string NoAnswerText(const std::string& line, std::uint32_t waitMs);
 // A line that a text channel took without a word and without a post: no device, or another reason.
 std::string LineNotConnectedText(const std::string& line);
@@ -30,6 +32,8 @@ std::string SettingsNotSavedText();
 // What the settings have to say, in the module's words.
 std::string SettingsNoticeText(const std::string& notice);
 std::string UnknownWordText(const std::string& word);
+// A word of the console's own that stands alone was given arguments.
+std::string NoArgumentsText(const std::string& word);
 
 extern const char kPrompt[];
 

@@ -111,17 +111,23 @@ void FacadeThread::RunHere(std::uint64_t number, const std::wstring& line) {
   queue_.Push(std::move(event));
 }
 
-void FacadeThread::ListHistory(std::uint64_t number) {
+void FacadeThread::Ask(std::uint64_t number, Question question) {
   QMetaObject::invokeMethod(
       context_,
-      [this, number] {
+      [this, number, question = std::move(question)] {
         ViewEvent event;
         event.kind = ViewEvent::Kind::kReply;
         event.line = number;
-        for (const std::wstring& line : settings_->Lines()) event.text += ShownLine(line) + "\n";
+        question(*this, event);
         queue_.Push(std::move(event));
       },
       Qt::QueuedConnection);
+}
+
+bool FacadeThread::ReloadCatalogue() {
+  SvcKiv::ReloadDb();
+  if (settings_) SvcKiv::SetInstantIndTime(settings_->InstantIndMs());
+  return CheckCommands();
 }
 
 void FacadeThread::SetConnected(bool connected) {
@@ -130,21 +136,6 @@ void FacadeThread::SetConnected(bool connected) {
       [this, connected] {
         isConnected_ = connected;
         SvcKiv::SetUEConnectStatus(connected ? 1 : 0);
-      },
-      Qt::QueuedConnection);
-}
-
-void FacadeThread::Reload(std::uint64_t number) {
-  QMetaObject::invokeMethod(
-      context_,
-      [this, number] {
-        SvcKiv::ReloadDb();
-        if (settings_) SvcKiv::SetInstantIndTime(settings_->InstantIndMs());
-        ViewEvent event;
-        event.kind = ViewEvent::Kind::kReply;
-        event.line = number;
-        event.isCommand = CheckCommands();
-        queue_.Push(std::move(event));
       },
       Qt::QueuedConnection);
 }

@@ -13,6 +13,7 @@
 #include <QObject>
 #include <QThread>
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 
@@ -36,12 +37,17 @@ class FacadeThread {
   void Start(LinkWatch& watch, bool saveEachLine);
   // Runs one typed line; its reply comes as an event kReply with this number.
   void Run(std::uint64_t number, std::wstring line);
-  // The history, one line each, comes as the text of an event kReply with this number.
-  void ListHistory(std::uint64_t number);
+  // Runs on the facade's thread, where the module and the settings may be called, and fills the
+  // reply, which then comes as an event kReply with this number.
+  using Question = std::function<void(FacadeThread& here, ViewEvent& reply)>;
+  void Ask(std::uint64_t number, Question question);
   void SetConnected(bool connected);
-  // Reads the catalogue again; an event kReply with this number says that it is done, `isCommand`
-  // whether there are commands now.
-  void Reload(std::uint64_t number);
+
+  // For questions. Reads the catalogue again; false when there are no commands now.
+  bool ReloadCatalogue();
+  // For questions. Null when the module did not start.
+  SettingsKeeper* Settings() { return settings_ ? &*settings_ : nullptr; }
+
   // Close the queue first. Stops the module and ends the thread; false when that took longer than
   // `timeoutMs`: the process must then end without waiting.
   bool Stop(std::uint32_t timeoutMs);

@@ -1,0 +1,110 @@
+#include "hosts/terminal/console_words.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "hosts/terminal/console_texts.h"
+#include "platform/text/shown_text.h"
+
+namespace kiv {
+namespace {
+
+constexpr std::wstring_view kBlanks = L" \t";
+
+std::string NameColumn(const ConsoleWord& word) {
+  std::string column = word.name;
+  if (*word.arguments != '\0') column += " " + std::string(word.arguments);
+  return column;
+}
+
+int Help(ConsoleContext& context, std::wstring_view) {
+  constexpr std::string_view kEscaped = "::x";
+  std::size_t widthChars = kEscaped.size();
+  for (const ConsoleWord& word : ConsoleWords()) {
+    widthChars = std::max(widthChars, NameColumn(word).size());
+  }
+  std::string text;
+  const auto add = [&text, widthChars](std::string column, std::string_view help) {
+    column.resize(widthChars + 2, ' ');
+    text.append(column).append(help).append("\n");
+  };
+  for (const ConsoleWord& word : ConsoleWords()) add(NameColumn(word), word.help);
+  add(std::string(kEscaped), "send the line :x to the module");
+  context.display.Answer(text);
+  return kDone;
+}
+
+int Link(ConsoleContext& context, std::wstring_view) {
+  const ConsoleNews& news = context.pump.News();
+  context.display.Answer(news.connected ? news.connectedText : DisconnectedText(news.lastReason));
+  return kDone;
+}
+
+int Quit(ConsoleContext& context, std::wstring_view) {
+  context.quit = true;
+  return kDone;
+}
+
+int History(ConsoleContext& context, std::wstring_view) {
+  ViewEvent reply;
+  const auto list = [](FacadeThread& here, ViewEvent& answer) {
+    if (here.Settings() == nullptr) return;
+    for (const std::wstring& line : here.Settings()->Lines()) answer.text += ShownLine(line) + "\n";
+  };
+  if (!context.runner.Ask(list, reply)) return kInterrupted;
+  context.display.Answer(reply.text);
+  return kDone;
+}
+
+int Reload(ConsoleContext& context, std::wstring_view) {
+  ViewEvent reply;
+  const auto reload = [](FacadeThread& here, ViewEvent& answer) {
+    answer.isCommand = here.ReloadCatalogue();
+  };
+  if (!context.runner.Ask(reload, reply)) return kInterrupted;
+  return reply.isCommand ? kDone : kCommandFailed;
+}
+
+constexpr ConsoleWord kWords[] = {
+    {":help", "", "this list", Help, nullptr},
+    {":history", "", "the lines that were typed, in all sessions", History, nullptr},
+    {":link", "", "what the console is connected to", Link, nullptr},
+    {":quit", "", "end the console", Quit, nullptr},
+    {":reload", "", "read the command catalogue again", Reload, nullptr},
+};
+
+// A word and what stands behind it, without the blanks around it.
+std::pair<std::wstring_view, std::wstring_view> Split(std::wstring_view line) {
+  const std::size_t blank = std::min(line.find_first_of(kBlanks), line.size());
+  std::wstring_view rest = line.substr(blank);
+  rest.remove_prefix(std::min(rest.find_first_not_of(kBlanks), rest.size()));
+  rest = rest.substr(0, rest.find_last_not_of(kBlanks) + 1);
+  return {line.substr(0, blank), rest};
+}
+
+}  // namespace
+
+std::span<const ConsoleWord> ConsoleWords() { return kWords; }
+
+bool IsConsoleWord(std::wstring_view line) {
+  return line.starts_with(L":") && !line.starts_with(L"::");
+}
+
+int RunConsoleWord(ConsoleContext& context, std::wstring_view line) {
+  const auto [name, arguments] = Split(line);
+  const std::string typed = ShownLine(name);
+  const auto words = ConsoleWords();
+  const auto word = std::find_if(words.begin(), words.end(),
+                                 [&typed](const ConsoleWord& row) { return typed == row.name; });
+  if (word == words.end()) {
+    context.display.Notice(UnknownWordText(typed));
+    return kCommandFailed;
+  }
+  if (!arguments.empty() && *word->arguments == '\0') {
+    context.display.Notice(NoArgumentsText(typed));
+    return kCommandFailed;
+  }
+  return word->run(context, arguments);
+}
+
+}  // namespace kiv

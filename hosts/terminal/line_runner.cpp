@@ -1,0 +1,113 @@
+#include "hosts/terminal/line_runner.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "hosts/terminal/console_texts.h"
+#include "platform/text/shown_text.h"
+
+namespace kiv {
+
+std::chrono::milliseconds LineRunner::WaitTime() const {
+  return std::chrono::milliseconds(options_.waitMs.value_or(pump_.News().settingsWaitMs));
+}
+
+bool LineRunner::Ask(FacadeThread::Question question, ViewEvent& reply) {
+  const std::uint64_t number = ++number_;
+  facade_.Ask(number, std::move(question));
+  if (!pump_.WaitForReply(number, reply)) return false;
+  pump_.ShowAll();
+  return true;
+}
+
+int LineRunner::Run(std::wstring line) {
+  const std::string shown = ShownText(line);
+  const std::uint64_t number = ++number_;
+  pump_.ShowAll();
+  pump_.ForgetAnswered();
+  facade_.Run(number, std::move(line));
+  ViewEvent reply;
+  // Texts that arrive meanwhile stay in the queue: they stand behind the reply.
+  if (!pump_.WaitForReply(number, reply)) return kInterrupted;
+  display_.Reply(reply.text);
+  pump_.ShowAll();
+  if (reply.takenByChannel) return ChannelStatus(reply, shown);
+  if (reply.posts > 0) return WaitForAnswer(std::move(reply), shown);
+  if (reply.text.empty() || reply.isHelp) return kDone;
+  return reply.linkDown && reply.isCommand ? kNotConnected : kCommandFailed;
+}
+
+int LineRunner::GiveUp(std::uint64_t epoch, Clock::time_point deadline, const std::string& shown) {
+  if (pump_.News().lostEpoch > epoch) {
+    display_.Notice(LinkLostText(shown));
+    return kNotConnected;
+  }
+  if (Clock::now() < deadline) return kDone;
+  display_.Notice(NoAnswerText(shown, static_cast<std::uint32_t>(WaitTime().count())));
+  return kNoAnswer;
+}
+
+int LineRunner::WaitForAnswer(ViewEvent line, const std::string& shown) {
+  const auto deadline = Clock::now() + WaitTime();
+  for (;;) {
+    pump_.ShowAll();
+    const auto& answered = pump_.News().answered;
+    if (answered && answered->line == line.line) line = *answered;
+    if (line.answered) return line.result == 0 ? kDone : kCommandFailed;
+    int status = GiveUp(line.epoch, deadline, shown);
+    if (status == kDone && !pump_.Wait(deadline, false)) status = kInterrupted;
+    if (status != kDone) {
+      watch_.Abandon();
+      return status;
+    }
+  }
+}
+
+int LineRunner::ChannelStatus(const ViewEvent& reply, const std::string& shown) {
+  if (reply.channelPosted) {
+    const int status = WaitForChannels(reply, shown);
+    display_.EndPieces();
+    return status == kDone && reply.channelFailed ? kCommandFailed : status;
+  }
+  if (reply.channelFailed) return kCommandFailed;
+  if (reply.channelSpoke) return kDone;
+  // An empty line may have nothing to send: a controller takes it and says nothing.
+  if (shown.empty() && !reply.linkDown) return kDone;
+  display_.Notice(reply.linkDown ? LineNotConnectedText(shown) : NothingSentText(shown));
+  return reply.linkDown ? kNotConnected : kCommandFailed;
+}
+
+int LineRunner::WaitForChannels(const ViewEvent& line, const std::string& shown) {
+  using State = ChannelAnswer::State;
+  const auto deadline = Clock::now() + WaitTime();
+  const std::chrono::milliseconds settle(options_.settleMs);
+  auto held = Clock::time_point::min();  // until when a slow reader of ours held the device back
+  int status = kDone;
+  while (status == kDone) {
+    // A loss shown here came behind the answers that the progress then has.
+    pump_.ShowAll();
+    const LinkWatch::ChannelProgress progress = watch_.Progress();
+    const auto silentAt = std::max(progress.latest, held) + settle;
+    const bool canBeSilent = progress.state == State::kUntilSilent;
+    const bool isSilent =
+        canBeSilent && pump_.News().lostEpoch <= line.epoch && Clock::now() >= silentAt;
+    const bool ended = progress.state == State::kComplete || isSilent;
+    if (ended) {
+      const bool hasShown = pump_.ShowAll();
+      if (progress.state == State::kComplete || !hasShown) {
+        watch_.Abandon();
+        display_.EndPieces();
+        if (progress.refusal != 0) display_.Notice(RefusedText(shown, progress.refusal));
+        return progress.failed ? kCommandFailed : kDone;
+      }
+      held = Clock::now();
+    }
+    status = GiveUp(line.epoch, deadline, shown);
+    const auto wake = canBeSilent ? std::min(deadline, silentAt) : deadline;
+    if (status == kDone && !ended && !pump_.Wait(wake, false)) status = kInterrupted;
+  }
+  watch_.Abandon();
+  return status;
+}
+
+}  // namespace kiv

@@ -1,0 +1,52 @@
+// LineRunner: has the module run a line on the facade's thread, shows its reply, waits for the
+// answer, and works out the line's status (ExitStatus of console_options.h).
+//
+// Threads: the main thread. Borrows everything.
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <string>
+
+#include "hosts/terminal/console_options.h"
+#include "hosts/terminal/display.h"
+#include "hosts/terminal/event_pump.h"
+#include "hosts/terminal/facade_thread.h"
+#include "hosts/terminal/link_watch.h"
+
+namespace kiv {
+
+class LineRunner {
+ public:
+  LineRunner(const ConsoleOptions& options, FacadeThread& facade, LinkWatch& watch, EventPump& pump,
+             Display& display)
+      : options_(options), facade_(facade), watch_(watch), pump_(pump), display_(display) {}
+
+  // Answers the line's status; kInterrupted when the user wants no more of it.
+  int Run(std::wstring line);
+  // Has `question` fill `reply` on the facade's thread, where the module and the settings may be
+  // asked. False when the user wants no more of it. What arrived before is shown by then.
+  bool Ask(FacadeThread::Question question, ViewEvent& reply);
+  // How long to wait for the link and for each answer.
+  std::chrono::milliseconds WaitTime() const;
+
+ private:
+  using Clock = EventPump::Clock;
+
+  int WaitForAnswer(ViewEvent line, const std::string& shown);
+  int ChannelStatus(const ViewEvent& reply, const std::string& shown);
+  // Of a line that a text channel took: waits for the whole answer.
+  int WaitForChannels(const ViewEvent& line, const std::string& shown);
+  // Says why a line is not waited for any longer, and answers its status; kDone while it is.
+  int GiveUp(std::uint64_t epoch, Clock::time_point deadline, const std::string& shown);
+
+  const ConsoleOptions& options_;
+  FacadeThread& facade_;
+  LinkWatch& watch_;
+  EventPump& pump_;
+  Display& display_;
+  std::uint64_t number_ = 0;  // of the last line or question
+};
+
+}  // namespace kiv

@@ -1,0 +1,32 @@
+// PlainScreen: the screen of a pipe, of a file, and of a terminal that can do nothing but write:
+// the terminal, if there is one, edits the line by itself.
+//
+// Threads: the main thread. Errors: as Screen.
+#pragma once
+
+#include <string_view>
+
+#include "hosts/terminal/screen.h"
+
+namespace kiv {
+
+class PlainScreen final : public Screen {
+ public:
+  using Screen::Screen;
+
+  void Write(std::string_view bytes) override;
+  void Notify(std::string_view text) override;
+  void ShowPrompt() override;
+  void Typed(std::string_view bytes) override;
+  void EndOfInput() override { source_.End(); }
+  bool NextLine(LineSource::Line& line) override { return source_.Next(line); }
+  void DropTyped() override;
+  bool IsEchoOfTerminal() const override { return true; }
+
+ private:
+  void HidePrompt();
+
+  LineSource source_;
+};
+
+}  // namespace kiv

@@ -1,0 +1,59 @@
+// Screen: the user's side of the console: standard output and standard error, the prompt, and what
+// is typed.
+//
+// A text that is written while the prompt is shown takes the place of the prompt and of the line
+// under edit; ShowPrompt brings both back. Lines are taken one at a time, so that what was typed
+// ahead waits for its turn.
+//
+// Threads: the main thread. Errors: an output that cannot be written is remembered (IsOutputGone);
+// what a signal cuts short is dropped.
+#pragma once
+
+#include <string_view>
+
+#include "hosts/terminal/line_source.h"
+#include "hosts/terminal/stop_requests.h"
+
+namespace kiv {
+
+class Screen {
+ public:
+  explicit Screen(StopRequests& stops) : stops_(stops) {}
+  virtual ~Screen() = default;
+  Screen(const Screen&) = delete;
+  Screen& operator=(const Screen&) = delete;
+
+  // Standard output; bytes that are fit for a terminal.
+  virtual void Write(std::string_view bytes) = 0;
+  // Standard error; whole lines.
+  virtual void Notify(std::string_view text) = 0;
+  // Nothing happens when it is shown already. The cursor must stand in the first column.
+  virtual void ShowPrompt() = 0;
+  bool IsPromptShown() const { return isPromptShown_; }
+
+  // Bytes that were typed, and that no more will come.
+  virtual void Typed(std::string_view bytes) = 0;
+  virtual void EndOfInput() = 0;
+  // The next whole line; false when there is none yet.
+  virtual bool NextLine(LineSource::Line& line) = 0;
+  // Forgets what was typed and goes to a new row.
+  virtual void DropTyped() = 0;
+  // Whether the terminal itself has shown what was typed, and so ended a line of text that was
+  // open.
+  virtual bool IsEchoOfTerminal() const = 0;
+
+  bool IsOutputGone() const { return isOutputGone_; }
+
+ protected:
+  // Standard output that nobody reads must not keep from ending: what a signal asks for is noted.
+  void WriteOut(std::string_view bytes);
+  void WriteErr(std::string_view bytes);
+
+  StopRequests& stops_;
+  bool isPromptShown_ = false;
+
+ private:
+  bool isOutputGone_ = false;
+};
+
+}  // namespace kiv
