@@ -1,5 +1,8 @@
 #include "platform/text/shown_text.h"
 
+#include <algorithm>
+#include <iterator>
+
 #include "platform/os/utf8.h"
 #include "platform/os/utf8_codec.h"
 
@@ -9,25 +12,16 @@ struct CodeRange {
   char32_t first, last;
 };
 
-// What acts on a terminal, or on how a reader sees the text, and shows nothing of itself.
-constexpr CodeRange kEscaped[] = {
-    {0x00, 0x1F},       {0x7F, 0x9F},  // C0, DEL, C1
-    {0x061C, 0x061C},                  // direction mark
-    {0x180E, 0x180E},                  // invisible separator
-    {0x200B, 0x200B},                  // zero-width blank
-    {0x200E, 0x200F},                  // direction marks
-    {0x2028, 0x202E},                  // line and paragraph separators, embeddings, overrides
-    {0x2060, 0x206F},                  // word joiner, invisible operators, isolates, shaping
-    {0xFEFF, 0xFEFF},                  // byte order mark
-    {0xFFF9, 0xFFFB},                  // interlinear annotations
-    {0xE0000, 0xE0FFF},                // tags and other invisible code points
-};
+#include "platform/text/unseen_table.inc"
+
+bool IsPlainAscii(char32_t code) { return code >= 0x20 && code < 0x7F; }
 
 bool IsEscaped(char32_t code) {
-  for (const CodeRange& range : kEscaped) {
-    if (code >= range.first && code <= range.last) return true;
-  }
-  return false;
+  if (IsPlainAscii(code)) return false;
+  const CodeRange* const range =
+      std::lower_bound(std::begin(kUnseen), std::end(kUnseen), code,
+                       [](const CodeRange& each, char32_t value) { return each.last < value; });
+  return range != std::end(kUnseen) && range->first <= code;
 }
 
 bool IsLayout(char32_t code) { return code == U'\n' || code == U'\t'; }

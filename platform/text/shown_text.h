@@ -1,10 +1,13 @@
 // Text as it may go to a terminal or into a log: what came from a device or from a file is never
 // written raw.
 //
-// Control characters (C0, DEL, C1) are shown as "\x1b"; format characters that turn the direction
-// of text around or are invisible as "\u202e" and "\U000e0041". The joiners U+200C and U+200D stay:
-// words of some languages need them. The backslash itself stays as it is, since paths are full of
-// them. The same is written to a pipe, so a captured text equals the shown one.
+// Control characters (C0, DEL, C1) are shown as "\x1b"; what turns the direction of text around or
+// shows nothing of itself as "\u202e" and "\U000e0041": Unicode's format controls (Cf), its
+// Default_Ignorable_Code_Points (joiners, fillers and variation selectors among them, so that two
+// names which look alike are alike), line and paragraph separators. unseen_table.inc has them all.
+// Blanks, combining marks, private and unassigned characters stay: they show something, if only a
+// box. The backslash stays too, since paths are full of them. The same is written to a pipe, so a
+// captured text equals the shown one.
 //
 // Threads: any; no state. Errors: none; what is not UTF-8 becomes U+FFFD.
 #pragma once
