@@ -37,7 +37,7 @@ struct kiv_connection {
   bool input_ended;  // what is queued is still written, nothing more is read
   bool over;
   bool in_session;
-  int64_t greet_until_ms;  // a connection without a hello is finished then; 0: it has time
+  int64_t greet_until_ms;  // a connection without a session is finished then; 0: it has time
   int64_t flush_until_ms;  // with input_ended: when to give up writing
   kiv_agent agent;
   kiv_queue queue;

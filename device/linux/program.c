@@ -47,10 +47,20 @@ static void end_session(kiv_program* program) {
   kiv_channel_set_end_session(&program->channels);
 }
 
+// A connection without a session has its time for a hello that is taken. One whose hello was
+// refused has what is left of it, and one whose session ended so begins anew.
+static void limit_greeting(const kiv_program* program, kiv_connection* connection, bool accepted) {
+  if (accepted) {
+    connection->greet_until_ms = 0;
+  } else if (program->transport.kind == KIV_TRANSPORT_TCP && connection->greet_until_ms == 0) {
+    connection->greet_until_ms = kiv_board_now_ms() + KIV_TCP_PATIENCE_MS;
+  }
+}
+
 // A host greeted: the session before, on whatever connection, is over.
 static void on_session(void* context, kiv_connection* connection, bool accepted) {
   kiv_program* program = context;
-  connection->greet_until_ms = 0;
+  limit_greeting(program, connection, accepted);
   if (accepted && program->session != NULL && program->session != connection) {
     program->session->over = true;
   }
@@ -173,9 +183,7 @@ static bool add_connection(kiv_program* program, int in, int out, bool owns_desc
       kiv_connection_open(in, out, owns_descriptors, &program->setup, on_session, program);
   if (connection == NULL) return false;
   connection->on_confirmation = on_confirmation;
-  if (program->transport.kind == KIV_TRANSPORT_TCP) {
-    connection->greet_until_ms = kiv_board_now_ms() + KIV_TCP_PATIENCE_MS;
-  }
+  limit_greeting(program, connection, false);
   if (program->transport.kind == KIV_TRANSPORT_SERIAL) {
     kiv_queue_slow_down(&connection->queue, program->transport.serial.baud);
   }

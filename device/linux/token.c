@@ -37,7 +37,10 @@ static bool is_private(int file, const place_for_problem* problem) {
   if (fstat(file, &status) != 0) return refuse_for_error(problem, errno);
   if (!S_ISREG(status.st_mode)) return refuse(problem, "is not a regular file");
   if (status.st_uid != geteuid()) return refuse(problem, "belongs to another user");
-  if ((status.st_mode & 0177) != 0) return refuse(problem, "must have mode 0600 (chmod 0600 it)");
+  const mode_t mode = status.st_mode & 07777;
+  if (mode != 0600 && mode != 0400) {
+    return refuse(problem, "must have mode 0600 or 0400 (chmod 0600 it)");
+  }
   return true;
 }
 

@@ -24,8 +24,8 @@ typedef struct kiv_token {
   uint8_t length_bytes;
 } kiv_token;
 
-// False with a text in `problem` when the file is not a regular one of this user's, others may read
-// it, or its first line is no token.
+// False with a text in `problem` when the file is not a regular one of this user's, its mode is
+// neither 0600 nor 0400, or its first line is no token.
 bool kiv_token_read(kiv_token* token, const char* path, char* problem, size_t problem_bytes);
 
 typedef enum kiv_token_verdict {

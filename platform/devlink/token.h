@@ -20,7 +20,7 @@ std::optional<std::string_view> TokenIn(std::string_view content);
 // The first bytes of the connection.
 std::vector<std::uint8_t> TokenPreamble(std::string_view token);
 
-// The token of a file that its owner alone may read. Empty: `problem` says why.
+// The token of a file of mode 0600 or 0400. Empty: `problem` says why.
 std::string ReadTokenFile(const std::string& path, std::string& problem);
 
 }  // namespace devlink

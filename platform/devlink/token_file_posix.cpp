@@ -31,6 +31,11 @@ std::string ReadTokenFile(const std::string& path, std::string& problem) {
     problem = "the " + what + " is open to other users: give it mode 0600";
     return {};
   }
+  const mode_t mode = info.st_mode & 07777;
+  if (mode != 0600 && mode != 0400) {
+    problem = "the " + what + " has a mode other than 0600 and 0400: give it mode 0600";
+    return {};
+  }
   // The longest line with its end, and one byte that shows a longer one.
   char content[kLongestTokenBytes + 3];
   const long got = ::read(file.Get(), content, sizeof(content));

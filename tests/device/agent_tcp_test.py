@@ -121,6 +121,40 @@ class Hosts(TcpTest):
         self.assertGreaterEqual(time.monotonic() - begun, 4.9)
         self.assertEqual(host.ask(MEM_INFO).head.result, 0)  # one that greeted stays
 
+    def test_whose_hello_is_refused_have_no_more_time_than_others(self):
+        agent = self.start()
+        _, host = self.connect(agent)
+        host.greet()
+        begun = time.monotonic()
+        _, refused = self.connect(agent)
+        self.assertEqual(refused.greet(version=0).head.result, 710)
+        refused.wait_for_end()
+        self.assertGreaterEqual(time.monotonic() - begun, 4.9)
+        self.assertEqual(host.ask(MEM_INFO).head.result, 0)
+
+    def test_that_lose_their_session_by_a_refused_hello_have_five_seconds_again(self):
+        agent = self.start()
+        _, host = self.connect(agent)
+        _, lasting = self.connect(agent)
+        lasting.greet()
+        host.greet()
+        lasting.wait_for_end()
+        begun = time.monotonic()
+        self.assertEqual(host.greet(version=0).head.result, 710)
+        host.wait_for_end()
+        self.assertGreaterEqual(time.monotonic() - begun, 4.9)
+        self.assert_serves(agent)
+
+    def test_may_greet_again_after_a_refused_hello(self):
+        agent = self.start()
+        _, host = self.connect(agent)
+        self.assertEqual(host.greet(version=0).head.result, 710)
+        self.assertEqual(host.greet().head.result, 0)
+        silent, _ = self.connect(agent)
+        silent.settimeout(5 + PATIENCE_S)
+        self.assertEqual(silent.recv(1), b"")  # its time is over, and so would be the host's
+        self.assertEqual(host.ask(MEM_INFO).head.result, 0)
+
     def test_come_and_go_without_end(self):
         agent = self.start()
         files = len(os.listdir(f"/proc/{agent.process.pid}/fd"))
@@ -337,10 +371,12 @@ class TheTokenFile(TcpTest):
         self.assertEqual(agent.wait(), 1)
         return notice.removeprefix(f"kivagent: the token file {path} ")
 
-    def test_is_closed_to_others(self):
-        for mode in (0o640, 0o604, 0o644, 0o666, 0o700, 0o602, 0o620, 0o601):
+    def test_has_the_mode_of_a_secret_and_no_other(self):
+        for mode in (0o640, 0o604, 0o644, 0o666, 0o700, 0o602, 0o620, 0o601, 0o4600, 0o2600,
+                     0o1600, 0o4400, 0o7600, 0o500):
             self.token_file.chmod(mode)
-            self.assertEqual(self.problem(), "must have mode 0600 (chmod 0600 it)\n", oct(mode))
+            self.assertEqual(self.problem(), "must have mode 0600 or 0400 (chmod 0600 it)\n",
+                             oct(mode))
 
     def test_is_a_regular_file_that_is_there(self):
         folder = self.root / "folder"

@@ -343,6 +343,12 @@ TEST_F(TcpLink, ATokenFileThatHasNoneIsToldAndNothingIsSent) {
     TokenFile("correct-horse-battery", mode);
     EXPECT_THAT(told(), testing::HasSubstr("is open to other users")) << mode;
   }
+  for (const mode_t mode : {04600, 02600, 01600, 04400, 07600, 0700, 0500}) {
+    TokenFile("correct-horse-battery", mode);
+    EXPECT_EQ(told(), "the token file \"" + file +
+                          "\" has a mode other than 0600 and 0400: give it mode 0600")
+        << mode;
+  }
   ::unlink(file.c_str());
   ASSERT_EQ(::mkfifo(file.c_str(), 0600), 0);
   EXPECT_EQ(told(), "the token file \"" + file + "\" is no regular file");
