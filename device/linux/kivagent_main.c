@@ -1,5 +1,6 @@
 // kivagent: the program. What may run as whom is decided here.
 #include <fcntl.h>
+#include <signal.h>
 #include <stdio.h>
 #include <unistd.h>
 
@@ -42,16 +43,22 @@ static void fill_standard_descriptors(void) {
   if (descriptor >= 0) close(descriptor);
 }
 
+static int print(const char* text) {
+  if (fputs(text, stdout) >= 0 && fflush(stdout) == 0) return 0;
+  (void)fputs("kivagent: standard output cannot be written\n", stderr);
+  return kStatusFailed;
+}
+
 int main(int argc, char** argv) {
   static kiv_options options;
   fill_standard_descriptors();
+  // A file beyond the limit on sizes is then an error of its write, as on a full disk.
+  (void)signal(SIGXFSZ, SIG_IGN);
   switch (kiv_options_read(&options, argc, argv)) {
     case KIV_WISH_HELP:
-      (void)fputs(kiv_options_help(), stdout);
-      return 0;
+      return print(kiv_options_help());
     case KIV_WISH_VERSION:
-      (void)printf("kivagent %s\n", KIV_VERSION);
-      return 0;
+      return print("kivagent " KIV_VERSION "\n");
     case KIV_WISH_WRONG:
       (void)fprintf(stderr, "kivagent: %s (see --help)\n", options.problem);
       return kStatusWrongUsage;

@@ -73,6 +73,7 @@ static void leave_the_agent(int other_end, const kiv_shell_limits* limits, rlim_
   sigemptyset(&none);
   (void)sigprocmask(SIG_SETMASK, &none, NULL);
   (void)signal(SIGPIPE, SIG_DFL);
+  (void)signal(SIGXFSZ, SIG_DFL);
   limit(RLIMIT_CPU, limits->seconds);
   limit(RLIMIT_NPROC, tasks);
   limit(RLIMIT_NOFILE, kOpenFiles);

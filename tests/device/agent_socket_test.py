@@ -215,14 +215,29 @@ class CommandLine(unittest.TestCase):
             self.assertIn(f"\n  {option} ", text)
         self.assertIn("\n  --token-file FILE\n", text)
 
+    def test_what_cannot_be_printed_ends_with_1(self):
+        for option in ("--version", "--help"):
+            with open("/dev/full", "wb") as full:
+                result = subprocess.run([str(AGENT), option], stdout=full, stderr=subprocess.PIPE,
+                                        timeout=PATIENCE_S, check=False)
+            self.assertEqual((result.returncode, result.stderr),
+                             (1, b"kivagent: standard output cannot be written\n"), option)
+
     def test_wrong_usage_ends_with_2_and_names_the_word(self):
+        def code_of(option, value):
+            return f"{option} wants a number from 0 to 65535, not '{value}'"
+
         for arguments, problem in (
                 (["--frob"], "unknown or incomplete option '--frob'"),
                 (["--unix"], "unknown or incomplete option '--unix'"),
                 (["--unix", ""], "no path for '--unix'"),
-                (["--variant", "65536"], "no variant code '65536'"),
-                (["--variant", "-1"], "no variant code '-1'"),
-                (["--product", "3x"], "no product code '3x'"),
+                (["--variant", "65536"], code_of("--variant", "65536")),
+                (["--variant", "70000"], code_of("--variant", "70000")),
+                (["--variant", "-1"], code_of("--variant", "-1")),
+                (["--variant", ""], code_of("--variant", "")),
+                (["--product", "3x"], code_of("--product", "3x")),
+                (["--product", "18446744073709551616"],
+                 code_of("--product", "18446744073709551616")),
                 (["--name", "n" * 65], "name longer than 64 bytes '" + "n" * 65 + "'"),
                 (["stray"], "unexpected argument 'stray'")):
             self.assertEqual(self.run_agent(*arguments),

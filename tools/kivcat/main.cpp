@@ -1,10 +1,12 @@
 // kivcat: compiles and inspects command catalogues.
 #include <cstdio>
 
+#include "platform/os/console_events.h"
 #include "platform/text/shown_text.h"
 #include "tools/kivcat/kivcat_program.h"
 
 int main(int argc, char** argv) {
+  os::LetLongWritesFail();
   const std::vector<std::string> arguments(argv + (argc > 0 ? 1 : 0), argv + argc);
   kivcat::Outputs outputs;
   const int status = kivcat::RunKivcat(arguments, outputs);

@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/os/console_events.h"
 #include "platform/os/error_text.h"
 #include "platform/os/safe_file.h"
 #include "platform/text/shown_text.h"
@@ -45,9 +46,12 @@ int Compile(const std::string& sourcePath, const std::string& folder) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  os::LetLongWritesFail();
   const std::vector<std::string> arguments(argv + (argc > 0 ? 1 : 0), argv + argc);
   if (arguments.size() == 1 && (arguments[0] == "--help" || arguments[0] == "-h")) {
-    return std::fputs(kUsage, stdout) >= 0 && std::fflush(stdout) == 0 ? 0 : 1;
+    if (std::fputs(kUsage, stdout) >= 0 && std::fflush(stdout) == 0) return 0;
+    std::fputs("kivcts: standard output cannot be written\n", stderr);
+    return 1;
   }
   const bool isConfig = !arguments.empty() && arguments[0].ends_with(".pcfg");
   if (arguments.size() == 2 && isConfig) return Compile(arguments[0], arguments[1]);
