@@ -204,11 +204,13 @@ static kiv_wish take(kiv_options* options, int option, bool* chosen) {
       (void)snprintf(options->name, sizeof options->name, "%s", optarg);
       return KIV_WISH_RUN;
     case kVariant:
-      return read_code(optarg, &options->variant) ? KIV_WISH_RUN
-                                                  : wrong(options, "no variant code", optarg);
+      return read_code(optarg, &options->variant)
+                 ? KIV_WISH_RUN
+                 : wrong(options, "--variant wants a number from 0 to 65535, not", optarg);
     case kProduct:
-      return read_code(optarg, &options->product) ? KIV_WISH_RUN
-                                                  : wrong(options, "no product code", optarg);
+      return read_code(optarg, &options->product)
+                 ? KIV_WISH_RUN
+                 : wrong(options, "--product wants a number from 0 to 65535, not", optarg);
     case kAllowRoot:
       options->allow_root = true;
       return KIV_WISH_RUN;

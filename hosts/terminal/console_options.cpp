@@ -90,18 +90,20 @@ const char* NotUtf8(const QCommandLineParser& parser) {
   return nullptr;
 }
 
-// False when the option is there and is not a number of 0 to 4294967295.
-bool NumberOf(const QCommandLineParser& parser, const char* name,
+constexpr std::uint32_t kLongestMs = 4294967295;
+constexpr std::uint32_t kHighestCode = 65535;  // variant and product codes have 16 bits
+
+// False when the option is there and is not a number of 0 to `highest`.
+bool NumberOf(const QCommandLineParser& parser, const char* name, std::uint32_t highest,
               std::optional<std::uint32_t>& number, std::string& output) {
   if (!parser.isSet(QLatin1String(name))) return true;
   bool good = false;
   const QString value = parser.value(QLatin1String(name));
   number = value.toUInt(&good, 10);
-  if (!good) {
-    output = "kiv: --" + std::string(name) + " wants a number from 0 to 4294967295, not '" +
-             ShownLine(value.toStdString()) + "'\n";
-  }
-  return good;
+  if (good && *number <= highest) return true;
+  output = "kiv: --" + std::string(name) + " wants a number from 0 to " + std::to_string(highest) +
+           ", not '" + ShownLine(value.toStdString()) + "'\n";
+  return false;
 }
 
 }  // namespace
@@ -127,9 +129,10 @@ std::optional<int> ReadOptions(const QStringList& arguments, ConsoleOptions& opt
   if (const char* name = NotUtf8(parser)) return wrong("--" + std::string(name) + " is not UTF-8");
   std::optional<std::uint32_t> wait;
   std::optional<std::uint32_t> settle;
-  if (!NumberOf(parser, "wait", wait, output) || !NumberOf(parser, "settle", settle, output) ||
-      !NumberOf(parser, "variant", options.setup.variant, output) ||
-      !NumberOf(parser, "product", options.setup.product, output)) {
+  if (!NumberOf(parser, "wait", kLongestMs, wait, output) ||
+      !NumberOf(parser, "settle", kLongestMs, settle, output) ||
+      !NumberOf(parser, "variant", kHighestCode, options.setup.variant, output) ||
+      !NumberOf(parser, "product", kHighestCode, options.setup.product, output)) {
     return kWrongUsage;
   }
   options.waitMs = wait;

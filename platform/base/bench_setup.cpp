@@ -15,6 +15,7 @@ namespace bench {
 namespace {
 
 constexpr const char* kDefaultEndpoint = "exec:kivagent --stdio";
+constexpr std::uint32_t kHighestCode = 65535;  // the greeting has 16 bits for one
 
 // What the host set and what came of it. Never destroyed: the link's thread asks until the very
 // end.
@@ -50,8 +51,10 @@ class Sources {
     return text.empty() ? fallback : QCString::FromUtf8(text);
   }
 
-  std::optional<std::uint32_t> Number(const char* variable, const char* key) const {
-    return ParseDecimal(Text(variable, key));
+  // A variant or product code. What is none counts as not said.
+  std::optional<std::uint32_t> Code(const char* variable, const char* key) const {
+    const auto code = ParseDecimal(Text(variable, key));
+    return code && *code <= kHighestCode ? code : std::nullopt;
   }
 
  private:
@@ -83,8 +86,8 @@ std::unique_ptr<const Resolved> Resolve(const Setup& setup) {
                                     found->shareDir + L"/board.kcat");
   found->variant = setup.variant;
   found->product = setup.product;
-  found->fallbackVariant = sources.Number("KIV_VARIANT", "variant");
-  found->fallbackProduct = sources.Number("KIV_PRODUCT", "product");
+  found->fallbackVariant = sources.Code("KIV_VARIANT", "variant");
+  found->fallbackProduct = sources.Code("KIV_PRODUCT", "product");
   return found;
 }
 

@@ -87,14 +87,28 @@ TEST(ConsoleOptions, RefuseAPositionalArgument) {
 }
 
 TEST(ConsoleOptions, RefuseANumberThatIsNone) {
-  for (const char* option : {"wait", "settle", "variant", "product"}) {
+  const struct {
+    const char *option, *highest;
+  } rows[] = {
+      {"wait", "4294967295"}, {"settle", "4294967295"}, {"variant", "65535"}, {"product", "65535"}};
+  for (const auto& row : rows) {
     for (const char* value : {"", "x", "-1", "12x", "4294967296"}) {
-      const Read read = ReadFrom({QString("--") + option + "=" + value});
-      EXPECT_EQ(read.status, kWrongUsage) << option << " " << value;
-      EXPECT_EQ(read.output, std::string("kiv: --") + option +
-                                 " wants a number from 0 to 4294967295, not '" + value + "'\n");
+      const Read read = ReadFrom({QString("--") + row.option + "=" + value});
+      EXPECT_EQ(read.status, kWrongUsage) << row.option << " " << value;
+      EXPECT_EQ(read.output, std::string("kiv: --") + row.option + " wants a number from 0 to " +
+                                 row.highest + ", not '" + value + "'\n");
     }
   }
+}
+
+TEST(ConsoleOptions, TakeCodesOf16BitsAndTimesOf32) {
+  for (const char* option : {"variant", "product"}) {
+    EXPECT_EQ(ReadFrom({QString("--") + option + "=65535"}).status, std::nullopt) << option;
+    EXPECT_EQ(ReadFrom({QString("--") + option + "=65536"}).status, kWrongUsage) << option;
+    EXPECT_EQ(ReadFrom({QString("--") + option + "=70000"}).output,
+              std::string("kiv: --") + option + " wants a number from 0 to 65535, not '70000'\n");
+  }
+  EXPECT_EQ(ReadFrom({"--wait=4294967295"}).options.waitMs, 4294967295u);
 }
 
 TEST(ConsoleOptions, RefuseAPathThatIsNotUtf8) {
