@@ -1,6 +1,7 @@
 #include "device/linux/disk_figures.h"
 
 #include <stdio.h>
+#include <stdlib.h>
 #include <string.h>
 #include <sys/statvfs.h>
 
@@ -55,17 +56,78 @@ static bool measure(const char* mount_point, kiv_disk_figures* out) {
   return true;
 }
 
-static bool take_mount(char* line, kiv_disk_figures* out) {
+// A line of the list of mounts.
+typedef struct mount {
+  char* point;
+  bool is_remote;
+  char kind[sizeof((kiv_disk_figures*)NULL)->kind];
+} mount;
+
+typedef struct mount_list {
+  mount* mounts;
+  size_t count;
+  size_t capacity;
+} mount_list;
+
+static void free_mounts(mount_list* list) {
+  for (size_t i = 0; i < list->count; ++i) free(list->mounts[i].point);
+  free(list->mounts);
+}
+
+static bool make_room(mount_list* list) {
+  if (list->count < list->capacity) return true;
+  const size_t capacity = list->capacity == 0 ? 64 : 2 * list->capacity;
+  mount* mounts = realloc(list->mounts, capacity * sizeof *mounts);
+  if (mounts == NULL) return false;
+  list->mounts = mounts;
+  list->capacity = capacity;
+  return true;
+}
+
+// False without memory; a line that is none of a mount is passed over.
+static bool add_mount(mount_list* list, char* line) {
   char* rest = line;
   (void)strsep(&rest, " ");  // the device
-  char* mount_point = rest == NULL ? NULL : strsep(&rest, " ");
+  char* point = rest == NULL ? NULL : strsep(&rest, " ");
   const char* kind = rest == NULL ? NULL : strsep(&rest, " ");
-  if (kind == NULL || is_remote(kind)) return false;
-  unescape(mount_point);
+  if (kind == NULL) return true;
+  unescape(point);
+  if (!make_room(list)) return false;
+  mount* one = &list->mounts[list->count];
+  one->point = strdup(point);
+  if (one->point == NULL) return false;
+  one->is_remote = is_remote(kind);
+  (void)snprintf(one->kind, sizeof one->kind, "%s", kind);
+  ++list->count;
+  return true;
+}
+
+static bool read_mounts(mount_list* list, FILE* file) {
+  char line[4096];
+  bool line_begins = true;  // options can be longer than the buffer
+  while (fgets(line, sizeof line, file) != NULL) {
+    const bool line_ends = strchr(line, '\n') != NULL;
+    if (line_begins && !add_mount(list, line)) return false;
+    line_begins = line_ends;
+  }
+  return true;
+}
+
+// Of several mounts at one place the last is what a path leads to; the others cannot be seen.
+static bool is_covered(const mount_list* list, size_t index) {
+  for (size_t i = index + 1; i < list->count; ++i) {
+    if (strcmp(list->mounts[i].point, list->mounts[index].point) == 0) return true;
+  }
+  return false;
+}
+
+static bool take_mount(const mount_list* list, size_t index, kiv_disk_figures* out) {
+  const mount* one = &list->mounts[index];
+  if (one->is_remote || is_covered(list, index)) return false;
   memset(out, 0, sizeof *out);
-  (void)snprintf(out->mount_point, sizeof out->mount_point, "%s", mount_point);
-  (void)snprintf(out->kind, sizeof out->kind, "%s", kind);
-  return measure(mount_point, out);
+  (void)snprintf(out->mount_point, sizeof out->mount_point, "%s", one->point);
+  memcpy(out->kind, one->kind, sizeof out->kind);
+  return measure(one->point, out);
 }
 
 bool kiv_figures_disks(const char* proc_folder, uint32_t skip, kiv_disk_figures* out,
@@ -74,15 +136,15 @@ bool kiv_figures_disks(const char* proc_folder, uint32_t skip, kiv_disk_figures*
   *count = 0;
   FILE* file = kiv_open_proc_text(proc_folder, "self/mounts");
   if (file == NULL) return false;
-  char line[4096];
-  bool line_begins = true;  // options can be longer than the buffer
-  while (fgets(line, sizeof line, file) != NULL) {
-    const bool line_ends = strchr(line, '\n') != NULL;
-    kiv_disk_figures one;
-    const bool take = line_begins && take_mount(line, &one);
-    line_begins = line_ends;
-    if (take && (*count)++ >= skip && *taken < capacity) out[(*taken)++] = one;
-  }
+  mount_list list = {NULL, 0, 0};
+  const bool whole = read_mounts(&list, file);
   (void)fclose(file);
-  return true;
+  for (size_t i = 0; whole && i < list.count; ++i) {
+    kiv_disk_figures one;
+    if (take_mount(&list, i, &one) && (*count)++ >= skip && *taken < capacity) {
+      out[(*taken)++] = one;
+    }
+  }
+  free_mounts(&list);
+  return whole;
 }

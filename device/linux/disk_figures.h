@@ -1,11 +1,11 @@
 // Room on the mounted file systems of this machine.
 //
 // Only local ones with a size are looked at: asking one of a server that is gone would hold the
-// agent up for minutes.
+// agent up for minutes. Of several mounts at one place only the topmost is there to be seen.
 //
 // Threads: any; nothing is kept between calls.
 // Owns or borrows: borrows the folder's name.
-// Errors: false when the list of mounts is missing.
+// Errors: false when the list of mounts is missing, or memory is out.
 #ifndef DEVICE_LINUX_DISK_FIGURES_H_
 #define DEVICE_LINUX_DISK_FIGURES_H_
 
@@ -22,7 +22,7 @@ typedef struct kiv_disk_figures {
   uint32_t total_kib;  // this and the others: UINT32_MAX for as much or more
   uint32_t free_kib;
   uint32_t available_kib;
-  uint16_t used_permille;
+  uint16_t used_permille;  // of all blocks, those that are not free; rounded down
 } kiv_disk_figures;
 
 // Leaves out the first `skip` file systems and takes at most `capacity`; `taken` says how many it

@@ -3,6 +3,7 @@
 import os
 import pathlib
 import re
+import resource
 import struct
 import sys
 import tempfile
@@ -16,6 +17,7 @@ SYS_INFO, MEM_INFO, CPU_LOAD = 0x1001, 0x1002, 0x1003
 NET_STATS, DISK_USAGE, PROC_LIST, TIME_READ = 0x1004, 0x1005, 0x1006, 0x1007
 ECHO_ALL, ECHO_NESTED, NOTE = 0x1101, 0x1102, 0x1103
 NV_READ, NV_WRITE = 0x1201, 0x1202
+STORAGE_FULL = 707
 IND_START, IND_STOP, IND_TICK, IND_LOAD = 0x1301, 0x1302, 0x1311, 0x1312
 LOG_LEVEL, LINK_FAULT = 0x1401, 0x1402
 NONE, DELAY, SILENCE, RESULT, SHORT_BODY, BURST, STREAM = range(7)
@@ -151,12 +153,14 @@ class Lists(CommandTest):
                 break
         self.assertEqual(count, len(rows))
         mounts = [line.split()[:3] for line in pathlib.Path("/proc/self/mounts").open()]
-        kinds = [(point, kind) for _, point, kind in mounts]
+        kinds = {point: kind for _, point, kind in mounts}  # of several the topmost
+        points = [row[0] for row in rows if b" " not in row[0] and row[0][62] == 0]
+        self.assertEqual(len(points), len(set(points)))
         for point, kind, total, free, available, permille in rows:
             point = text_of(point)
             if len(point) == 63 or " " in point:
                 continue  # cut, or written with an escape there
-            self.assertIn((point, text_of(kind)), kinds)
+            self.assertEqual(text_of(kind), kinds[point][:15])
             status = os.statvfs(point)
             self.assertEqual(total, min(status.f_blocks * status.f_frsize // 1024, 0xFFFFFFFF))
             self.assertLessEqual(available, max(free, available))
@@ -165,8 +169,7 @@ class Lists(CommandTest):
             self.assertLessEqual(permille, 1000)
         sizes = {point for _, point, _ in mounts if os.access(point, os.X_OK)
                  and os.statvfs(point).f_blocks}
-        if ("/" in sizes) and not any(p == "/" and k.startswith(("nfs", "fuse", "9p"))
-                                      for p, k in kinds):
+        if ("/" in sizes) and not kinds["/"].startswith(("nfs", "fuse", "9p")):
             self.assertIn("/", [text_of(row[0]) for row in rows])
 
     def test_proc_list_has_the_agent_and_its_parent(self):
@@ -456,6 +459,17 @@ class StoredItems(CommandTest):
         self.write(7, b"x")
         os.mkfifo(self.data / "nv" / "00000008")
         self.assertEqual(self.result(NV_READ, struct.pack("<H", 8)), 706)
+
+    def test_a_file_beyond_the_limit_on_sizes_counts_as_no_room(self):
+        self.agent.kill()
+        self.agent = AgentProcess(data=self.data, preexec_fn=lambda: resource.setrlimit(
+            resource.RLIMIT_FSIZE, (0, 0)))
+        self.addCleanup(self.agent.kill)
+        self.peer = self.agent.peer
+        self.peer.greet()
+        self.assertEqual(self.result(NV_WRITE, nv_item(1, b"x")), STORAGE_FULL)
+        self.assertEqual(self.result(NOTE, text_body("x")), STORAGE_FULL)
+        self.assertEqual(self.result(NV_READ, struct.pack("<H", 1)), 705)
 
     def test_a_folder_that_cannot_be_made_is_told(self):
         self.data.parent.mkdir()

@@ -132,7 +132,7 @@ TEST_F(DiskFigures, AreThoseOfEachLocalFileSystemThatHasASize) {
   escaped.replace(escaped.find(' '), 1, "\\040");
   Write("self/mounts",
         "proc /proc proc rw 0 0\n/dev/sda1 " + root + " ext4 rw,relatime 0 0\n/dev/sdb " + escaped +
-            " vfat rw 0 0\nserver:/x " + root + " nfs4 rw 0 0\nx " + root +
+            " vfat rw 0 0\nserver:/x " + Folder("x") + " nfs4 rw 0 0\nx " + Folder("y") +
             " fuse.sshfs rw 0 0\n/dev/gone " + proc_ + "/none ext4 rw 0 0\n\nword\n");
   ASSERT_EQ(Take(0, 8), "2 of 2; " + root + " ext4; " + blank + " vfat");
   EXPECT_EQ(Take(1, 8), "1 of 2; " + blank + " vfat");
@@ -149,6 +149,26 @@ TEST_F(DiskFigures, AreThoseOfEachLocalFileSystemThatHasASize) {
     const double used = 1000.0 * (found_[0].total_kib - found_[0].free_kib) / found_[0].total_kib;
     EXPECT_NEAR(found_[0].used_permille, used, 2);
   }
+}
+
+// What a path leads to is the last one, so the others would be told with its figures.
+TEST_F(DiskFigures, CountOnlyTheTopmostOfSeveralMountsAtOnePlace) {
+  const std::string root = Folder("r");
+  const std::string other = Folder("o");
+  Write("self/mounts", "/dev/a " + root + " ext4 rw 0 0\n/dev/b " + other + " xfs rw 0 0\ntmpfs " +
+                           root + " tmpfs rw 0 0\n");
+  EXPECT_EQ(Take(0, 8), "2 of 2; " + other + " xfs; " + root + " tmpfs");
+  EXPECT_EQ(Take(1, 8), "1 of 2; " + root + " tmpfs");
+  // Asking for the lower one would ask the server.
+  Write("self/mounts", "/dev/a " + root + " ext4 rw 0 0\nserver:/x " + root + " nfs4 rw 0 0\n");
+  EXPECT_EQ(Take(0, 8), "0 of 0");
+}
+
+TEST_F(DiskFigures, AreThoseOfMoreMountsThanOneBlockOfMemoryHolds) {
+  std::string lines;
+  for (int i = 0; i < 200; ++i) lines += "/dev/a " + Folder("m" + std::to_string(i)) + " ext4 rw\n";
+  Write("self/mounts", lines);
+  EXPECT_EQ(Take(199, 8), "1 of 200; " + proc_ + "/m199 ext4");
 }
 
 TEST_F(DiskFigures, PassOverTheRestOfALineThatIsLongerThanTheBuffer) {

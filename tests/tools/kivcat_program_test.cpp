@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <functional>
 #include <string>
 
@@ -157,6 +158,13 @@ TEST_F(KivcatProgram, CheckTakesACompiledCatalogueToo) {
   ExpectFailure({"check", damaged}, damaged + ": the catalogue file is damaged\n");
 }
 
+// Whether nothing but the text of a structure or field differs: that may be any, so the file is
+// another good one.
+bool IsAnotherText(const CallResult& difference) {
+  return difference.status == 1 && difference.output.find(" text: \"") != std::string::npos &&
+         std::count(difference.output.begin(), difference.output.end(), '\n') == 1;
+}
+
 // A damaged catalogue may not even be shown: its source could break the rules of sources.
 TEST_F(KivcatProgram, ACompiledCatalogueOfWhichABitIsWrongIsRefused) {
   const std::string good = KivcatFolder::Read(BoardCompiled());
@@ -169,6 +177,7 @@ TEST_F(KivcatProgram, ACompiledCatalogueOfWhichABitIsWrongIsRefused) {
     std::string bytes = good;
     bytes[bit / 8] = static_cast<char>(bytes[bit / 8] ^ (1 << bit % 8));
     const std::string path = folder_.Write("flipped.kcat", bytes);
+    if (IsAnotherText(Kivcat({"diff", BoardCompiled(), path}))) continue;
     for (const std::string command : {"check", "show"}) {
       const CallResult call = Kivcat({command, path});
       EXPECT_EQ(call.status, 1) << bit;
