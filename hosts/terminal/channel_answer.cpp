@@ -50,6 +50,15 @@ constexpr FinalCodeRow kFinalCodes[] = {
     {"NO ANSWER", 0, false},
     {"NO DIALTONE", 0, false},
     {"NO DIAL TONE", 0, false},
+    // The same in numbers (ATV0). A carriage return alone ends one, and line feed and all a text of
+    // one digit. 2 is RING, which ends nothing.
+    {"0\r", 0, true},
+    {"1\r", 0, true},
+    {"3\r", 0, false},
+    {"4\r", 0, false},
+    {"6\r", 0, false},
+    {"7\r", 0, false},
+    {"8\r", 0, false},
 };
 constexpr std::size_t kFinalCodeBytes = 256;  // with a modem's own words behind it
 
@@ -117,9 +126,17 @@ bool ChannelAnswer::Confirmed(Channel channel, std::uint32_t result) {
   return true;
 }
 
+// A number that a carriage return ended is kept with it, until what follows says which it is.
 void ChannelAnswer::ReadAt(std::string_view text) {
   for (const char each : text) {
-    if (each == '\r' || each == '\n') {
+    if (atLine_.ends_with('\r')) {
+      if (each == '\r') continue;
+      if (each == '\n') atLine_.clear();  // a text
+      EndAtLine();
+    }
+    if (each == '\r' && atLine_.size() == 1 && FindFinalCode(atLine_ + each) != nullptr) {
+      atLine_ += each;
+    } else if (each == '\r' || each == '\n') {
       EndAtLine();
     } else if (atLine_.size() < kFinalCodeBytes) {
       atLine_ += each;

@@ -126,6 +126,22 @@ class ChannelLines(BenchCase):
         _, result = self.run_on(device, "-c", "AT")
         self.assertEqual(result.out, "AT\n+X: a\\x0db\n\nOK\n")
 
+    def test_a_modem_that_answers_in_numbers_ends_each_line_with_one(self):
+        begin = time.monotonic()
+        # Without echo; the last line is no command of the modem.
+        result = self.kiv("--wait", "50000", "-c", "AT+CMEE=0;E0V0", "-c", "AT+CSQ")
+        self.assertEqual(result.status, 0, result)
+        self.assertTrue(result.out.endswith("\n0\n"), result)
+        result = self.kiv("--wait", "50000", "-c", "AT+CMEE=0;E0V0", "-c", "AT+NOTHING")
+        self.assertEqual(result.status, 1, result)
+        self.assertTrue(result.out.endswith("\n4\n"), result)
+        self.assertLess(time.monotonic() - begin, 45)
+
+    def test_a_text_of_one_digit_is_no_result_code_however_it_is_cut(self):
+        device = self.slow_device([(AT_ANSWER, b"\r\n4\r"), (AT_ANSWER, b"\n\r\nOK\r\n")])
+        _, result = self.run_on(device, "--settle", "20000", "-c", "AT")
+        self.assertEqual((result.status, result.out), (0, "\n4\n\nOK\n"), result)
+
     def slow_device(self, pieces, **options):
         """A device that confirms first and then sends each of `pieces`, (id, text), a while apart."""
 
