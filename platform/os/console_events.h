@@ -65,13 +65,17 @@ KIVPLATFORM_API bool CanOpen(int countFiles);
 enum class Written {
   kAll,
   kFailed,   // the other side is gone, or the device is full
-  kGivenUp,  // nobody reads, and a signal asked for an end: Wait tells which
+  kGivenUp,  // nobody reads, and a signal asked for an end (Wait tells which) or a notice waited
 };
 
-// Writes all of it to standard output or standard error, whatever the process's locale. Waits for a
-// reader that takes its time, but after a signal for at most half a second in all. On the thread of
-// the ConsoleEvents, or without one.
+// Writes all of it to standard output, whatever the process's locale. Waits for a reader that takes
+// its time, but after a signal for at most half a second in all. On the thread of the
+// ConsoleEvents, or without one.
 KIVPLATFORM_API Written WriteOut(std::string_view bytes);
+
+// Likewise a notice, to standard error, but a notice holds nobody up: unless that is a terminal, it
+// is dropped when nobody has read it for a second, and those behind it at once, until there is room
+// again. The next that is written says before itself how many were dropped.
 KIVPLATFORM_API Written WriteErr(std::string_view bytes);
 
 // Ends the process at once with `status`, without waiting for its threads.

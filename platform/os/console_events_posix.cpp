@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <chrono>
 #include <climits>
+#include <cstdint>
 #include <optional>
 
 #include "platform/os/console_events.h"
@@ -65,19 +66,20 @@ bool IsPatient() {
 }
 
 // Whether kSureBytes can be written, or a fault told, without waiting.
-bool WaitForRoom(int descriptor) {
+bool WaitForRoom(int descriptor, Clock::time_point end) {
   pollfd ready = {descriptor, POLLOUT, 0};
   for (;;) {
-    const bool patient = IsPatient();
+    const bool patient = IsPatient() && Clock::now() < end;
     if (::poll(&ready, 1, patient ? kLookAgainMs : 0) > 0) return true;
     if (!patient) return false;
   }
 }
 
 // In pieces that a pipe with any room takes whole, so that no write blocks for want of a reader.
-Written WriteAll(int descriptor, std::string_view bytes) {
+// Waits for one until `end`; `bytes` is then what was not written.
+Written WriteAll(int descriptor, std::string_view& bytes, Clock::time_point end) {
   while (!bytes.empty()) {
-    if (!WaitForRoom(descriptor)) return Written::kGivenUp;
+    if (!WaitForRoom(descriptor, end)) return Written::kGivenUp;
     const ssize_t written =
         ::write(descriptor, bytes.data(), std::min<std::size_t>(bytes.size(), kSureBytes));
     if (written > 0) {
@@ -87,6 +89,30 @@ Written WriteAll(int descriptor, std::string_view bytes) {
     }
   }
   return Written::kAll;
+}
+
+// So long a notice waits for its reader. One that reads slowly is in time; one that does not read
+// at all costs this once, since those behind a dropped notice do not wait.
+constexpr std::chrono::milliseconds kNoticePatience{1000};
+
+// Notices that were dropped and not told yet; of the thread that writes.
+struct Dropped {
+  std::uint64_t count = 0;
+  bool isCut = false;  // the first of them stands there in part
+};
+Dropped dropped;
+
+std::string DroppedText() {
+  const std::string count = std::to_string(dropped.count);
+  const std::string noun = dropped.count == 1 ? " notice was" : " notices were";
+  return (dropped.isCut ? "\n" : "") + std::string(program_invocation_short_name) + ": " + count +
+         noun + " dropped, since nobody read standard error\n";
+}
+
+// On a terminal the user may have stopped the output and will let it go on.
+Clock::time_point NoticeEnd() {
+  if (dropped.count > 0) return Clock::now();
+  return ::isatty(STDERR_FILENO) == 1 ? Clock::time_point::max() : Clock::now() + kNoticePatience;
 }
 
 }  // namespace
@@ -164,8 +190,24 @@ bool CanOpen(int countFiles) {
   return one.isOpen() && CanOpen(countFiles - 1);
 }
 
-Written WriteOut(std::string_view bytes) { return WriteAll(STDOUT_FILENO, bytes); }
-Written WriteErr(std::string_view bytes) { return WriteAll(STDERR_FILENO, bytes); }
+Written WriteOut(std::string_view bytes) {
+  return WriteAll(STDOUT_FILENO, bytes, Clock::time_point::max());
+}
+
+Written WriteErr(std::string_view bytes) {
+  const Clock::time_point end = NoticeEnd();
+  const std::string lead = dropped.count > 0 ? DroppedText() : std::string();
+  std::string_view rest = lead;
+  Written written = WriteAll(STDERR_FILENO, rest, end);
+  if (written == Written::kAll) {
+    if (!lead.empty()) dropped = {};
+    rest = bytes;
+    written = WriteAll(STDERR_FILENO, rest, end);
+    if (written == Written::kGivenUp) dropped.isCut = rest.size() < bytes.size();
+  }
+  if (written == Written::kGivenUp) ++dropped.count;
+  return written;
+}
 
 void ExitNow(int status) { ::_exit(status); }
 

@@ -333,6 +333,26 @@ class Interrupting(BenchCase):
             pass
         self.assertEqual(process.wait(timeout=60), 130)
 
+    def noisy_child(self):
+        """A device's program that writes to its standard error without end and greets nobody."""
+        program = self.folder / "noisy"
+        program.write_text("#!/bin/sh\nwhile echo '" + "n" * 100 + "' >&2; do :; done\n")
+        program.chmod(0o755)
+        return f"exec:{program}"
+
+    def test_notices_that_nobody_reads_do_not_hold_a_batch(self):
+        process = self.start([KIV, "--wait", "1500", "--link", self.noisy_child(), "-c", "help"],
+                             stdin=subprocess.DEVNULL)
+        self.assertEqual(process.wait(timeout=60), 4)
+        self.wait_until_full(process.stderr)  # and it stayed so
+
+    def test_a_signal_ends_a_console_whose_notices_nobody_reads(self):
+        process = self.start([KIV, "--wait", "600000", "--link", self.noisy_child(), "-c", "help"],
+                             stdin=subprocess.DEVNULL)
+        self.wait_until_full(process.stderr)
+        os.kill(process.pid, signal.SIGTERM)
+        self.assertEqual(process.wait(timeout=60), 130)
+
     @staticmethod
     def wait_until_full(pipe):
         """Until a write would not be taken any more; the pipe keeps what it has."""
