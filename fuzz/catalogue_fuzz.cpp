@@ -29,6 +29,7 @@ void AddStructure(Model& model, const char* name, bool natural, std::vector<Fiel
   structure.name = name;
   structure.natural = natural;
   structure.fields = std::move(fields);
+  if (structure.fields.size() > 3 && !catalogue::SetLengthOf(structure, 2, 3).empty()) std::abort();
   model.structures.push_back(std::move(structure));
   const auto index = static_cast<std::uint32_t>(model.structures.size() - 1);
   if (!catalogue::LayOut(model, index).empty()) std::abort();
@@ -46,6 +47,12 @@ Field MakeField(const char* name, FieldKind kind, std::uint32_t reference, std::
   return field;
 }
 
+Field MakeByteField(const char* name, std::uint32_t count) {
+  Field field = MakeField(name, FieldKind::kScalar, 0, count);
+  field.scalar = catalogue::Scalar::kU8;
+  return field;
+}
+
 std::string GoodFile() {
   Model model;
   model.name = "fuzz";
@@ -55,7 +62,8 @@ std::string GoodFile() {
                 MakeField("level", FieldKind::kEnumeration, 0, 0)});
   AddStructure(model, "outer", false,
                {MakeField("list", FieldKind::kScalar, 0, 3),
-                MakeField("points", FieldKind::kStructure, 0, 2)});
+                MakeField("points", FieldKind::kStructure, 0, 2), MakeByteField("length", 0),
+                MakeByteField("bytes", 5)});
   for (std::uint32_t id = 0; id < 4; ++id) {
     catalogue::Command command;
     command.id = id;
@@ -104,9 +112,18 @@ class ScratchFile {
   std::string path_;
 };
 
+// Bytes set as a block may bring their number into another field.
+std::uint32_t SetBytes(CParamNode* node, void* /*user*/, std::uint32_t /*depth*/) {
+  static const std::vector<std::uint8_t> bytes(64, 7);
+  const std::uint32_t length = node->GetSizeInStruct() / 2;
+  if (length <= bytes.size()) node->SetValueBuf(bytes.data(), length);
+  return 0;
+}
+
 void Exercise(CParamCodec& codec, std::uint32_t id) {
   CParamNode root;
   if (codec.QueryDefaultParam(id, CmdIdType::Any, root) != 0) return;
+  root.ParseNodes(&SetBytes, nullptr, 0);
   std::uint32_t lengthBytes = 0;
   std::uint8_t* body = nullptr;
   if (codec.Encode(id, root, &lengthBytes, &body) != 0) std::abort();

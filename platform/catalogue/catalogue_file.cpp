@@ -37,8 +37,17 @@ std::uint32_t ReadNumber(const SqliteFile& file, const char* sql, std::int64_t& 
   return status == SqliteStatement::kDone ? kDamaged : status;
 }
 
+std::uint32_t CheckTable(SqliteStatement& table, const TableRow& row) {
+  table.BindText(0, row.name);
+  std::uint32_t status = table.Step();
+  if (status == 0 && table.Text(0) != row.sql) status = kDamaged;
+  if (status == 0 && table.Step() != SqliteStatement::kDone) status = kDamaged;
+  table.Reset();
+  return status == SqliteStatement::kDone ? kDamaged : status;
+}
+
 // Every table is there with our own text, and nothing runs by itself.
-std::uint32_t CheckTables(const SqliteFile& file) {
+std::uint32_t CheckTables(const SqliteFile& file, std::int64_t version) {
   std::int64_t active = 0;
   std::uint32_t status = ReadNumber(
       file, "SELECT count(*) FROM sqlite_schema WHERE type IN ('trigger', 'view')", active);
@@ -47,14 +56,9 @@ std::uint32_t CheckTables(const SqliteFile& file) {
   SqliteStatement table;
   status = table.Prepare(file, "SELECT sql FROM sqlite_schema WHERE name=?");
   for (const TableRow& row : kTables) {
-    if (status != 0) return status;
-    table.BindText(0, row.name);
-    status = table.Step();
-    if (status == 0 && table.Text(0) != row.sql) status = kDamaged;
-    if (status == 0 && table.Step() != SqliteStatement::kDone) status = kDamaged;
-    table.Reset();
-    if (status == SqliteStatement::kDone) status = kDamaged;
+    if (status == 0) status = CheckTable(table, row);
   }
+  if (status == 0 && version == kFormatVersionWithLengths) status = CheckTable(table, kLengthTable);
   return status;
 }
 
@@ -186,10 +190,11 @@ std::uint32_t OpenCatalogueFile(const std::string& mappedPath, SqliteFile& file,
   std::int64_t version = 0;
   if (status == 0) status = ReadNumber(file, "PRAGMA application_id", application);
   if (status == 0) status = ReadNumber(file, "PRAGMA user_version", version);
-  if (status == 0 && (application != kApplicationId || version != kFormatVersion)) {
+  if (status == 0 && (application != kApplicationId || version < kFormatVersion ||
+                      version > kFormatVersionWithLengths)) {
     status = kDamaged;
   }
-  if (status == 0) status = CheckTables(file);
+  if (status == 0) status = CheckTables(file, version);
   Model about;
   if (status == 0) status = ReadAbout(file, about);
   fingerprint = about.fingerprint;

@@ -98,6 +98,7 @@ class FingerprintTexts {
       text += field.kind == FieldKind::kStructure ? FingerprintText(Hash(texts_[field.reference]))
                                                   : std::string(ScalarName(field.scalar));
       if (field.isArray) text += "[" + std::to_string(field.count) + "]";
+      if (field.lengthOf != Field::kNoField) text += "#" + structure.fields[field.lengthOf].name;
       text += ";";
     }
     return text + "}";
@@ -152,6 +153,37 @@ std::string LayOut(Model& model, std::uint32_t index) {
   model.totalBytes += structure.sizeBytes;
   if (model.totalBytes > kMaxTotalBytes) return "makes all types together longer than 128 MiB";
   return {};
+}
+
+std::string SetLengthOf(Structure& structure, std::uint32_t length, std::uint32_t array) {
+  Field& carrier = structure.fields[length];
+  Field& carried = structure.fields[array];
+  const bool isUnsigned = carrier.scalar != Scalar::kChar && !IsSigned(carrier.scalar);
+  if (carrier.kind != FieldKind::kScalar || carrier.isArray || !isUnsigned) {
+    return "the length of an array must be one of u8 u16 u32 u64, and no array";
+  }
+  if (carried.kind != FieldKind::kScalar || !carried.isArray || WidthBytes(carried.scalar) != 1) {
+    return "\"" + carried.name + "\" is no array of u8, i8 or char";
+  }
+  const std::uint32_t bits = 8 * WidthBytes(carrier.scalar);
+  if (carried.count > ~std::uint64_t{0} >> (64 - bits)) {
+    return std::string(ScalarName(carrier.scalar)) + " is too narrow for the " +
+           std::to_string(carried.count) + " bytes of \"" + carried.name + "\"";
+  }
+  if (carried.lengthIn != Field::kNoField) {
+    return "\"" + structure.fields[carried.lengthIn].name + "\" carries the length of \"" +
+           carried.name + "\" already";
+  }
+  carrier.lengthOf = array;
+  carried.lengthIn = length;
+  return {};
+}
+
+bool HasLengths(const Model& model) noexcept {
+  return std::any_of(model.structures.begin(), model.structures.end(), [](const Structure& one) {
+    return std::any_of(one.fields.begin(), one.fields.end(),
+                       [](const Field& field) { return field.lengthOf != Field::kNoField; });
+  });
 }
 
 void Seal(Model& model) {

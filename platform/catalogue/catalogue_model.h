@@ -53,6 +53,8 @@ enum class FieldKind : std::uint8_t { kScalar, kEnumeration, kStructure };
 
 // One member of a structure, as the source describes it.
 struct Field {
+  static constexpr std::uint32_t kNoField = 0xFFFFFFFFu;
+
   std::string name;
   std::string text;
   FieldKind kind = FieldKind::kScalar;
@@ -60,7 +62,10 @@ struct Field {
   std::uint32_t reference = 0;  // index of the enumeration or structure
   bool isArray = false;
   std::uint32_t count = 1;
-  std::uint32_t offsetBytes = 0;  // in the structure; set by LayOut, as the next two
+  // Both are indices of fields of the same structure, set by SetLengthOf.
+  std::uint32_t lengthOf = kNoField;  // the array of which this one carries the used bytes
+  std::uint32_t lengthIn = kNoField;  // of an array: the field that carries them
+  std::uint32_t offsetBytes = 0;      // in the structure; set by LayOut, as the next two
   std::uint32_t elementBytes = 0;
   std::uint32_t alignmentBytes = 1;
 
@@ -120,6 +125,15 @@ struct Model {
 // size, alignment, node count and nesting. Answers the reason when a bound is exceeded, else an
 // empty text. The defaults are left alone.
 KIVPLATFORM_API std::string LayOut(Model& model, std::uint32_t index);
+
+// Makes the field `length` of the structure the one that carries how many bytes of its array
+// `array` are used. Answers the reason when they cannot be such a pair, else an empty text; the
+// structure is then unchanged. Both are indices of its fields.
+KIVPLATFORM_API std::string SetLengthOf(Structure& structure, std::uint32_t length,
+                                        std::uint32_t array);
+// Whether a field of the structures carries the length of another: such a catalogue needs a newer
+// format of the compiled file.
+KIVPLATFORM_API bool HasLengths(const Model& model) noexcept;
 
 // Puts the commands in order and works out all fingerprints.
 KIVPLATFORM_API void Seal(Model& model);

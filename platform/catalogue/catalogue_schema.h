@@ -9,7 +9,10 @@
 namespace catalogue {
 
 inline constexpr std::int32_t kApplicationId = 0x4B495643;  // "KIVC"
-inline constexpr std::int32_t kFormatVersion = 1;           // user_version
+// user_version. A catalogue is written in the lowest version that can say it, so that consoles
+// which know only that one go on opening what they can show.
+inline constexpr std::int32_t kFormatVersion = 1;
+inline constexpr std::int32_t kFormatVersionWithLengths = 2;  // with kLengthTable
 
 // A table of the compiled file and the statement that makes it.
 struct TableRow {
@@ -51,6 +54,12 @@ inline constexpr TableRow kTables[] = {
      "CREATE VIRTUAL TABLE command_search USING fts5(name, text, content='command', "
      "content_rowid='position')"},
 };
+
+// In files of version 2 only.
+inline constexpr TableRow kLengthTable = {
+    "field_length",
+    "CREATE TABLE field_length(structure INTEGER NOT NULL, position INTEGER NOT NULL, "
+    "array INTEGER NOT NULL, PRIMARY KEY(structure, position)) STRICT, WITHOUT ROWID"};
 
 // Bits of command.flags.
 inline constexpr std::uint32_t kFlagListed = 1;

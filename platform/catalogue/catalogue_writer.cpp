@@ -26,12 +26,16 @@ class Writer {
     // Freed parts of pages are zeroed: nothing by chance gets into the file.
     Run("PRAGMA page_size=4096; PRAGMA secure_delete=ON; PRAGMA encoding='UTF-8'");
     Run(("PRAGMA application_id=" + std::to_string(kApplicationId)).c_str());
-    Run(("PRAGMA user_version=" + std::to_string(kFormatVersion)).c_str());
+    const bool hasLengths = HasLengths(model_);
+    const std::int32_t version = hasLengths ? kFormatVersionWithLengths : kFormatVersion;
+    Run(("PRAGMA user_version=" + std::to_string(version)).c_str());
     Run("BEGIN");
     for (const TableRow& table : kTables) Run(table.sql);
+    if (hasLengths) Run(kLengthTable.sql);
     WriteAbout();
     WriteEnumerations();
     WriteStructures();
+    if (hasLengths) WriteLengths();
     WriteCommands();
     WriteHostWords();
     Run("INSERT INTO command_search(command_search) VALUES('rebuild')");
@@ -133,6 +137,21 @@ class Writer {
     }
     if (field.isArray) insert.BindNumber(7, field.count);
     insert.BindNumber(8, field.offsetBytes);
+  }
+
+  void WriteLengths() {
+    SqliteStatement insert;
+    Prepare(insert, "INSERT INTO field_length VALUES(?,?,?)");
+    for (std::size_t i = 0; status_ == 0 && i < model_.structures.size(); ++i) {
+      const std::vector<Field>& fields = model_.structures[i].fields;
+      for (std::size_t f = 0; status_ == 0 && f < fields.size(); ++f) {
+        if (fields[f].lengthOf == Field::kNoField) continue;
+        insert.BindNumber(0, IdOf(i));
+        insert.BindNumber(1, IdOf(f));
+        insert.BindNumber(2, IdOf(fields[f].lengthOf));
+        Execute(insert);
+      }
+    }
   }
 
   void WriteCommands() {

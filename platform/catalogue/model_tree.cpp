@@ -36,16 +36,25 @@ class TreeMaker {
     for (const Field& field : structure.fields) {
       const std::uint64_t begin = offsetBytes + field.offsetBytes;
       builder_.AddGap(end, begin);
-      AddField(field, begin, depth);
+      AddField(structure, field, offsetBytes, depth);
       end = begin + field.SizeBytes();
     }
     builder_.AddGap(end, offsetBytes + structure.sizeBytes);
   }
 
-  void AddField(const Field& field, std::uint64_t offsetBytes, std::uint32_t depth) {
+  // `beginBytes` is where the structure around it begins.
+  void AddField(const Structure& structure, const Field& field, std::uint64_t beginBytes,
+                std::uint32_t depth) {
     const std::wstring name = os::Utf8ToWide(field.name);
+    const std::uint64_t offsetBytes = beginBytes + field.offsetBytes;
     if (field.kind != FieldKind::kStructure) {
-      AddValue(field, name, offsetBytes, depth);
+      FieldLayout node = ValueNode(field, offsetBytes, depth);
+      if (field.lengthIn != Field::kNoField) {
+        const Field& length = structure.fields[field.lengthIn];
+        node.lengthOffsetBytes = static_cast<std::uint32_t>(beginBytes + length.offsetBytes);
+        node.lengthWidthBytes = length.elementBytes;
+      }
+      builder_.Add(node, name, os::Utf8ToWide(TypeName(field)));
     } else if (!field.isArray) {
       AddStructure(field, name, offsetBytes, depth);
     } else {
@@ -53,8 +62,7 @@ class TreeMaker {
     }
   }
 
-  void AddValue(const Field& field, const std::wstring& name, std::uint64_t offsetBytes,
-                std::uint32_t depth) {
+  static FieldLayout ValueNode(const Field& field, std::uint64_t offsetBytes, std::uint32_t depth) {
     FieldLayout node;
     node.kind = field.isArray ? kKindArray : kKindValue;
     node.depth = depth;
@@ -66,10 +74,13 @@ class TreeMaker {
     node.isSigned = catalogue::IsSigned(field.scalar);
     node.isChar = field.scalar == catalogue::Scalar::kChar;
     node.hasBuffer = node.takesBytes = field.isArray;
-    const std::string_view type = field.kind == FieldKind::kEnumeration
-                                      ? std::string_view(model_.enumerations[field.reference].name)
-                                      : catalogue::ScalarName(field.scalar);
-    builder_.Add(node, name, os::Utf8ToWide(type));
+    return node;
+  }
+
+  std::string_view TypeName(const Field& field) const {
+    return field.kind == FieldKind::kEnumeration
+               ? std::string_view(model_.enumerations[field.reference].name)
+               : catalogue::ScalarName(field.scalar);
   }
 
   void AddStructure(const Field& field, const std::wstring& name, std::uint64_t offsetBytes,

@@ -19,6 +19,14 @@ std::uint32_t ValueWidth(const FieldLayout& field) noexcept {
   return std::min({field.elementBytes, field.storageBytes, std::uint32_t{8}});
 }
 
+// `widthBytes` is at most 8.
+void StoreLittleEndian(std::uint64_t value, std::uint32_t widthBytes,
+                       std::uint8_t* bytes) noexcept {
+  for (std::uint32_t i = 0; i < widthBytes; ++i) {
+    bytes[i] = static_cast<std::uint8_t>(value >> (8 * i));
+  }
+}
+
 }  // namespace
 
 // The block's parts in the order in which they stand: itself, the nodes, the body. The body comes
@@ -125,10 +133,7 @@ std::uint32_t CParamNode::GetValue(std::uint64_t* value) const noexcept {
 
 std::uint32_t CParamNode::SetValue(std::uint64_t value) noexcept {
   if (!IsValueKind(field_->kind)) return result::kNotSupported;
-  const std::uint32_t width = ValueWidth(*field_);
-  for (std::uint32_t i = 0; i < width; ++i) {
-    bytes_[i] = static_cast<std::uint8_t>(value >> (8 * i));
-  }
+  StoreLittleEndian(value, ValueWidth(*field_), bytes_);
   return result::kOk;
 }
 
@@ -149,6 +154,10 @@ std::uint32_t CParamNode::SetValueBuf(const std::uint8_t* bytes,
   if (lengthBytes != 0) std::memmove(bytes_, bytes, static_cast<std::size_t>(lengthBytes));
   std::memset(bytes_ + lengthBytes, 0,
               field_->storageBytes - static_cast<std::size_t>(lengthBytes));
+  if (field_->lengthWidthBytes != 0) {
+    StoreLittleEndian(lengthBytes, field_->lengthWidthBytes,
+                      block_->body + field_->lengthOffsetBytes);
+  }
   return result::kOk;
 }
 

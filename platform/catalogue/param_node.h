@@ -59,7 +59,9 @@ class KIVPLATFORM_API CParamNode {
   // 0 when the node has a buffer of its own, which may be written in place.
   std::uint32_t GetValueBuf(std::uint8_t** buffer, std::uint64_t* lengthBytes) noexcept;
   // Copies into the node's bytes. A shorter length zeroes the rest (the last chunk of a file is
-  // short); a longer one gives a status and changes nothing.
+  // short); a longer one gives a status and changes nothing. Where the catalogue has a field that
+  // carries the used bytes of this array, that field is set to `lengthBytes`; what is written in
+  // place through GetValueBuf leaves it as it is.
   std::uint32_t SetValueBuf(const std::uint8_t* bytes, std::uint64_t lengthBytes) noexcept;
 
   // Zeros that may be read behind a body, so that a value's bytes can be read all at once.

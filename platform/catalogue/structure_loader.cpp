@@ -1,6 +1,7 @@
 #include "platform/catalogue/structure_loader.h"
 
 #include "platform/base/result_codes.h"
+#include "platform/catalogue/catalogue_schema.h"
 
 using catalogue::Enumeration;
 using catalogue::Field;
@@ -14,6 +15,14 @@ namespace {
 constexpr std::uint32_t kDamaged = result::kCatalogueDamaged;
 // No honest enumeration has more named values.
 constexpr std::size_t kMaxEnumerationValues = 65536;
+
+std::uint32_t ReadVersion(const SqliteFile& file, std::int64_t& version) {
+  SqliteStatement statement;
+  std::uint32_t status = statement.Prepare(file, "PRAGMA user_version");
+  if (status == 0) status = statement.Step();
+  if (status == 0) version = statement.Number(0);
+  return status == SqliteStatement::kDone ? kDamaged : status;
+}
 
 bool ScalarOf(std::string_view name, Scalar& scalar) {
   for (std::uint32_t i = 0; i < catalogue::kScalarCount; ++i) {
@@ -51,7 +60,13 @@ std::uint32_t StructureLoader::Open(const SqliteFile& file) {
     const std::uint32_t status = row.statement.Prepare(file, row.sql);
     if (status != 0) return status;
   }
-  return 0;
+  std::int64_t version = 0;
+  const std::uint32_t status = ReadVersion(file, version);
+  if (status != 0) return status;
+  hasLengths_ = version >= catalogue::kFormatVersionWithLengths;
+  if (!hasLengths_) return 0;
+  return lengths_.Prepare(
+      file, "SELECT position, array FROM field_length WHERE structure=? ORDER BY position");
 }
 
 void StructureLoader::Forget() {
@@ -107,6 +122,27 @@ std::uint32_t StructureLoader::ReadFields(std::int64_t fileId, std::vector<RawFi
   return status == SqliteStatement::kDone ? 0 : status;
 }
 
+std::uint32_t StructureLoader::ReadLengths(std::int64_t fileId, Structure& structure) {
+  if (!hasLengths_) return 0;
+  const auto count = static_cast<std::int64_t>(structure.fields.size());
+  lengths_.BindNumber(0, fileId);
+  std::uint32_t status = 0;
+  while ((status = lengths_.Step()) == 0) {
+    const std::int64_t length = lengths_.Number(0);
+    const std::int64_t array = lengths_.Number(1);
+    const bool good = length >= 1 && length <= count && array >= 1 && array <= count &&
+                      catalogue::SetLengthOf(structure, static_cast<std::uint32_t>(length - 1),
+                                             static_cast<std::uint32_t>(array - 1))
+                          .empty();
+    if (!good) {
+      status = kDamaged;
+      break;
+    }
+  }
+  lengths_.Reset();
+  return status == SqliteStatement::kDone ? 0 : status;
+}
+
 std::uint32_t StructureLoader::ResolveField(RawField& raw, Model& model) {
   Field& field = raw.field;
   if (field.kind == FieldKind::kScalar) return 0;
@@ -139,6 +175,7 @@ std::uint32_t StructureLoader::LoadStructure(std::int64_t fileId, Model& model,
     status = ResolveField(raws[i], model);
     structure.fields.push_back(raws[i].field);
   }
+  if (status == 0) status = ReadLengths(fileId, structure);
   if (status != 0) return status;
 
   index = static_cast<std::uint32_t>(model.structures.size());

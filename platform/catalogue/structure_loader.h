@@ -30,11 +30,14 @@ class StructureLoader {
   std::uint32_t ReadHead(std::int64_t fileId, catalogue::Structure& structure,
                          std::int64_t& sizeBytes);
   std::uint32_t ReadFields(std::int64_t fileId, std::vector<RawField>& fields);
+  std::uint32_t ReadLengths(std::int64_t fileId, catalogue::Structure& structure);
   std::uint32_t ResolveField(RawField& raw, catalogue::Model& model);
   std::uint32_t ReadEnumerationValues(std::int64_t fileId, catalogue::Enumeration& enumeration);
 
   SqliteStatement structure_;
   SqliteStatement fields_;
+  SqliteStatement lengths_;
+  bool hasLengths_ = false;  // whether the file is of the version that has them
   SqliteStatement enumeration_;
   SqliteStatement values_;
   std::map<std::int64_t, std::uint32_t> structures_;    // file id to index in the model

@@ -37,7 +37,10 @@ struct FieldLayout {
   std::uint32_t storageBytes = 0;  // how many of them there are
   std::uint32_t elementBytes = 0;  // GetSizeOfDataType
   std::uint32_t fieldBytes = 0;    // GetSizeInStruct
-  std::uint32_t parent = kNone;    // indices into the layout
+  // Of an array whose used bytes another field carries: where that field stands in the body.
+  std::uint32_t lengthOffsetBytes = 0;
+  std::uint32_t lengthWidthBytes = 0;  // 0: no field carries them
+  std::uint32_t parent = kNone;        // indices into the layout
   std::uint32_t firstChild = kNone;
   std::uint32_t nextNeighbor = kNone;
   std::uint32_t subtreeEnd = 1;

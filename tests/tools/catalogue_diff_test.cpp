@@ -154,6 +154,25 @@ TEST_F(CatalogueDiff, TellsDescriptionsAndDefaultsThatNoFingerprintHas) {
              "~ enumeration unused base: i16 -> i32\n");
 }
 
+TEST_F(CatalogueDiff, TellsWhichArrayAFieldIsTheLengthOf) {
+  const std::string bare = R"({"format":1,"name":"n","commands":[{"id":1,"name":"c","request":"t"}],
+"types":[{"name":"t","fields":[{"name":"a","type":"u8","count":3},{"name":"b","type":"u8","count":3},
+{"name":"length","type":"u8"}]}]})";
+  const std::string ofA =
+      Replaced(bare, R"("length","type":"u8")", R"("length","type":"u8","length_of":"a")");
+  const std::string ofB = Replaced(ofA, R"("length_of":"a")", R"("length_of":"b")");
+  const CallResult added = Diff(bare, ofA);
+  EXPECT_EQ(added.status, 1);
+  EXPECT_TRUE(added.output.starts_with("~ catalogue fingerprint: ")) << added.output;
+  EXPECT_NE(added.output.find("\n~ type t field length length of: none -> a\n"
+                              "~ command c fingerprint: "),
+            std::string::npos)
+      << added.output;
+  EXPECT_NE(Diff(ofA, ofB).output.find("\n~ type t field length length of: a -> b\n"),
+            std::string::npos);
+  EXPECT_EQ(Diff(ofA, ofA).status, 0);
+}
+
 TEST_F(CatalogueDiff, PairsCommandsOfOneNameInTheirOrder) {
   const std::string two = R"({"format":1,"name":"n","types":[{"name":"t","fields":[]}],"commands":[
 {"id":1,"name":"a","request":"t"},{"id":2,"name":"a","request":"t"}]})";

@@ -21,7 +21,8 @@ SMALL = {
         {"name": "t", "layout": "natural", "fields": [
             {"name": "x", "type": "u8", "default": 3},
             {"name": "y", "type": "e", "count": 2, "default": ["a", 2]},
-            {"name": "s", "type": "char", "count": 4, "default": "hi"}]},
+            {"name": "s", "type": "char", "count": 4, "default": "hi"},
+            {"name": "n", "type": "u8", "length_of": "s"}]},
     ],
     "commands": [
         {"id": "0x10", "name": "c", "request": "t", "combined": ["1"]},
@@ -54,6 +55,8 @@ WRONG = [
     (["types", 0, "fields", 0, "count"], 0),
     (["types", 0, "fields", 0, "count"], 1.5),
     (["types", 0, "fields", 0, "default"], True),
+    (["types", 0, "fields", 3, "length_of"], 2),
+    (["types", 0, "fields", 3, "length_of"], "a b"),
     (["commands", 0, "id"], "0x100000000"),
     (["commands", 0, "id"], -1),
     (["commands", 0, "id"], None),

@@ -13,7 +13,9 @@ using catalogue::FieldKind;
 
 class ModelByChance {
  public:
-  explicit ModelByChance(std::uint32_t seed) : chance_(seed) { model_.name = "chance"; }
+  ModelByChance(std::uint32_t seed, bool hasLengths) : chance_(seed), hasLengths_(hasLengths) {
+    model_.name = "chance";
+  }
 
   catalogue::Model Make() {
     AddEnumeration();
@@ -40,6 +42,7 @@ class ModelByChance {
     structure.natural = Below(2) == 0;
     const std::uint32_t fields = 1 + Below(8);
     for (std::uint32_t i = 0; i < fields; ++i) structure.fields.push_back(MakeField(i, index));
+    if (hasLengths_) AddLengths(structure);
     model_.structures.push_back(std::move(structure));
     EXPECT_EQ(catalogue::LayOut(model_, index), "");
     FillDefaults(model_.structures[index]);
@@ -49,6 +52,35 @@ class ModelByChance {
     command.name = "command_" + std::to_string(index);
     command.request = static_cast<std::int32_t>(index);
     model_.commands.push_back(std::move(command));
+  }
+
+  // Up to three pairs behind the other fields, the array first or last.
+  static void AddLength(catalogue::Structure& structure, Field array, Field length,
+                        bool arrayFirst) {
+    const auto first = static_cast<std::uint32_t>(structure.fields.size());
+    structure.fields.push_back(arrayFirst ? array : length);
+    structure.fields.push_back(arrayFirst ? length : array);
+    const std::uint32_t last = first + 1;
+    EXPECT_EQ(
+        catalogue::SetLengthOf(structure, arrayFirst ? last : first, arrayFirst ? first : last),
+        "");
+  }
+  void AddLengths(catalogue::Structure& structure) {
+    using catalogue::Scalar;
+    constexpr Scalar kBytes[] = {Scalar::kU8, Scalar::kI8, Scalar::kChar};
+    constexpr Scalar kWidths[] = {Scalar::kU8, Scalar::kU16, Scalar::kU32, Scalar::kU64};
+    const std::uint32_t pairs = Below(4);
+    for (std::uint32_t i = 0; i < pairs; ++i) {
+      Field array;
+      array.name = "bytes_" + std::to_string(i);
+      array.scalar = kBytes[Below(3)];
+      array.isArray = true;
+      array.count = 1 + Below(255);
+      Field length;
+      length.name = "length_" + std::to_string(i);
+      length.scalar = kWidths[Below(4)];
+      AddLength(structure, array, length, Below(2) == 0);
+    }
   }
 
   Field MakeField(std::uint32_t number, std::uint32_t structuresBefore) {
@@ -89,11 +121,15 @@ class ModelByChance {
   }
 
   std::mt19937 chance_;
+  bool hasLengths_;
   catalogue::Model model_;
 };
 
 }  // namespace
 
-catalogue::Model RandomModel(std::uint32_t seed) { return ModelByChance(seed).Make(); }
+catalogue::Model RandomModel(std::uint32_t seed) { return ModelByChance(seed, false).Make(); }
+catalogue::Model RandomModelWithLengths(std::uint32_t seed) {
+  return ModelByChance(seed, true).Make();
+}
 
 }  // namespace kivtest

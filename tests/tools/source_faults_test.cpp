@@ -241,6 +241,50 @@ INSTANTIATE_TEST_SUITE_P(
                  "f:7:33: \"count\" must be from 1 to 16777216\n"}));
 
 INSTANTIATE_TEST_SUITE_P(
+    Lengths, SourceFields,
+    testing::Values(
+        FaultRow{R"({"name":"d","type":"u8","count":255},{"name":"n","type":"u8","length_of":"d"})",
+                 ""},
+        FaultRow{
+            R"({"name":"n","type":"u16","length_of":"d"},{"name":"d","type":"char","count":9})",
+            ""},
+        FaultRow{R"({"name":"n","type":"u16","length_of":"other"})",
+                 "f:6:38: this type has no field \"other\"\n"},
+        FaultRow{R"({"name":"n","type":"u16","length_of":5})",
+                 "f:6:38: \"length_of\" must be a text, not an integer\n"},
+        FaultRow{R"({"name":"d","type":"u8"},{"name":"n","type":"u16","length_of":"d"})",
+                 "f:6:63: \"d\" is no array of u8, i8 or char\n"},
+        FaultRow{R"({"name":"d","type":"u16","count":2},{"name":"n","type":"u16","length_of":"d"})",
+                 "f:6:74: \"d\" is no array of u8, i8 or char\n"},
+        FaultRow{R"({"name":"d","type":"e","count":2},{"name":"n","type":"u16","length_of":"d"})",
+                 "f:6:72: \"d\" is no array of u8, i8 or char\n"},
+        FaultRow{R"({"name":"d","type":"p","count":2},{"name":"n","type":"u16","length_of":"d"})",
+                 "f:6:72: \"d\" is no array of u8, i8 or char\n"},
+        FaultRow{R"({"name":"n","type":"u16","length_of":"n"})",
+                 "f:6:38: \"n\" is no array of u8, i8 or char\n"},
+        FaultRow{R"({"name":"d","type":"u8","count":256},{"name":"n","type":"u8","length_of":"d"})",
+                 "f:6:74: u8 is too narrow for the 256 bytes of \"d\"\n"},
+        FaultRow{R"({"name":"d","type":"i8","count":65536},)"
+                 "\n"
+                 R"({"name":"n","type":"u16","length_of":"d"})",
+                 "f:7:38: u16 is too narrow for the 65536 bytes of \"d\"\n"},
+        FaultRow{R"({"name":"d","type":"u8","count":2},{"name":"n","type":"u8","length_of":"d"},)"
+                 "\n"
+                 R"({"name":"m","type":"u8","length_of":"d"})",
+                 "f:7:37: \"n\" carries the length of \"d\" already\n"}));
+
+// What the field that carries a length must be.
+TEST(SourceLengths, AreOneUnsignedInteger) {
+  const std::string reason = "the length of an array must be one of u8 u16 u32 u64, and no array";
+  for (const char* type : {R"("i16")", R"("char")", R"("e")", R"("p")", R"("u16","count":2)"}) {
+    const std::string before = std::string(R"({"name":"n","type":)") + type + R"(,"length_of":)";
+    const std::string place = "f:6:" + std::to_string(before.size() + 1) + ": ";
+    EXPECT_EQ(FaultsOf(WithFields(before + R"("d"},{"name":"d","type":"u8","count":2})")),
+              place + reason + "\n");
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(
     Defaults, SourceFields,
     testing::Values(
         FaultRow{R"({"name":"a","type":"u8","default":256})",

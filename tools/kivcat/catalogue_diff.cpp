@@ -170,6 +170,10 @@ class Comparison {
     return TypeOf(model, field) + " at " + std::to_string(field.offsetBytes);
   }
 
+  static std::string LengthOf(const Structure& one, const Field& field) {
+    return field.lengthOf == Field::kNoField ? "none" : one.fields[field.lengthOf].name;
+  }
+
   static std::string DefaultOf(const Model& model, const Structure& one, const Field& field) {
     return FieldInitialiser(model, field, one.defaults.data() + field.offsetBytes);
   }
@@ -187,6 +191,7 @@ class Comparison {
           text_.Compare(field + " type", TypeOf(older_, a), TypeOf(newer_, b));
           text_.Compare(field + " offset", std::to_string(a.offsetBytes),
                         std::to_string(b.offsetBytes));
+          text_.Compare(field + " length of", LengthOf(older, a), LengthOf(newer, b));
           text_.Compare(field + " default", DefaultOf(older_, older, a),
                         DefaultOf(newer_, newer, b));
           text_.CompareTexts(field + " text", a.text, b.text);

@@ -63,6 +63,9 @@ class StructureRows {
       const bool nested = field.kind == FieldKind::kStructure;
       std::string type = TypeText(field);
       if (field.isArray) type += "[" + std::to_string(field.count) + "]";
+      if (field.lengthOf != Field::kNoField) {
+        type += " (length of " + structure.fields[field.lengthOf].name + ")";
+      }
       rows_.push_back({"  " + std::to_string(offset), std::string(2 * depth, ' ') + field.name,
                        std::move(type),
                        nested && !field.isArray

@@ -147,7 +147,12 @@ class HeaderWriter {
     if (structure.natural && isWide) line += "KIV_CATALOGUE_ALIGN8 ";
     line += FieldType(field) + " " + field.name;
     if (field.isArray) line += "[" + std::to_string(field.count) + "]";
-    Line(line + ";" + TrailingComment(field.text));
+    std::string comment = field.text;
+    if (field.lengthOf != Field::kNoField) {
+      comment = "used bytes of " + structure.fields[field.lengthOf].name +
+                (comment.empty() ? "" : "; " + comment);
+    }
+    Line(line + ";" + TrailingComment(comment));
   }
 
   std::string FieldType(const Field& field) const {

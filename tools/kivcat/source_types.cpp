@@ -179,7 +179,9 @@ class StructureReader {
     reader.Finish();
     const std::size_t errorsBefore = faults_.ErrorCount();
     std::vector<const SourceValue*> defaults;
-    if (fields != nullptr) ReadFields(*fields, made, defaults);
+    std::vector<LengthOf> lengths;
+    if (fields != nullptr) ReadFields(*fields, made, defaults, lengths);
+    if (faults_.ErrorCount() == errorsBefore) SetLengths(lengths, made);
     if (!IsNewTypeName(value, made.name, names_, faults_)) return;
     if (faults_.ErrorCount() != errorsBefore) {
       // Kept as a name, so that its users are not told of a type that is there.
@@ -191,8 +193,15 @@ class StructureReader {
   }
 
  private:
+  // The array may stand behind the field that carries its length, so the name is looked up when
+  // all fields are known.
+  struct LengthOf {
+    std::uint32_t field;      // index in the structure
+    const SourceValue* name;  // of the array
+  };
+
   void ReadFields(const SourceValue& list, Structure& made,
-                  std::vector<const SourceValue*>& defaults) {
+                  std::vector<const SourceValue*>& defaults, std::vector<LengthOf>& lengths) {
     std::set<std::string> seen;
     for (const SourceValue& item : list.items) {
       ObjectReader reader(item, "a field", faults_);
@@ -208,8 +217,22 @@ class StructureReader {
             reader.TakeNumber("count", 1, catalogue::kMaxStructureBytes, Need::kRequired));
       }
       defaults.push_back(reader.Take("default", Need::kOptional));
+      if (const auto* array = reader.Take("length_of", Kind::kText, Need::kOptional)) {
+        lengths.push_back({static_cast<std::uint32_t>(made.fields.size()), array});
+      }
       reader.Finish();
       made.fields.push_back(std::move(field));
+    }
+  }
+
+  void SetLengths(const std::vector<LengthOf>& lengths, Structure& made) {
+    for (const LengthOf& one : lengths) {
+      std::uint32_t array = 0;
+      while (array < made.fields.size() && made.fields[array].name != one.name->text) ++array;
+      const std::string reason = array < made.fields.size()
+                                     ? catalogue::SetLengthOf(made, one.field, array)
+                                     : "this type has no field \"" + one.name->text + "\"";
+      if (!reason.empty()) faults_.Error(one.name->place, reason);
     }
   }
 

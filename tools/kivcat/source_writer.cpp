@@ -137,6 +137,7 @@ Json Describe(const catalogue::Model& model, const Structure& structure) {
     row["name"] = field.name;
     row["type"] = TypeName(model, field);
     if (field.isArray) row["count"] = field.count;
+    if (field.lengthOf != Field::kNoField) row["length_of"] = structure.fields[field.lengthOf].name;
     const std::string base = defaults.BaseOf(field);
     Json value =
         defaults.ReadField(field, structure.defaults.data() + field.offsetBytes, base.data());

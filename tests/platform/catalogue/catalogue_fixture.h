@@ -73,6 +73,11 @@ class ModelMaker {
     field.reference = structure;
     return Add(name, std::move(field), count);
   }
+  // The field `length` of the structure carries the used bytes of its array `array`.
+  ModelMaker& Length(std::uint32_t length, std::uint32_t array) {
+    EXPECT_EQ(catalogue::SetLengthOf(model_.structures.back(), length, array), "");
+    return *this;
+  }
   // `defaults` may be shorter than the structure.
   ModelMaker& End(const std::string& defaults = {}) {
     const auto index = static_cast<std::uint32_t>(model_.structures.size() - 1);

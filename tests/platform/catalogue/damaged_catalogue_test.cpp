@@ -141,6 +141,42 @@ INSTANTIATE_TEST_SUITE_P(
                     m.structures[0].sizeBytes = 0;
                   }}));
 
+// outer { u8 data[2], u8 length, u8 other, i8 third }
+class DamagedLength : public DamagedCatalogue, public testing::WithParamInterface<DamageRow> {};
+
+TEST_P(DamagedLength, GivesItsStatus) {
+  ModelMaker maker;
+  maker.Structure("outer").Scalar("data", Scalar::kU8, 2).Scalar("length", Scalar::kU8);
+  maker.Scalar("other", Scalar::kU8).Scalar("third", Scalar::kI8).Length(1, 0).End();
+  maker.Command(1, "one", 0);
+  catalogue::Seal(maker.Model());
+  std::string bytes;
+  ASSERT_EQ(catalogue::WriteCatalogue(maker.Model(), bytes), 0u);
+  EXPECT_EQ(Query(bytes), 0u);
+  EXPECT_EQ(ReadWhole(bytes), 0u);
+  GetParam().damage(maker.Model());
+  ASSERT_EQ(catalogue::WriteCatalogue(maker.Model(), bytes), 0u);
+  EXPECT_EQ(Query(bytes), kDamaged);
+  EXPECT_EQ(ReadWhole(bytes), kDamaged);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Lengths, DamagedLength,
+    testing::Values(
+        DamageRow{"of no field",
+                  [](catalogue::Model& m) { m.structures[0].fields[1].lengthOf = 4; }},
+        DamageRow{"of a field before the first",
+                  [](catalogue::Model& m) { m.structures[0].fields[1].lengthOf = 0xFFFFFFFE; }},
+        DamageRow{"of itself", [](catalogue::Model& m) { m.structures[0].fields[1].lengthOf = 1; }},
+        DamageRow{"of a single value",
+                  [](catalogue::Model& m) { m.structures[0].fields[1].lengthOf = 2; }},
+        DamageRow{"two of one array",
+                  [](catalogue::Model& m) { m.structures[0].fields[2].lengthOf = 0; }},
+        DamageRow{"a signed one", [](catalogue::Model& m) {
+                    m.structures[0].fields[1].lengthOf = Field::kNoField;
+                    m.structures[0].fields[3].lengthOf = 0;
+                  }}));
+
 TEST_F(DamagedCatalogue, CommandWithAStructureThatIsNotThere) {
   ModelMaker maker = GoodModel();
   maker.Structure("gone").Scalar("x", Scalar::kU8).End();
@@ -239,11 +275,20 @@ TEST_F(DamagedCatalogue, TriggersAndViewsAreRefused) {
 }
 
 TEST_F(DamagedCatalogue, OtherFormatsAreRefused) {
-  EXPECT_EQ(Enumerate(FileOf(AsItIs, "PRAGMA user_version=2")), kDamaged);
+  EXPECT_EQ(Enumerate(FileOf(AsItIs, "PRAGMA user_version=0")), kDamaged);
+  EXPECT_EQ(Enumerate(FileOf(AsItIs, "PRAGMA user_version=3")), kDamaged);
   EXPECT_EQ(Enumerate(FileOf(AsItIs, "PRAGMA application_id=1")), kDamaged);
   EXPECT_EQ(Enumerate(FileOf(AsItIs, "DELETE FROM about")), kDamaged);
   EXPECT_EQ(Enumerate(FileOf(AsItIs, "UPDATE about SET fingerprint='0123'")), kDamaged);
   EXPECT_EQ(Enumerate(FileOf(AsItIs, "UPDATE about SET fingerprint='0123456789ABCDEF'")), kDamaged);
+}
+
+TEST_F(DamagedCatalogue, VersionTwoHasTheTableOfLengthsExactlySo) {
+  const std::string two = "PRAGMA user_version=2;";
+  EXPECT_EQ(Enumerate(FileOf(AsItIs, two)), kDamaged);
+  EXPECT_EQ(Enumerate(FileOf(AsItIs, two + catalogue::kLengthTable.sql)), 0u);
+  EXPECT_EQ(Enumerate(FileOf(AsItIs, two + "CREATE VIRTUAL TABLE field_length USING fts5(array)")),
+            kDamaged);
 }
 
 TEST_F(DamagedCatalogue, RowsThatContradictEachOtherAreRefused) {

@@ -228,6 +228,71 @@ TEST_F(ParamCodec, GapsAreZeroWhateverWasReceivedThere) {
   EXPECT_EQ(Encoded(codec, kGaps, root), (Bytes{1, 0, 0, 0, 2, 3, 4, 5}));
 }
 
+// part { u16 index, u8 data[4], u16 length of data, inner { char n of text, char text[3] } twice }
+std::string CatalogueOfParts() {
+  ModelMaker maker;
+  maker.Structure("inner").Scalar("n", Scalar::kU8).Scalar("text", Scalar::kChar, 3).Length(0, 1);
+  maker.End();
+  maker.Structure("part", true)
+      .Scalar("index", Scalar::kU8)
+      .Scalar("data", Scalar::kU8, 4)
+      .Scalar("length", Scalar::kU16)
+      .Length(2, 1)
+      .Nested("inner", 0, 2)
+      .End(std::string("\x00\x00\x00\x00\x00\x00\x04", 7));
+  maker.Command(1, "part", 1);
+  return maker.Bytes();
+}
+
+TEST_F(ParamCodec, BytesSetAsABlockHaveTheirNumberInTheFieldThatCarriesIt) {
+  kivtest::WriteBytes(path_, CatalogueOfParts());
+  CParamCodec codec(Path().c_str());
+  CParamNode root;
+  ASSERT_EQ(codec.QueryDefaultParam(1, CmdIdType::Any, root), 0u);
+  CParamNode* index = root.GetFirstChild();
+  CParamNode* data = index->GetNextNeighbor();
+  CParamNode* length = data->GetNextNeighbor();
+  std::uint64_t value = 0;
+  ASSERT_EQ(length->GetValue(&value), 0u);
+  EXPECT_EQ(value, 4u);
+  const Bytes bytes{1, 2, 3, 4, 5};
+  const auto numberAfter = [&](std::uint64_t lengthBytes, std::uint32_t status) {
+    EXPECT_EQ(data->SetValueBuf(bytes.data(), lengthBytes), status);
+    EXPECT_EQ(length->GetValue(&value), 0u);
+    return value;
+  };
+  EXPECT_EQ(numberAfter(3, 0), 3u);
+  EXPECT_EQ(Encoded(codec, 1, root), (Bytes{0, 1, 2, 3, 0, 0, 3, 0, 0, 0, 0, 0, 0, 0, 0, 0}));
+  EXPECT_EQ(numberAfter(4, 0), 4u);
+  EXPECT_EQ(numberAfter(5, result::kBodySize), 4u);  // refused: nothing changes
+  EXPECT_EQ(numberAfter(0, 0), 0u);
+  EXPECT_EQ(Encoded(codec, 1, root), Bytes(16));
+
+  // What is typed in place, and a number set by itself, stay as they are.
+  std::uint8_t* buffer = nullptr;
+  ASSERT_EQ(data->GetValueBuf(&buffer, &value), 0u);
+  buffer[3] = 9;
+  ASSERT_EQ(length->SetValue(7), 0u);
+  EXPECT_EQ(Encoded(codec, 1, root), (Bytes{0, 0, 0, 0, 9, 0, 7, 0, 0, 0, 0, 0, 0, 0, 0, 0}));
+}
+
+// Each element of an array of structures has a field of its own.
+TEST_F(ParamCodec, NumbersOfNestedBytesStandInTheirOwnStructure) {
+  kivtest::WriteBytes(path_, CatalogueOfParts());
+  CParamCodec codec(Path().c_str());
+  CParamNode root;
+  ASSERT_EQ(codec.QueryDefaultParam(1, CmdIdType::Any, root), 0u);
+  CParamNode* list = root.GetFirstChild()->GetNextNeighbor()->GetNextNeighbor()->GetNextNeighbor();
+  CParamNode* first = list->GetFirstChild();
+  CParamNode* second = first->GetNextNeighbor();
+  const Bytes bytes{'a', 'b', 'c'};
+  EXPECT_EQ(second->GetFirstChild()->GetNextNeighbor()->SetValueBuf(bytes.data(), 2), 0u);
+  EXPECT_EQ(Encoded(codec, 1, root), (Bytes{0, 0, 0, 0, 0, 0, 4, 0, 0, 0, 0, 0, 2, 'a', 'b', 0}));
+  EXPECT_EQ(first->GetFirstChild()->GetNextNeighbor()->SetValueBuf(bytes.data(), 3), 0u);
+  EXPECT_EQ(Encoded(codec, 1, root),
+            (Bytes{0, 0, 0, 0, 0, 0, 4, 0, 3, 'a', 'b', 'c', 2, 'a', 'b', 0}));
+}
+
 TEST_F(ParamCodec, EncodeRefusesTheTreeOfAnotherCommand) {
   CParamCodec codec(Path().c_str());
   CParamNode root;
