@@ -34,9 +34,13 @@ class Lists(BenchCase):
     def test_disk_usage_shows_the_local_file_systems(self):
         result = self.kiv("-c", "disk_usage")
         self.assertEqual(result.status, 0, result)
+        mounts = [line.split()[1:3]
+                  for line in pathlib.Path("/proc/self/mounts").read_text().splitlines()]
+        points = [point for point, _ in mounts]
         expected = []
-        for line in pathlib.Path("/proc/self/mounts").read_text().splitlines():
-            point, kind = line.split()[1:3]
+        for index, (point, kind) in enumerate(mounts):
+            if point in points[index + 1:]:
+                continue  # of several at one place the last is what a path leads to
             point = re.sub(r"\\([0-3][0-7][0-7])", lambda m: chr(int(m[1], 8)), point)
             if kind in REMOTE or kind.startswith("fuse"):
                 continue
@@ -91,13 +95,13 @@ class Agent(BenchCase):
         late = self.kiv("-c", "link_fault 1,300", "-c", "log_level")
         self.assertEqual(late.status, 0, late)
         self.assertTrue(late.out.endswith(rows(".level = 2")), late)
-        silent = self.kiv("-c", "link_fault 2", "-c", "log_level", "--wait", "1500")
+        silent = self.kiv("-c", "link_fault 2", "-c", "log_level", "--wait", "5000")
         self.assertEqual(silent.status, 3, silent)
 
     def test_link_fault_sends_a_stream_of_which_nothing_is_lost(self):
         # The board's clock stands in the indications, so only the counters are compared.
         result = self.kiv("-c", "link_fault 6,5000", "-c", "link_fault 2,0,1", "-c", "log_level",
-                          "--wait", "2000")
+                          "--wait", "5000")
         self.assertEqual(result.status, 3, result)
         self.assertEqual(values(result.out, "number"), [str(n) for n in range(1, 5001)])
 
