@@ -23,6 +23,10 @@ CATALOGUE = str(BUILD / "share" / "kiv" / "board.kcat")
 
 # Ample: a loaded machine and sanitizers are slow; nothing waits that long when all is well.
 DEADLINE_S = 60
+# How long a console waits for its link and for answers that must come.
+WAIT_MS = "50000"
+# The same where the link cannot come up, or an answer cannot come, but its reason must have come.
+SHORT_WAIT_MS = "2500"
 
 
 def wait_for(condition, what):
@@ -91,8 +95,11 @@ class BenchCase(unittest.TestCase):
             if stream:
                 stream.close()
 
-    def kiv(self, *arguments, link=None, stdin=b"", env=None):
-        """Runs the console to its end."""
+    def kiv(self, *arguments, link=None, stdin=b"", env=None, wait=WAIT_MS):
+        """Runs the console to its end. A --wait among the arguments holds instead of `wait`; None leaves
+        it to the settings."""
+        if wait is not None:
+            arguments = ("--wait", wait, *arguments)
         command = [KIV, "--link", link or self.child(), *arguments]
         process = self.start(command, env=env or self.environment())
         out, err = process.communicate(stdin, timeout=DEADLINE_S)

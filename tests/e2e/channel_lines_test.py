@@ -6,7 +6,7 @@ import struct
 import time
 import unittest
 
-from bench import BenchCase
+from bench import SHORT_WAIT_MS, BenchCase, wait_for
 from scripted_device import ScriptedDevice
 from tests.wire import frames
 
@@ -43,9 +43,11 @@ class ChannelLines(BenchCase):
         self.stack.callback(device.close)
         return device
 
-    def run_on(self, device, *arguments):
+    def run_on(self, device, *arguments, stdin=b""):
         """What the device got, as (kind, id, body), and the console's result."""
-        result = self.kiv("--wait", "5000", *arguments, link=device.endpoint)
+        result = self.kiv(*arguments, stdin=stdin, link=device.endpoint)
+        # The console does not wait until the device has read its last post.
+        wait_for(device.is_idle, "the device has read all")
         return [(head.kind, head.id, body) for head, body in device.received], result
 
     def test_an_at_line_goes_out_as_text_and_its_answer_is_shown(self):
@@ -181,7 +183,7 @@ class ChannelLines(BenchCase):
         device = self.device([(AT_ANSWER, b"\r\n+CSQ: 20\r\n"), (SHELL_ANSWER, b"half\n")])
         for line, text in (("AT+CSQ", "+CSQ: 20"), ("sh x", "half")):
             with self.subTest(line=line):
-                result = self.kiv("--wait", "2500", "-c", line, link=device.endpoint)
+                result = self.kiv("--wait", SHORT_WAIT_MS, "-c", line, link=device.endpoint)
                 self.assertEqual(result.status, 3, result)
                 self.assertIn(text, result.out)
                 self.assertIn(f"kiv: no answer to '{line}' within 2500 ms\n", result.err)
@@ -202,13 +204,13 @@ class ChannelLines(BenchCase):
 
     def test_text_behind_the_last_line_is_ended_too(self):
         device = self.device([(SHELL_ANSWER, b"half")])
-        _, result = self.run_on(device, "--wait", "700", "-c", "sh x")
+        _, result = self.run_on(device, "--wait", SHORT_WAIT_MS, "-c", "sh x")
         self.assertEqual((result.out, result.status), ("half\n", 3), result)
 
     def test_a_shell_and_a_controller_are_told_apart(self):
         device = self.device([(HCI, b"04 0e"), (HCI, b"04 0f"), (SHELL_ANSWER, b"12"),
                               (SHELL_ANSWER, b"34"), (SHELL_ANSWER, b"")], versions=(246, 0))
-        _, result = self.run_on(device, "--settle", "1000", "-c", "sh x")
+        _, result = self.run_on(device, "--settle", "2500", "-c", "sh x")
         self.assertEqual(result.out, "04 0e\n04 0f\n1234\n" * 2, result)
 
     def test_an_empty_line_goes_to_the_module(self):
@@ -216,9 +218,8 @@ class ChannelLines(BenchCase):
             with self.subTest(product=product, stdin=stdin):
                 device = self.device(versions=(246, product))
                 lines = () if stdin else ("-c", "")
-                result = self.kiv(*lines, stdin=stdin, link=device.endpoint)
+                got, result = self.run_on(device, *lines, stdin=stdin)
                 raw = [(frames.RAW, 0, b"\r\n")] if product == 38 else []
-                got = [(head.kind, head.id, body) for head, body in device.received]
                 self.assertEqual([one for one in got if one[0] == frames.RAW], raw, result)
                 self.assertEqual((result.out, result.status), ("", 0), result)
                 device.close()
@@ -231,7 +232,7 @@ class ChannelLines(BenchCase):
 
     def test_a_controllers_answer_ends_with_silence(self):
         device = self.slow_device([(HCI, b"04 0e 04 01"), (HCI, b"04 0f 04 00")], versions=(246, 0))
-        _, result = self.run_on(device, "--settle", "1000", "-c", "hci 01 03 0c 00", "-c", "hci 2")
+        _, result = self.run_on(device, "--settle", "2500", "-c", "hci 01 03 0c 00", "-c", "hci 2")
         self.assertEqual(result.out, "04 0e 04 01\n04 0f 04 00\n" * 2)
         self.assertEqual(result.status, 0, result)
 
@@ -241,12 +242,12 @@ class ChannelLines(BenchCase):
 
         device = ScriptedDevice(self.folder / "device", refuse, versions=(246, 0))
         self.stack.callback(device.close)
-        _, result = self.run_on(device, "-c", "hci 01 03 0c 00")
+        _, result = self.run_on(device, "--settle", "2500", "-c", "hci 01 03 0c 00")
         self.assertEqual(result.status, 1, result)
 
     def test_a_raw_shells_answer_ends_with_silence(self):
         device = self.slow_device([(SHELL_ANSWER, b"one\n"), (SHELL_ANSWER, b"two\n")], versions=(248, 38))
-        _, result = self.run_on(device, "--settle", "1000", "-c", "ps")
+        _, result = self.run_on(device, "--settle", "2500", "-c", "ps")
         self.assertEqual(result.out, "one\ntwo\n", result)
         self.assertEqual(result.status, 0, result)
 
@@ -309,10 +310,10 @@ class ChannelLines(BenchCase):
 
         device = ScriptedDevice(self.folder / "device", pass_only)
         self.stack.callback(device.close)
-        _, result = self.run_on(device, "--wait", "1500", "-c", f"ctscfg {self.cases()}", "-c",
+        _, result = self.run_on(device, "--wait", SHORT_WAIT_MS, "-c", f"ctscfg {self.cases()}", "-c",
                                 "cts echo 0")
         self.assertIn("result: pass\n", result.out)
-        self.assertIn("kiv: no answer to 'cts echo 0' within 1500 ms\n", result.err)
+        self.assertIn("kiv: no answer to 'cts echo 0' within 2500 ms\n", result.err)
         self.assertEqual(result.status, 3, result)
 
     def test_a_test_case_that_is_not_sent_fails(self):

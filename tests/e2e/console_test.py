@@ -14,7 +14,8 @@ import termios
 import time
 import unittest
 
-from bench import CATALOGUE, KIV, SOURCE, STARS, BenchCase, rows, shown, wait_for
+from bench import (CATALOGUE, KIV, SHORT_WAIT_MS, SOURCE, STARS, WAIT_MS, BenchCase, rows, shown,
+                   wait_for)
 
 # Behind the arrays' defaults: "[]" keeps what the catalogue gives.
 ARRAYS = ",[],[],[],[],[],[],[]"
@@ -210,14 +211,14 @@ class SameTextEachWay(BenchCase):
 class Statuses(BenchCase):
     def test_without_a_device_nothing_is_run_and_the_status_is_4(self):
         before = time.monotonic()
-        result = self.kiv("--wait", "300", "-c", "sys_info", link="unix:/nonexistent/agent")
+        result = self.kiv("--wait", SHORT_WAIT_MS, "-c", "sys_info", link="unix:/nonexistent/agent")
         self.assertLess(time.monotonic() - before, 30)
         self.assertEqual((result.status, result.out), (4, ""), result)
-        self.assertRegex(result.err, r"kiv: no device at unix:/nonexistent/agent within 300 ms: .+; "
+        self.assertRegex(result.err, r"kiv: no device at unix:/nonexistent/agent within 2500 ms: .+; "
                                      r"no line was run\n$")
 
     def test_a_program_that_is_missing_is_told(self):
-        result = self.kiv("--wait", "300", "-c", "help", link="exec:no-such-agent-anywhere")
+        result = self.kiv("--wait", SHORT_WAIT_MS, "-c", "help", link="exec:no-such-agent-anywhere")
         self.assertEqual((result.status, result.out), (4, ""), result)
         self.assertIn("no-such-agent-anywhere", result.err)
 
@@ -300,7 +301,7 @@ class Statuses(BenchCase):
 
 class Interrupting(BenchCase):
     def test_an_interrupt_ends_a_batch_with_130(self):
-        process = self.start([KIV, "--link", self.child()])
+        process = self.start([KIV, "--link", self.child(), "--wait", WAIT_MS])
         process.stdin.write(b"help\n")
         process.stdin.flush()
         process.stdout.readline()
@@ -321,7 +322,7 @@ class Interrupting(BenchCase):
             self.wait_until_full(process.stdout)
             os.kill(process.pid, number)
             # Nobody reads meanwhile.
-            self.assertEqual(process.wait(timeout=20), 130, number)
+            self.assertEqual(process.wait(timeout=60), 130, number)
 
     def test_a_signal_while_the_output_is_full_is_130_also_when_the_reader_comes_back(self):
         process = self.start([KIV, "--wait", "60000", "--link", self.child(), "-c",
@@ -364,7 +365,7 @@ class Interrupting(BenchCase):
         wait_for(is_full, "the pipe is full")
 
     def test_a_reader_that_goes_away_ends_the_console(self):
-        process = self.start([KIV, "--link", self.child()])
+        process = self.start([KIV, "--link", self.child(), "--wait", WAIT_MS])
         process.stdout.close()
         with process.stdin as stdin:
             stdin.write(b"help\nhelp\nhelp\n")
@@ -402,7 +403,8 @@ class Interrupting(BenchCase):
     def test_a_reload_that_finds_no_commands_is_told_also_as_the_last_line(self):
         copy = self.folder / "mine.kcat"
         shutil.copy(CATALOGUE, copy)
-        process = self.start([KIV, "--link", self.child(), "--catalogue", str(copy)])
+        process = self.start([KIV, "--link", self.child(), "--wait", WAIT_MS, "--catalogue",
+                              str(copy)])
         process.stdin.write(b"nv_read 9\n")
         process.stdin.flush()
         process.stdout.readline()
@@ -417,7 +419,7 @@ class Interrupting(BenchCase):
         self.assertEqual(self.kiv(stdin=b"nonsense\n:quit\nhelp\n").status, 1)
 
     def test_the_child_ends_with_the_console(self):
-        process = self.start([KIV, "--link", self.child()])
+        process = self.start([KIV, "--link", self.child(), "--wait", WAIT_MS])
         process.stdin.write(b"help\n")
         process.stdin.flush()
         process.stdout.readline()
@@ -431,7 +433,7 @@ class Interrupting(BenchCase):
 
 class Indications(BenchCase):
     def test_indications_are_shown_as_they_come(self):
-        process = self.start([KIV, "--link", self.child()])
+        process = self.start([KIV, "--link", self.child(), "--wait", WAIT_MS])
         process.stdin.write(b"ind_start 1,20,3\n")
         process.stdin.flush()
         text = b""

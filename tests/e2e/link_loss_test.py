@@ -6,7 +6,7 @@ import re
 import signal
 import unittest
 
-from bench import KIV, BenchCase, wait_for
+from bench import KIV, SHORT_WAIT_MS, WAIT_MS, BenchCase, wait_for
 from scripted_device import ScriptedDevice
 
 
@@ -34,7 +34,7 @@ class Reader:
 
 class LinkLoss(BenchCase):
     def console(self, link, *arguments):
-        process = self.start([KIV, "--link", link, *arguments])
+        process = self.start([KIV, "--link", link, "--wait", WAIT_MS, *arguments])
         return process, Reader(process.stdout), Reader(process.stderr)
 
     def type(self, process, line):
@@ -48,9 +48,10 @@ class LinkLoss(BenchCase):
 
     def test_a_device_that_does_not_answer_gives_status_3(self):
         device = self.device(lambda d, head, body: None)
-        result = self.kiv("--wait", "300", "-c", "sys_info", "-c", "help", link=device.endpoint)
+        result = self.kiv("--wait", SHORT_WAIT_MS, "-c", "sys_info", "-c", "help",
+                          link=device.endpoint)
         self.assertEqual(result.status, 3, result)
-        self.assertIn("kiv: no answer to 'sys_info' within 300 ms\n", result.err)
+        self.assertIn("kiv: no answer to 'sys_info' within 2500 ms\n", result.err)
         self.assertIn("help  Querying All Commands\n", result.out)
 
     def test_a_peer_that_does_not_greet_is_no_device(self):
@@ -88,7 +89,7 @@ class LinkLoss(BenchCase):
                 device.confirm(held[1], b"", 0)
 
         device = self.device(answer)
-        result = self.kiv("--wait", "500", "-c", "nv_read 1", "-c", "nv_write 1", "-c", "help",
+        result = self.kiv("--wait", SHORT_WAIT_MS, "-c", "nv_read 1", "-c", "nv_write 1", "-c", "help",
                           link=device.endpoint)
         self.assertEqual(result.status, 3, result)
         self.assertEqual(result.err.count("kiv: no answer to"), 1, result)

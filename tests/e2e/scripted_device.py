@@ -31,6 +31,7 @@ class ScriptedDevice:
         self._listener.bind(str(path))
         self._listener.listen()
         self._connection = None
+        self._accepted = self._ended = 0  # connections
         self._sequence = 0
         self._closing = False
         self._writing = threading.RLock()  # one whole message at a time
@@ -50,6 +51,10 @@ class ScriptedDevice:
         if self._connection:
             with contextlib.suppress(OSError):
                 self._connection.shutdown(socket.SHUT_RDWR)
+
+    def is_idle(self):
+        """Whether a host came, and all that hosts sent before they went has been read."""
+        return 0 < self._accepted == self._ended
 
     def send(self, head, body=b""):
         with self._writing:
@@ -86,9 +91,11 @@ class ScriptedDevice:
                 self._connection, _ = self._listener.accept()
             except OSError:
                 return
+            self._accepted += 1
             with contextlib.suppress(OSError):
                 self._talk()
             self._connection.close()
+            self._ended += 1
 
     def _talk(self):
         deframer = frames.Deframer()

@@ -39,7 +39,8 @@ class Settings(BenchCase):
     def test_a_failed_wait_says_the_time_of_the_settings(self):
         self.run_here("-c", "sys_info")
         self.put("POSTCMD_TIMEOUT", "40")
-        result = self.run_here("-c", "sys_info", link="unix:" + str(self.folder / "nobody"))
+        result = self.run_here("-c", "sys_info", link="unix:" + str(self.folder / "nobody"),
+                               wait=None)
         self.assertEqual(result.status, 4, result)
         self.assertIn(" within 40 ms", result.err)
         result = self.run_here("-c", "sys_info", "--wait", "30",

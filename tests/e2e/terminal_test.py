@@ -82,7 +82,7 @@ class Terminal(BenchCase):
         self.open()
         self.read_until(PROMPT + "$")
         self.wait_connected()
-        self.type("ind_start 1,150,2\n")
+        self.type("ind_start 1,1000,2\n")
         text = self.read_until(r"number += 2 .*" + PROMPT + "$")
         self.assertRegex(text, re.escape(PROMPT + "\r\x1b[K") + r"\n\.number ")
 
@@ -90,7 +90,7 @@ class Terminal(BenchCase):
         self.open(term="dumb")
         self.read_until(PROMPT + "$")
         self.wait_connected()
-        self.type("ind_start 1,150,2\n")
+        self.type("ind_start 1,1000,2\n")
         self.assertNotIn("\x1b", self.read_until(r"number += 2 .*" + PROMPT + "$"))
 
     def test_an_interrupt_gives_up_waiting_for_an_answer(self):

@@ -12,7 +12,7 @@ import unittest
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1] / "support"))
 import ssh_server  # noqa: E402
-from bench import KIV, KIVAGENT, BenchCase, wait_for  # noqa: E402
+from bench import KIV, KIVAGENT, SHORT_WAIT_MS, WAIT_MS, BenchCase, wait_for  # noqa: E402
 from link_loss_test import Reader, echo  # noqa: E402
 from serial_cable import SerialCable  # noqa: E402
 
@@ -138,7 +138,7 @@ class Consoles(TransportCase):
     """A console that stays while its device goes and comes."""
 
     def console(self, link):
-        process = self.start([KIV, "--link", link])
+        process = self.start([KIV, "--link", link, "--wait", WAIT_MS])
         return process, Reader(process.stdout), Reader(process.stderr)
 
     def type(self, process, line):
@@ -173,8 +173,8 @@ class Serial(Consoles):
                 before = self.processor_s(process), self.processor_s(agent)
                 until = time.monotonic() + 2
                 wait_for(lambda: time.monotonic() > until, "two seconds pass")
-                self.assertLess(self.processor_s(process) - before[0], 0.2)
-                self.assertLess(self.processor_s(agent) - before[1], 0.2)
+                self.assertLess(self.processor_s(process) - before[0], 0.4)
+                self.assertLess(self.processor_s(agent) - before[1], 0.4)
             cable.plug_in()
         err.wait("kiv: connected to bench ", 4)
         self.ends_well(process)
@@ -185,9 +185,9 @@ class Serial(Consoles):
         link = f"serial:{cable.host_path}"
         process, _, err = self.console(link)
         err.wait("kiv: connected to ")
-        second = self.kiv("--wait", "300", "-c", "help", link=link)
+        second = self.kiv("--wait", SHORT_WAIT_MS, "-c", "help", link=link)
         self.assertEqual((second.status, second.out, second.err),
-                         (4, "", f'kiv: no device at {link} within 300 ms: cannot open "{link}": another '
+                         (4, "", f'kiv: no device at {link} within 2500 ms: cannot open "{link}": another '
                                  "program uses it; no line was run\n"))
         self.ends_well(process)
         after = self.kiv("-c", echo(3), link=link)
@@ -196,9 +196,9 @@ class Serial(Consoles):
 
 class Tcp(Consoles):
     def kiv_fails(self, link, reason, *arguments, **options):
-        result = self.kiv("--wait", "300", "-c", "help", *arguments, link=link, **options)
+        result = self.kiv("--wait", SHORT_WAIT_MS, "-c", "help", *arguments, link=link, **options)
         self.assertEqual((result.status, result.out, result.err),
-                         (4, "", f"kiv: no device at {link} within 300 ms: {reason}; no line was run\n"))
+                         (4, "", f"kiv: no device at {link} within 2500 ms: {reason}; no line was run\n"))
 
     def test_a_wrong_token_and_none_are_told(self):
         _, place = self.tcp_agent()
@@ -275,9 +275,9 @@ class AnotherNetwork(Consoles):
 
     def test_a_name_service_that_is_away_is_told(self):
         link = "tcp:board.invalid:5555"
-        status, out, err = self.run_inside(KIV, "--wait", "300", "--link", link, "-c", "help")
+        status, out, err = self.run_inside(KIV, "--wait", SHORT_WAIT_MS, "--link", link, "-c", "help")
         self.assertEqual((status, out, err),
-                         (4, "", f'kiv: no device at {link} within 300 ms: cannot find the host '
+                         (4, "", f'kiv: no device at {link} within 2500 ms: cannot find the host '
                                  '"board.invalid": Temporary failure in name resolution; no line was run\n'))
 
     def test_a_name_service_that_says_nothing_keeps_nobody_waiting(self):
@@ -286,14 +286,14 @@ class AnotherNetwork(Consoles):
         status, out, err = self.run_inside(sys.executable, "-c", SILENT_NAME_SERVICE, KIV, "--wait", "500",
                                            "--link", link, "-c", "help")
         self.assertEqual((status, out, err), (4, "", f"kiv: no device at {link} within 500 ms; no line was run\n"))
-        self.assertLess(time.monotonic() - before, 15)
+        self.assertLess(time.monotonic() - before, 45)
 
     def test_a_port_without_a_listener_is_not_connected_with_itself(self):
         link = "tcp:127.0.0.1:45454"
-        status, out, err = self.run_inside(KIV, "--wait", "300", "--link", link, "-c", "help")
+        status, out, err = self.run_inside(KIV, "--wait", SHORT_WAIT_MS, "--link", link, "-c", "help")
         # The number of a connection that was closed is not free again for a while.
         self.assertEqual((status, out), (4, ""))
-        self.assertRegex(err, rf'^kiv: no device at {link} within 300 ms: cannot connect to "{link}": '
+        self.assertRegex(err, rf'^kiv: no device at {link} within 2500 ms: cannot connect to "{link}": '
                               r"(nothing listens there|Cannot assign requested address); no line was run\n$")
 
 
@@ -322,13 +322,13 @@ class Ssh(Consoles):
 
     def test_a_key_that_the_server_does_not_know_is_told_and_nobody_is_asked(self):
         (self.folder / "client_key.pub").write_text("")
-        result = self.kiv("--wait", "2000", "-c", "help", link=self.link(*self.remote()))
+        result = self.kiv("--wait", "8000", "-c", "help", link=self.link(*self.remote()))
         self.assertEqual((result.status, result.out), (4, ""), result)
         self.assertRegex(result.err, r'link: .*Permission denied \(')
         self.assertIn('"ssh" ended with status 255 before the greeting was answered', result.err)
 
     def test_a_program_that_the_board_does_not_have_is_told(self):
-        result = self.kiv("--wait", "2000", "-c", "help", link=self.link("no-such-agent --stdio"))
+        result = self.kiv("--wait", "8000", "-c", "help", link=self.link("no-such-agent --stdio"))
         self.assertEqual((result.status, result.out), (4, ""), result)
         self.assertRegex(result.err, r"link: .*no-such-agent.* not found\n")
         self.assertIn('"ssh" ended with status 127 before the greeting was answered', result.err)

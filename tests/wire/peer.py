@@ -13,7 +13,7 @@ import time
 from wire import frames
 from wire.frames import Head
 
-PATIENCE_S = float(os.environ.get("KIV_PATIENCE_S", "20"))
+PATIENCE_S = float(os.environ.get("KIV_PATIENCE_S", "60"))
 
 
 class Gone(Exception):
