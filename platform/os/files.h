@@ -1,7 +1,8 @@
 // The named file services. On Windows the system's own serve; here they are made of POSIX calls.
 //
-// Paths go through os::MapPath. Sharing, security, templates and attributes at creation have no
-// effect; overlapped reading is refused.
+// Paths go through os::MapPath. Security, templates and attributes at creation have no effect;
+// overlapped reading is refused. A file that is opened without sharing (0) is locked, advisory and
+// exclusive, against others that ask for the same; any sharing takes no lock.
 //
 // Threads: any; a handle is for one thread at a time. GetLastError is per thread.
 // Owns or borrows: the caller closes a handle with CloseHandle. A null handle is no file and does
@@ -41,11 +42,14 @@ inline constexpr DWORD ERROR_FILE_NOT_FOUND = 2;
 inline constexpr DWORD ERROR_PATH_NOT_FOUND = 3;
 inline constexpr DWORD ERROR_ACCESS_DENIED = 5;
 inline constexpr DWORD ERROR_INVALID_HANDLE = 6;
+inline constexpr DWORD ERROR_SHARING_VIOLATION = 32;
 inline constexpr DWORD ERROR_INVALID_PARAMETER = 87;
 inline constexpr DWORD ERROR_NEGATIVE_SEEK = 131;
 inline constexpr DWORD ERROR_ALREADY_EXISTS = 183;
 
-// A directory is refused with ERROR_ACCESS_DENIED. CREATE_ALWAYS sets the last error on success
+// What is no regular file (a directory, a pipe, a device) is refused with ERROR_ACCESS_DENIED
+// without waiting, a file that somebody else has locked with ERROR_SHARING_VIOLATION; a file system
+// without locks refuses nobody. CREATE_ALWAYS sets the last error on success
 // too: ERROR_ALREADY_EXISTS for a file that was there (it is then empty), else 0.
 KIVPLATFORM_API HANDLE CreateFileW(const wchar_t* path, DWORD access, DWORD share, void* security,
                                    DWORD disposition, DWORD attributes, HANDLE templateFile);

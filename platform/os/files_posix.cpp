@@ -1,4 +1,5 @@
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -6,27 +7,16 @@
 #include <limits>
 #include <string>
 
+#include "platform/os/descriptor.h"
+#include "platform/os/file_handle_posix.h"
 #include "platform/os/files.h"
 #include "platform/os/last_error.h"
 #include "platform/os/paths.h"
 
+using os::DescriptorOf;
+using os::HandleOf;
+
 namespace {
-
-constexpr std::intptr_t kHandleStep = 4;
-
-// A handle is the descriptor's number plus one, times four: never null, never INVALID_HANDLE_VALUE,
-// and nothing to free, so that closing twice is an error and not a crash.
-HANDLE HandleOf(int descriptor) {
-  return reinterpret_cast<HANDLE>((static_cast<std::intptr_t>(descriptor) + 1) * kHandleStep);
-}
-
-// -1 for what is no handle.
-int DescriptorOf(HANDLE file) {
-  const auto number = reinterpret_cast<std::intptr_t>(file);
-  if (number <= 0 || number % kHandleStep != 0) return -1;
-  const std::intptr_t descriptor = number / kHandleStep - 1;
-  return descriptor <= std::numeric_limits<int>::max() ? static_cast<int>(descriptor) : -1;
-}
 
 BOOL Fail(int errorNumber) {
   os::SetLastErrorFrom(errorNumber);
@@ -37,13 +27,14 @@ int OpenFlags(DWORD access, DWORD disposition) {
   const bool reads = (access & GENERIC_READ) != 0;
   const bool writes = (access & GENERIC_WRITE) != 0;
   const int direction = writes ? (reads ? O_RDWR : O_WRONLY) : O_RDONLY;
-  const int creation = disposition == CREATE_ALWAYS ? O_CREAT | O_TRUNC : 0;
-  return direction | creation | O_CLOEXEC | O_NOCTTY;
+  const int creation = disposition == CREATE_ALWAYS ? O_CREAT : 0;
+  return direction | creation | O_CLOEXEC | O_NOCTTY | O_NONBLOCK;
 }
 
-bool IsOpenDirectory(int descriptor) {
-  struct stat status {};
-  return fstat(descriptor, &status) == 0 && S_ISDIR(status.st_mode);
+// Why what is there cannot be opened as a file; 0 when it can.
+int RefusalOf(const struct stat& status) {
+  if (S_ISREG(status.st_mode)) return 0;
+  return S_ISDIR(status.st_mode) ? EISDIR : EACCES;
 }
 
 // Where the folder is missing too the named service says so with a code of its own.
@@ -58,18 +49,41 @@ void SetOpenError(const std::string& mappedPath, int errorNumber) {
   }
 }
 
-// The descriptor, or -1 with errno set.
-int OpenNoDirectory(const std::string& mappedPath, int flags) {
-  const int descriptor = open(mappedPath.c_str(), flags, 0666);
-  if (descriptor < 0 || !IsOpenDirectory(descriptor)) return descriptor;
-  close(descriptor);
-  errno = EISDIR;
+// 0, or an error number. Only a lock that somebody else holds counts: a file system that has none
+// must not keep a file from being read.
+int LockAgainstOthers(int descriptor) {
+  const int locked = os::RetryWhenInterrupted([&] { return flock(descriptor, LOCK_EX | LOCK_NB); });
+  return locked != 0 && errno == EWOULDBLOCK ? EWOULDBLOCK : 0;
+}
+
+int PrepareOpened(int descriptor, bool isShared, bool empties) {
+  struct stat status {};
+  if (fstat(descriptor, &status) != 0) return errno;
+  int error = RefusalOf(status);
+  if (error == 0 && !isShared) error = LockAgainstOthers(descriptor);
+  if (error == 0 && empties && ftruncate(descriptor, 0) != 0) error = errno;
+  return error;
+}
+
+// The descriptor, or -1 with errno set. What is no regular file is not even opened: that alone may
+// wait, or do something to a device.
+int OpenRegularFile(const std::string& mappedPath, int flags, bool isShared, bool empties) {
+  struct stat status {};
+  int error = stat(mappedPath.c_str(), &status) == 0 ? RefusalOf(status) : 0;
+  int descriptor = -1;
+  if (error == 0) {
+    descriptor = os::RetryWhenInterrupted([&] { return open(mappedPath.c_str(), flags, 0666); });
+    error = descriptor < 0 ? errno : PrepareOpened(descriptor, isShared, empties);
+  }
+  if (error == 0) return descriptor;
+  if (descriptor >= 0) close(descriptor);
+  errno = error;
   return -1;
 }
 
 }  // namespace
 
-HANDLE CreateFileW(const wchar_t* path, DWORD access, DWORD, void*, DWORD disposition, DWORD,
+HANDLE CreateFileW(const wchar_t* path, DWORD access, DWORD share, void*, DWORD disposition, DWORD,
                    HANDLE) {
   const bool creates = disposition == CREATE_ALWAYS;
   if (!creates && disposition != OPEN_EXISTING) {
@@ -78,7 +92,8 @@ HANDLE CreateFileW(const wchar_t* path, DWORD access, DWORD, void*, DWORD dispos
   }
   const std::string mapped = path != nullptr ? os::MapPath(path) : std::string();
   const bool existed = creates && PathFileExistsW(path) != 0;
-  const int descriptor = OpenNoDirectory(mapped, OpenFlags(access, disposition));
+  const int descriptor =
+      OpenRegularFile(mapped, OpenFlags(access, disposition), share != 0, creates);
   if (descriptor < 0) {
     SetOpenError(mapped, errno);
     return INVALID_HANDLE_VALUE;

@@ -25,8 +25,9 @@ constexpr ErrorRow kErrors[] = {
     {EBADF, ERROR_INVALID_HANDLE},
     {ENOMEM, 8},  // not enough memory
     {EROFS, 19},  // write protected
-    {EBUSY, 32},  // sharing violation
-    {ETXTBSY, 32},
+    {EBUSY, ERROR_SHARING_VIOLATION},
+    {ETXTBSY, ERROR_SHARING_VIOLATION},
+    {EWOULDBLOCK, ERROR_SHARING_VIOLATION},
     {EINVAL, ERROR_INVALID_PARAMETER},
     {ENOSPC, 112},  // disk full
     {EDQUOT, 112},

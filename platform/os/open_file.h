@@ -12,9 +12,9 @@
 
 namespace os {
 // Like fopen with the C mode text; "t" has no effect, a child process does not inherit the file.
-// Opening a pipe or a socket fails with ESPIPE: it could keep its opener waiting for ever, a log's
-// writer as well as a reader. Opening a directory fails with EISDIR, a path with a zero character
-// in it or a null mode with EINVAL.
+// Only regular files are opened. A pipe or a socket fails with ESPIPE: it could keep its opener
+// waiting for ever, a log's writer as well as a reader. A directory fails with EISDIR, a device
+// with EACCES, a path with a zero character in it or a null mode with EINVAL.
 KIVPLATFORM_API std::FILE* OpenFile(const std::string& mappedPath, const char* mode);
 // Size in bytes of an open file; 0 when the system does not tell.
 KIVPLATFORM_API std::uint64_t FileSizeBytes(std::FILE* file);

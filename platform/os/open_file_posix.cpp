@@ -16,15 +16,11 @@ std::string PosixMode(const char* mode) {
   return posix + "e";
 }
 
-// fopen opens a directory for reading and only the first read fails.
-bool IsOpenDirectory(std::FILE* file) {
-  struct stat status {};
-  return fstat(fileno(file), &status) == 0 && S_ISDIR(status.st_mode);
-}
-
-bool IsPipe(const std::string& path) {
-  struct stat status {};
-  return stat(path.c_str(), &status) == 0 && (S_ISFIFO(status.st_mode) || S_ISSOCK(status.st_mode));
+// Why what is there is not opened; 0 when it may be.
+int RefusalOf(const struct stat& status) {
+  if (S_ISREG(status.st_mode)) return 0;
+  if (S_ISDIR(status.st_mode)) return EISDIR;
+  return S_ISFIFO(status.st_mode) || S_ISSOCK(status.st_mode) ? ESPIPE : EACCES;
 }
 
 }  // namespace
@@ -34,14 +30,19 @@ std::FILE* OpenFile(const std::string& mappedPath, const char* mode) {
     errno = EINVAL;
     return nullptr;
   }
-  if (IsPipe(mappedPath)) {
-    errno = ESPIPE;
-    return nullptr;
+  // Before it is opened, since that alone may wait; and after it, since a path may change
+  // meanwhile.
+  struct stat status {};
+  int refusal = stat(mappedPath.c_str(), &status) == 0 ? RefusalOf(status) : 0;
+  std::FILE* file = nullptr;
+  if (refusal == 0) {
+    file = std::fopen(mappedPath.c_str(), PosixMode(mode).c_str());
+    if (file == nullptr) return nullptr;
+    if (fstat(fileno(file), &status) == 0) refusal = RefusalOf(status);
   }
-  std::FILE* file = std::fopen(mappedPath.c_str(), PosixMode(mode).c_str());
-  if (file == nullptr || !IsOpenDirectory(file)) return file;
-  std::fclose(file);
-  errno = EISDIR;
+  if (refusal == 0) return file;
+  if (file != nullptr) std::fclose(file);
+  errno = refusal;
   return nullptr;
 }
 

@@ -168,10 +168,16 @@ TEST_F(CtsCommand, SaysNothingWhenTheSizeCannotBeTaken) {
   int terminal = -1;
   char path[128];
   ASSERT_EQ(openpty(&controller, &terminal, path, nullptr, nullptr), 0);
+  // By the line such a file is not even opened.
   Write("cases/name.pcfg", "");
   std::filesystem::create_symlink(path, Path("cases/pbin/name.pcfg.rt.0"));
   EXPECT_EQ(Run(L"cts", L"name 0"), 0);
-  EXPECT_TRUE(Messages().empty());
+  EXPECT_EQ(Texts(), ReadFailed(L"name", L"0"));
+  const std::size_t before = Messages().size();
+  EXPECT_EQ(cts_.SendTestParameters(Compiled(L"name", L"0").c_str(), std::fopen(path, "rb"), 0,
+                                    L"name", Config(L"name").c_str()),
+            0);
+  EXPECT_EQ(Messages().size(), before);
   EXPECT_TRUE(Posts().empty());
   ::close(controller);
   ::close(terminal);

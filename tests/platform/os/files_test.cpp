@@ -1,8 +1,13 @@
 #include "platform/os/files.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/file.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
+#include <atomic>
+#include <cerrno>
 #include <filesystem>
 #include <string>
 #include <thread>
@@ -11,6 +16,24 @@
 #include "platform/os/paths.h"
 #include "tests/support/temp_dir.h"
 #include "tests/support/unprivileged.h"
+
+namespace {
+
+std::atomic<int> g_lockError{0};  // what locking fails with; 0: it works
+
+}  // namespace
+
+// The linker calls these for flock (CMakeLists.txt).
+extern "C" {
+int __real_flock(int file, int operation);  // NOLINT(bugprone-reserved-identifier)
+int __wrap_flock(int file, int operation);  // NOLINT(bugprone-reserved-identifier)
+}
+
+int __wrap_flock(int file, int operation) {
+  if (g_lockError == 0) return __real_flock(file, operation);
+  errno = g_lockError;
+  return -1;
+}
 
 namespace {
 
@@ -181,6 +204,69 @@ TEST(CreateFile, SaysWhyItCannotOpen) {
   EXPECT_EQ(INVALID_HANDLE_VALUE,
             CreateFileW(dir.WideFile("file").c_str(), GENERIC_READ, 0, nullptr, 77, 0, nullptr));
   EXPECT_EQ(ERROR_INVALID_PARAMETER, GetLastError());
+}
+
+TEST(CreateFile, RefusesWhatIsNoRegularFileWithoutWaiting) {
+  const TempDir dir;
+  ASSERT_EQ(0, mkfifo(dir.File("pipe").c_str(), 0600));
+  for (const std::wstring& path : {dir.WideFile("pipe"), dir.WidePath(), std::wstring(L"/dev/null"),
+                                   std::wstring(L"/dev/zero")}) {
+    for (DWORD access : {GENERIC_READ, GENERIC_WRITE, GENERIC_READ | GENERIC_WRITE}) {
+      for (DWORD disposition : {OPEN_EXISTING, CREATE_ALWAYS}) {
+        os::SetLastErrorCode(kStale);
+        EXPECT_EQ(INVALID_HANDLE_VALUE,
+                  CreateFileW(path.c_str(), access, 0, nullptr, disposition, 0, nullptr));
+        EXPECT_EQ(ERROR_ACCESS_DENIED, GetLastError());
+      }
+    }
+  }
+}
+
+TEST(CreateFile, LocksWhatIsNotShared) {
+  const TempDir dir;
+  dir.Write("file", "content");
+  const auto open = [&](DWORD share, DWORD disposition) {
+    return CreateFileW(dir.WideFile("file").c_str(), GENERIC_READ | GENERIC_WRITE, share, nullptr,
+                       disposition, 0, nullptr);
+  };
+  HANDLE first = open(0, OPEN_EXISTING);
+  ASSERT_NE(INVALID_HANDLE_VALUE, first);
+  for (DWORD disposition : {OPEN_EXISTING, CREATE_ALWAYS}) {
+    EXPECT_EQ(INVALID_HANDLE_VALUE, open(0, disposition));
+    EXPECT_EQ(ERROR_SHARING_VIOLATION, GetLastError());
+  }
+  EXPECT_EQ("content", dir.Read("file"));
+  HANDLE sharing = open(FILE_SHARE_READ, OPEN_EXISTING);
+  EXPECT_NE(INVALID_HANDLE_VALUE, sharing);
+  EXPECT_NE(0, CloseHandle(sharing));
+  EXPECT_NE(0, CloseHandle(first));
+  HANDLE again = open(0, OPEN_EXISTING);
+  EXPECT_NE(INVALID_HANDLE_VALUE, again);
+  EXPECT_NE(0, CloseHandle(again));
+}
+
+TEST(CreateFile, TakesALockOfAnotherProgramForInUse) {
+  const TempDir dir;
+  dir.Write("file", "");
+  const int other = open(dir.File("file").c_str(), O_RDONLY | O_CLOEXEC);
+  ASSERT_EQ(0, flock(other, LOCK_SH));
+  EXPECT_EQ(INVALID_HANDLE_VALUE, CreateFileW(dir.WideFile("file").c_str(), GENERIC_READ, 0,
+                                              nullptr, OPEN_EXISTING, 0, nullptr));
+  EXPECT_EQ(ERROR_SHARING_VIOLATION, GetLastError());
+  close(other);
+}
+
+TEST(CreateFile, OpensWhereTheFileSystemHasNoLocks) {
+  const TempDir dir;
+  dir.Write("file", "");
+  for (int error : {ENOLCK, EBADF, EOPNOTSUPP, EINVAL}) {
+    g_lockError = error;
+    HANDLE file = CreateFileW(dir.WideFile("file").c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING,
+                              0, nullptr);
+    EXPECT_NE(INVALID_HANDLE_VALUE, file) << error;
+    EXPECT_NE(0, CloseHandle(file));
+  }
+  g_lockError = 0;
 }
 
 TEST(CreateFile, IsDeniedWhereTheUserHasNoRight) {
