@@ -94,11 +94,22 @@ std::int32_t LirnKivClient::ReceiveCmd(const ReceivedPacket* records, std::uint3
   if (CTransferProfile* profile = profile_.load(std::memory_order_acquire)) {
     for (std::uint32_t i = 0; i < count; ++i) profile->IncRecvSize(1, records[i].bodyLengthBytes);
   }
+  NoticeConfirmations(records, count);
   for (std::uint32_t i = 0; i < count; ++i) {
     const std::int32_t shown = ReceiveOne(i, records[i]);
     if (shown != kShown) return shown;
   }
   return 0;
+}
+
+void LirnKivClient::NoticeConfirmations(const ReceivedPacket* records, std::uint32_t count) const {
+  ReplyHandlers* const handlers = parts_.handlers.load(std::memory_order_acquire);
+  if (handlers == nullptr) return;
+  for (std::uint32_t i = 0; i < count; ++i) {
+    if (records[i].isInd != 0) continue;
+    const std::uint32_t cmdId = WithoutHead(DescriptorOf(records[i])).cmdId;
+    handlers->NoticeConfirmation(cmdId, records[i].tag, records[i].resultCode);
+  }
 }
 
 // kShown also for a packet that is deliberately not shown. Without memory on the way to the text it

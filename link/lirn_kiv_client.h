@@ -1,8 +1,8 @@
 // LirnKivClient: the module's one connection to the device.
 //
-// Posts diagnostic packets and shows what comes back: each received packet is offered to the reply
-// handlers, indications are filtered, the body is rendered and the text goes to the view as message
-// kind 1.
+// Posts diagnostic packets and shows what comes back: the controller is told of the confirmations,
+// each received packet is offered to the reply handlers, indications are filtered, the body is
+// rendered and the text goes to the view as message kind 1.
 //
 // Threads: PostDiagCmd on the caller's thread; ReceiveCmd and ShowReply on the link's. They share
 // the sequence counter, the profile and the switches, all atomics; the order between these does not
@@ -61,6 +61,7 @@ class LirnKivClient : public CLinkClientDiagCmd, public ResultCodeTexts {
  private:
   std::uint32_t PostWrapped(std::uint32_t cmdId, const void* data, std::uint32_t lengthBytes,
                             const std::uint8_t* routingHeader, std::uint16_t tag);
+  void NoticeConfirmations(const ReceivedPacket* records, std::uint32_t count) const;
   std::int32_t ReceiveOne(std::uint32_t index, const ReceivedPacket& record);
   bool IsTakenByHandler(const ReplyDescriptor& reply) const;
   bool IsKept(const ReplyDescriptor& reply) const;

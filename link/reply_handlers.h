@@ -1,5 +1,5 @@
 // What the link client needs of the command controller, handed in from above: the chain of reply
-// handlers and the text hook.
+// handlers, the text hook, and an ear for confirmations.
 //
 // Threads: called on the link's receive thread.
 #pragma once
@@ -15,6 +15,11 @@ namespace SvcKivClass {
 class ReplyHandlers {
  public:
   virtual ~ReplyHandlers() = default;
+  // Every confirmation of a batch, before any of its packets is offered or shown: what waits for
+  // one does not depend on who takes the packet, or on whether it can be shown. The id is the one
+  // after unwrapping.
+  virtual void NoticeConfirmation(std::uint32_t /*cmdId*/, std::uint16_t /*tag*/,
+                                  std::uint32_t /*resultCode*/) noexcept {}
   // 0 when a handler took the packet: it is not shown. The id is the one before unwrapping.
   virtual std::int32_t OfferReply(std::uint32_t cmdId, std::uint32_t resultCode,
                                   const std::uint8_t* body, std::uint32_t bodyLengthBytes,

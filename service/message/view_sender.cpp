@@ -22,4 +22,9 @@ bool SendOwned(SvcKivSpace::SvcKivMsgType kind, void* payload) {
   return false;
 }
 
+void SendBorrowed(SvcKivSpace::SvcKivMsgType kind, void* payload) {
+  SvcKivSpace::SvcKivMessage* const sender = g_sender.load(std::memory_order_acquire);
+  if (sender != nullptr) sender->SVCSendMessage(kind, payload);
+}
+
 }  // namespace SvcKivClass
