@@ -99,6 +99,8 @@ void CmdCtrl::GetDiagCmdResponse(const wchar_t* line, QCString& reply) {
     // The wording differs from GetCmd's own line: those who read the log tell the two by it.
     LogFailure(ueId_, L"CmdCtrl::GetCmd()", kNoStatus, L"Morv Combined Cmd Not Supported!");
     response_ = Translated(kCombinedRefusedText);
+  } else if (line_.word.ToLower() == kLoadWord) {
+    RunLoadLine();
   } else {
     // A handler may come back here through a message slot and run another line.
     const Line offered = line_;

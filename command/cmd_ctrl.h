@@ -1,12 +1,18 @@
 // CmdCtrl: takes a typed line, decides what kind of command it is, runs it and leaves a reply text.
 //
-// A line goes first to the text channels, whatever kind it is; what no channel took is dispatched
-// by type. Received packets are offered to the channels through the same object.
+// A load line is the controller's own. Any other goes first to the text channels, whatever kind it
+// is; what no channel took is dispatched by type. Received packets are offered to the channels
+// through the same object.
 //
-// Threads: the facade's, which needs an event loop for the indication period; OfferReply and
-// HookText run on the link's thread and look at nothing but the list of response handlers, which
-// never changes. Owns the command list and the period timer. Borrows the service context and the
-// application object. Errors: every rejection ends in a reply text.
+// A load line sends the first chunk of a file; each confirmation sends the next, on this object's
+// thread, until the last one is confirmed or something fails. What then goes wrong has no reply to
+// stand in: it goes to the log and to the view.
+//
+// Threads: the facade's, which needs an event loop for the indication period and for loads;
+// NoticeConfirmation, OfferReply and HookText run on the link's thread and look at nothing but the
+// awaited confirmation, which is made for it, and the list of response handlers, which never
+// changes. Owns the command list, the period timer and the file of a load. Borrows the service
+// context and the application object. Errors: every rejection ends in a reply text.
 #pragma once
 
 #include <QObject>
@@ -15,6 +21,8 @@
 #include <vector>
 
 #include "channels/channel_service_table.h"
+#include "command/awaited_confirmation.h"
+#include "command/flash_load.h"
 #include "command/service_entries.h"
 #include "command/typed_line.h"
 #include "link/reply_handlers.h"
@@ -85,6 +93,21 @@ class CmdCtrl : public QObject, public SvcKivClass::ReplyHandlers {
   std::uint16_t GetSequenceNumber() const noexcept { return sequence_; }
   void SetSequenceNumber(std::uint16_t number) noexcept { sequence_ = number; }
 
+  // Makes sure that a load of the line's rest is open: 1 when its chunk may be sent, else 0 and a
+  // reply text. Of an open load only the path is checked, and the load goes on.
+  std::int32_t InterpretLoadFlashCmdParam();
+  // Reads and posts one chunk of the open load. Whatever fails ends the load; a log line or a text
+  // in GetResponse() says so.
+  void ProcessLoadToFlashCmd(std::uint16_t index);
+  // Posts the first `lengthBytes` of the chunk that was read last. 0, and mostly a reply text, when
+  // no packet could be made; 1 when it went to the post, which may have failed and ended the load.
+  std::int32_t DispatchLoadFlashCmd(std::uint16_t index, std::uint32_t lengthBytes);
+  // Closes the file of a load; nothing is said, and nothing happens when none is open.
+  void EndLoad() noexcept;
+  // The same with a word to the view, when a load was open.
+  void EndLoadOfLostLink() noexcept;
+  const SvcKivClass::FlashLoad& GetLoad() const noexcept { return load_; }
+
   // How long indications are shown after an accepted post; below 0 counts as 0.
   void SetInstantIndTime(std::int32_t periodMs) noexcept { periodMs_ = periodMs; }
   bool IsPeriodRunning() const noexcept { return periodTimer_ != nullptr; }
@@ -92,11 +115,13 @@ class CmdCtrl : public QObject, public SvcKivClass::ReplyHandlers {
   // queued.
   void StartInstantIndPeriod();
 
+  // Wakes this object's thread when it is the one that the load waits for.
+  void NoticeConfirmation(std::uint32_t cmdId, std::uint16_t tag,
+                          std::uint32_t resultCode) noexcept override;
   // The chain: response handlers in order, up to the first that answers 0.
   std::int32_t OfferReply(std::uint32_t cmdId, std::uint32_t resultCode, const std::uint8_t* body,
                           std::uint32_t bodyLengthBytes,
                           const SvcKivClass::ReplyDescriptor& reply) override;
-  // Leaves the text as it is; for derived controllers.
   // The controller leaves texts as they are.
   bool HooksTexts() const override { return false; }
   void HookText(std::uint32_t kind, QCString& text, std::uint32_t cmdId) override;
@@ -129,12 +154,25 @@ class CmdCtrl : public QObject, public SvcKivClass::ReplyHandlers {
   // The steps of ResponseMyCommand that leave their text in the packet; false when one failed.
   bool PreparePacket(SvcKivClass::DiagPacket& packet);
   void DisplayInputParams(SvcKivClass::DiagPacket& packet);
-  void DispatchMyCommand(SvcKivClass::DiagPacket& packet);
+  // Whether the link client accepted the packet.
+  bool DispatchMyCommand(SvcKivClass::DiagPacket& packet);
   void TakeReply(SvcKivClass::DiagPacket& packet);
   // Plain, direct or routed as the path says; 23 for a bad path, 3207 without a link client.
   std::uint32_t Post(const SvcKivClass::DiagPacket& packet);
-  void AdvanceSequence() noexcept;
+  std::uint16_t NextSequenceNumber() const noexcept;
   void DeleteTimer();
+
+  void customEvent(QEvent* event) override;
+  void RunLoadLine();
+  // The confirmation that the load waited for is there.
+  void ContinueLoad();
+  bool OpenLoad(const QCString& path);
+  std::uint32_t MaxLoadBytes() const;
+  std::uint32_t LoadCmdId() const;
+  // Logs the line and keeps it.
+  void NoteLoadFailure(const wchar_t* function, std::int32_t err, const wchar_t* what);
+  // What a chunk that no line asked for left in the response, or else in the log.
+  void TellLoadFailure(const QCString& text);
 
   CCmdDatabase database_;
   std::vector<SvcKivClass::ChannelInitFn> registrations_;
@@ -148,5 +186,8 @@ class CmdCtrl : public QObject, public SvcKivClass::ReplyHandlers {
   std::uint16_t sequence_ = 0;
   std::int32_t periodMs_ = 0;
   QTimer* periodTimer_ = nullptr;  // a child of this object
+  SvcKivClass::FlashLoad load_;
+  SvcKivClass::AwaitedConfirmation awaited_;  // of the newest chunk
+  QCString loadFailure_;                      // the log line of the last chunk that failed
   SvcKivClass::ServiceContext& context_;
 };

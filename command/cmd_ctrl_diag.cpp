@@ -68,21 +68,22 @@ void CmdCtrl::DisplayInputParams(DiagPacket& packet) {
   Trace([&] { return L"[CmdCtrl::DisplayInputParams]dispStr = " + shown; });
 }
 
-void CmdCtrl::DispatchMyCommand(DiagPacket& packet) {
+bool CmdCtrl::DispatchMyCommand(DiagPacket& packet) {
   const std::uint32_t encoded = packet.Encode();
   TakeReply(packet);
-  if (encoded != result::kOk) return;
-  AdvanceSequence();
+  if (encoded != result::kOk) return false;
+  sequence_ = NextSequenceNumber();
   const std::uint32_t posted = Post(packet);
   if (posted == result::kOk) {
     StartInstantIndPeriod();
-    return;
+    return true;
   }
   if (posted != result::kLinkDown && posted != result::kBadAddress) {
     LogFailure(ueId_, L"CmdCtrl::DispatchMyCommand()", static_cast<std::int32_t>(posted),
                L"Connection Error. Invalid UE ID!");
   }
   response_ += PostFailureText(posted);
+  return false;
 }
 
 // Plain and direct posts go out whatever the connect status says; only the routed one is checked
@@ -93,16 +94,16 @@ std::uint32_t CmdCtrl::Post(const DiagPacket& packet) {
   LirnKivClient* link = context_.link.load(std::memory_order_acquire);
   if (link == nullptr) return result::kLinkDown;
   if (route.form == PostForm::kRouted) {
-    return link->PostDiagCmd(line_.cmdId, packet.Body(), packet.BodyLengthBytes(),
+    return link->PostDiagCmd(packet.CmdId(), packet.Body(), packet.BodyLengthBytes(),
                              route.header.data(), sequence_);
   }
-  return link->PostCmd(line_.cmdId, packet.Body(), packet.BodyLengthBytes(), sequence_, 0,
+  return link->PostCmd(packet.CmdId(), packet.Body(), packet.BodyLengthBytes(), sequence_, 0,
                        route.directNumber);
 }
 
-void CmdCtrl::AdvanceSequence() noexcept {
-  ++sequence_;
-  if (sequence_ == kUnusedSequenceNumber) sequence_ = 0;
+std::uint16_t CmdCtrl::NextSequenceNumber() const noexcept {
+  const auto next = static_cast<std::uint16_t>(sequence_ + 1);
+  return next == kUnusedSequenceNumber ? 0 : next;
 }
 
 void CmdCtrl::StartInstantIndPeriod() {

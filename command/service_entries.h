@@ -19,6 +19,7 @@ class CmdCtrl;
 namespace SvcKivClass {
 
 class LirnKivClient;
+class SvcKivConfigImpl;
 
 // What the entries of the service table reach: they take no context argument of their own.
 struct ServiceContext {
@@ -27,6 +28,7 @@ struct ServiceContext {
   // The controller that the facade reaches; facade's thread only. Retired ones compare themselves
   // to it.
   const CmdCtrl* currentController = nullptr;
+  SvcKivConfigImpl* settings = nullptr;  // null while there are none; facade's thread only
 };
 
 // Null clears it: no device is connected then, and there is no link client.

@@ -16,6 +16,8 @@ constexpr wchar_t kHelpFileName[] = L"kiv_help.chm";
 constexpr wchar_t kTextFileMarker[] = L"$(T<";
 constexpr wchar_t kBinaryFileMarker[] = L"$(B<";
 constexpr wchar_t kScriptFileSuffix[] = L".hcs";
+// Begins a load line in any case; the catalogue's command of this name carries the chunks.
+constexpr wchar_t kLoadWord[] = L"ldnv";
 constexpr const wchar_t* kHelpWords[] = {L"help", L"?"};
 
 constexpr char kHotKeyConflictWarning[] =

@@ -57,6 +57,7 @@ void SvcKivApp::MakeSettings() {
       std::make_unique<SvcKivConfigImpl>(SvcKivConfigParts{switches_, sender_, parts_.openXml});
   settings_->SetSessionAndInstance(kSessionId, ueId_);
   settings_->LoadEverything();
+  context_.settings = settings_.get();
 }
 
 void SvcKivApp::MakeLinkClient() {
@@ -87,6 +88,7 @@ void SvcKivApp::Stop() {
 
 // Replies look at the switches alone, so the link's thread may still run.
 void SvcKivApp::DeleteSettings() {
+  context_.settings = nullptr;
   settings_.reset();
   switches_.ResetSettings();
 }
@@ -113,6 +115,7 @@ void SvcKivApp::ReloadDb() {
   retired_.push_back(std::move(controller_));
   try {
     MakeController();
+    retired_.back()->EndLoad();
   } catch (...) {
     // The old one goes on. What was made of the new one may be in use on the link's thread.
     controller_.swap(retired_.back());
@@ -136,6 +139,7 @@ SvcKivSpace::MorviCmdList* SvcKivApp::GetMorviCmdList() noexcept {
 
 void SvcKivApp::SetUEConnectStatus(std::int32_t status) noexcept {
   switches_.ueConnectStatus.store(status, std::memory_order_relaxed);
+  if (status == 0 && controller_ != nullptr) controller_->EndLoadOfLostLink();
 }
 
 void SvcKivApp::SetHexadecimalFlag(bool hexadecimal) noexcept {

@@ -51,7 +51,8 @@ class SvcKivApp {
   // controllers; a second call finds nothing to do. The switches keep their values, but for those
   // of the settings.
   void Stop();
-  // Replaces the controller by a fresh one; sequence number and period begin anew with it.
+  // Replaces the controller by a fresh one; sequence number and period begin anew with it. A file
+  // load that is under way ends, and its file is closed.
   void ReloadDb();
 
   // Leaves `reply` as it is when there is no controller.
@@ -69,7 +70,8 @@ class SvcKivApp {
   LiveSwitches& GetSwitches() noexcept { return switches_; }
   std::uint32_t GetUeId() const noexcept { return ueId_; }
 
-  // Any value but 0 means that a device is connected. The host tells it; the link does not.
+  // Any value but 0 means that a device is connected. The host tells it; the link does not. 0 ends
+  // a file load that is under way.
   void SetUEConnectStatus(std::int32_t status) noexcept;
   // How numbers are shown, from the next reply on.
   void SetHexadecimalFlag(bool hexadecimal) noexcept;

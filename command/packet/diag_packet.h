@@ -36,6 +36,7 @@ class DiagPacket {
   // The body: the tree's, or a string-typed command's text. The pool block stays this object's.
   std::uint32_t Encode();
 
+  std::uint32_t CmdId() const noexcept { return cmdId_; }
   bool IsStringTyped() const noexcept { return stringTyped_; }
   const QCString& Rest() const noexcept { return split_.rest; }
   const QCString& MacPath() const noexcept { return split_.macPath; }

@@ -23,8 +23,8 @@ TEST(Dispatch, NamesAnUnknownWord) {
   ModuleBench bench;
   EXPECT_EQ(bench.Run(L"nonsense 1,2"), L"Command 'nonsense' is not exist\n");
   EXPECT_EQ(bench.Run(L"HELP"), L"Command 'HELP' is not exist\n");
-  EXPECT_EQ(bench.Run(L"ldnv 1"), L"Command 'ldnv' is not exist\n");
-  EXPECT_EQ(bench.Run(L"LdNv"), L"Command 'LdNv' is not exist\n");
+  EXPECT_EQ(bench.Run(L"ldn 1"), L"Command 'ldn' is not exist\n");
+  EXPECT_EQ(bench.Run(L"ldnv2 1"), L"Command 'ldnv2' is not exist\n");
   EXPECT_EQ(bench.Run(L"attach 1"), L"Command 'attach 1' is not exist\n");
   EXPECT_EQ(bench.Run(L"missing.hcs"), L"Command 'missing.hcs' is not exist\n");
 }

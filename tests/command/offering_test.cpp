@@ -39,11 +39,20 @@ TEST(Offering, InitialisesEveryChannelOnceInOrder) {
 
 TEST(Offering, ReachesEveryChannelInOrderWhateverTheLineIs) {
   for (const wchar_t* line :
-       {L"set_values 1", L"help", L"nonsense x", L"", L"AT+X", L"ldnv 1", L"cls", L"\n x"}) {
+       {L"set_values 1", L"help", L"nonsense x", L"", L"AT+X", L"cls", L"\n x"}) {
     SCOPED_TRACE(QCString(line).ToUtf8());
     ModuleBench bench(WithChannels());
     bench.Run(line);
     EXPECT_EQ(ChannelOrder::Get().Events(), kInits + kLines);
+  }
+}
+
+TEST(Offering, KeepsALoadLineFromEveryChannel) {
+  for (const wchar_t* line : {L"ldnv", L"LDNV 1", L" LdNv nowhere "}) {
+    SCOPED_TRACE(QCString(line).ToUtf8());
+    ModuleBench bench(WithChannels());
+    bench.Run(line);
+    EXPECT_EQ(ChannelOrder::Get().Events(), kInits);
   }
 }
 

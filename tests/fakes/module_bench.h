@@ -51,9 +51,9 @@ inline QCoreApplication& CoreApplication() {
   return application;
 }
 
-// The compiled module_commands.json.
-inline QCString TestCatalogue() {
-  return QCString::FromUtf8(std::string(BuildDir()) + "/tests/module_commands.kcat");
+// A compiled catalogue of this folder.
+inline QCString TestCatalogue(const std::string& name = "module_commands") {
+  return QCString::FromUtf8(std::string(BuildDir()) + "/tests/" + name + ".kcat");
 }
 
 // One message to the view. `text` is a copy; `isNull` tells a null payload from an empty text.
@@ -176,12 +176,12 @@ class TraceEar {
 // "VER".
 class ScratchSetup {
  public:
-  explicit ScratchSetup(int ver = 1) {
+  explicit ScratchSetup(int ver = 1, const QCString& catalogue = TestCatalogue()) {
     WritePlatformIni(ver);
     bench::Setup setup;
     setup.configDir = FromQString(directory_.path());
     setup.dataDir = FromQString(directory_.path() + "/data");
-    setup.catalogue = TestCatalogue();
+    setup.catalogue = catalogue;
     setup.endpoint = QCString(L"unix:/nonexistent/kiv-test");
     bench::SetSetup(setup);
   }
@@ -209,10 +209,11 @@ class ModuleBench {
     std::vector<SvcKivClass::ChannelEntries> channels = {};
     bool connected = true;
     bool start = true;
+    QCString catalogue = TestCatalogue();
   };
 
   ModuleBench() : ModuleBench(Options{}) {}
-  explicit ModuleBench(Options options) : setup_((Prepare(), options.ver)) {
+  explicit ModuleBench(Options options) : setup_((Prepare(), options.ver), options.catalogue) {
     app_ = std::make_unique<SvcKivClass::SvcKivApp>(
         SvcKivClass::SvcKivAppParts{std::move(options.channels), {}});
     messages_ = std::make_unique<MessageEar>(*app_->GetMsgSender());
