@@ -20,5 +20,12 @@ add_library(kiv_deflate INTERFACE)
 target_include_directories(kiv_deflate SYSTEM INTERFACE ${KIV_DEFLATE_INCLUDE_DIR})
 target_link_libraries(kiv_deflate INTERFACE ${KIV_DEFLATE_LIBRARY})
 
+# Makes the one program that links it GPL-3-or-later in binary form (LICENSE).
+find_path(KIV_READLINE_INCLUDE_DIR readline/readline.h REQUIRED)
+find_library(KIV_READLINE_LIBRARY readline REQUIRED)
+add_library(kiv_readline INTERFACE)
+target_include_directories(kiv_readline SYSTEM INTERFACE ${KIV_READLINE_INCLUDE_DIR})
+target_link_libraries(kiv_readline INTERFACE ${KIV_READLINE_LIBRARY})
+
 # Tests run with the system's interpreter: Debian's own Python packages are only there.
 set(KIV_PYTHON /usr/bin/python3)

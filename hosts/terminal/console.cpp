@@ -3,10 +3,14 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdint>
+#include <cstdlib>
+#include <cstring>
 #include <optional>
 #include <utility>
 
 #include "hosts/terminal/console_texts.h"
+#include "hosts/terminal/editing_screen.h"
+#include "hosts/terminal/line_editor.h"
 #include "hosts/terminal/plain_screen.h"
 #include "platform/os/error_text.h"
 #include "platform/os/safe_file.h"
@@ -19,6 +23,26 @@ constexpr std::size_t kScriptLimitBytes = 256u << 20;
 constexpr std::uint32_t kStopTimeoutMs = 2000;
 constexpr std::chrono::milliseconds kSettingsTimeout{2000};
 
+bool CanErase() {
+  const char* const terminal = std::getenv("TERM");
+  return terminal != nullptr && std::strcmp(terminal, "dumb") != 0 &&
+         os::ConsoleEvents::OutputIsTerminal();
+}
+
+// With a line editor where somebody types on a terminal that can show one.
+std::unique_ptr<Screen> MakeScreen(StopRequests& stops, os::ConsoleEvents& events,
+                                   bool interactive) {
+  const bool canErase = CanErase();
+  if (interactive && canErase) {
+    if (std::unique_ptr<LineEditor> editor = MakeLineEditor()) {
+      events.WatchTerminal();
+      return std::make_unique<EditingScreen>(stops, std::move(editor),
+                                             os::ConsoleEvents::ErrorIsTerminal());
+    }
+  }
+  return std::make_unique<PlainScreen>(stops, canErase);
+}
+
 }  // namespace
 
 Console::Console(ConsoleOptions options)
@@ -26,7 +50,7 @@ Console::Console(ConsoleOptions options)
       interactive_(!options_.HasScript() && os::ConsoleEvents::InputIsTerminal()),
       endpoint_(ShownLine(bench::GetSetup().endpoint.view())),
       stops_(events_),
-      screen_(std::make_unique<PlainScreen>(stops_)),
+      screen_(MakeScreen(stops_, events_, interactive_)),
       display_(*screen_),
       queue_([this] { events_.Wake(); }),
       facade_(queue_),
@@ -98,19 +122,18 @@ int Console::RunInput(int status) {
 void Console::RunInteractive() {
   display_.Notice(
       "kiv: type help for the commands of the device, :help for the console's own words\n");
-  const auto next = [this](LineSource::Line& line) { return screen_->NextLine(line); };
+  const auto next = [this](LineSource::Line& line) {
+    if (screen_->HasTyped()) display_.ShowPrompt();
+    return screen_->NextLine(line);
+  };
   int status = kDone;
-  for (bool more = true; more && !Ended();) {
+  while (!Ended() && !screen_->HasInputEnded()) {
     const auto promptAt = display_.WhenToPrompt(std::chrono::milliseconds(options_.settleMs));
     if (!promptAt) display_.ShowPrompt();
     os::ConsoleEvents::Ready ready;
     pump_.Wait(promptAt, true, &ready);
     if (Ended()) break;
     if (!stops_.IsInterrupted() && ready.input) {
-      std::string bytes;
-      more = events_.ReadInput(bytes);
-      screen_->Typed(bytes);
-      if (!more) screen_->EndOfInput();
       if (screen_->IsEchoOfTerminal()) display_.RowWasEnded();
       RunLines(next, status);
     }
@@ -118,6 +141,7 @@ void Console::RunInteractive() {
     stops_.ForgetInterrupt();
   }
   if (!Ended()) screen_->Write("\n");
+  screen_->Flush();
 }
 
 // The settings, and with them the time to wait, are loaded meanwhile.

@@ -2,11 +2,16 @@
 
 #include <algorithm>
 #include <deque>
+#include <string>
+#include <vector>
 
 #include "hosts/terminal/console_texts.h"
 
 namespace kiv {
 namespace {
+
+// So much is shown between two looks at the keys.
+constexpr std::size_t kShownBytes = 16u << 10;
 
 int MillisecondsUntil(EventPump::Clock::time_point deadline) {
   const auto left =
@@ -14,23 +19,54 @@ int MillisecondsUntil(EventPump::Clock::time_point deadline) {
   return static_cast<int>(std::clamp<std::int64_t>(left.count(), 0, 1'000'000));
 }
 
+std::vector<std::string> LinesOf(const std::string& text) {
+  std::vector<std::string> lines;
+  for (std::size_t from = 0; from < text.size();) {
+    const std::size_t end = std::min(text.find('\n', from), text.size());
+    lines.push_back(text.substr(from, end - from));
+    from = end + 1;
+  }
+  return lines;
+}
+
 }  // namespace
+
+os::ConsoleEvents::Ready EventPump::Sleep(int timeoutMs, bool withInput) {
+  screen_.Flush();
+  const bool readsInput =
+      interactive_ && (withInput || screen_.ReadsAhead()) && !screen_.HasInputEnded();
+  os::ConsoleEvents::Ready ready = stops_.Wait(timeoutMs, withInput || readsInput);
+  if (readsInput && ready.input) {
+    std::string bytes;
+    const bool more = stops_.ReadInput(bytes);
+    screen_.Typed(bytes);
+    if (!more) screen_.EndOfInput();
+  }
+  if (ready.suspend) screen_.Suspend();
+  if (ready.resumed) screen_.Resumed();
+  if (ready.resized) screen_.Resized();
+  return ready;
+}
 
 bool EventPump::Wait(std::optional<Clock::time_point> deadline, bool withInput,
                      os::ConsoleEvents::Ready* ready) {
   // What a write was told of the end was told once.
   if (stops_.IsAny()) return false;
-  const os::ConsoleEvents::Ready now =
-      stops_.Wait(deadline ? MillisecondsUntil(*deadline) : -1, withInput);
+  const int timeoutMs = deadline ? MillisecondsUntil(*deadline) : -1;
+  const os::ConsoleEvents::Ready now = Sleep(hasMore_ ? 0 : timeoutMs, withInput);
   if (ready != nullptr) *ready = now;
-  ShowAll();
+  if (interactive_ && withInput) {
+    ShowSome();
+  } else {
+    ShowAll();
+  }
   return !stops_.IsAny() && !screen_.IsOutputGone();
 }
 
 bool EventPump::WaitForReply(std::uint64_t number, ViewEvent& reply) {
   while (!queue_.TakeReply(number, reply)) {
     if (stops_.IsAny()) return false;
-    stops_.Wait(-1, false);
+    Sleep(-1, false);
     if (stops_.IsAny()) return false;
   }
   return true;
@@ -38,8 +74,14 @@ bool EventPump::WaitForReply(std::uint64_t number, ViewEvent& reply) {
 
 bool EventPump::ShowAll() {
   const std::deque<ViewEvent> events = queue_.TakeAll();
+  hasMore_ = false;
   for (const ViewEvent& event : events) Show(event);
   return !events.empty();
+}
+
+void EventPump::ShowSome() {
+  for (const ViewEvent& event : queue_.TakeSome(kShownBytes)) Show(event);
+  hasMore_ = !queue_.IsEmpty();
 }
 
 void EventPump::Show(const ViewEvent& event) {
@@ -66,6 +108,9 @@ void EventPump::Show(const ViewEvent& event) {
       news_.settingsLoaded = true;
       if (event.result != 0) news_.settingsWaitMs = event.result;
       break;
+    case ViewEvent::Kind::kHistory:
+      screen_.SetHistory(LinesOf(event.text));
+      break;
     case ViewEvent::Kind::kAnswered:
       news_.answered = event;
       break;
@@ -84,7 +129,7 @@ void EventPump::LinkIsUp(const ViewEvent& event) {
 void EventPump::LinkIsDown(const ViewEvent& event) {
   if (news_.connected) news_.lostEpoch = event.epoch;
   news_.connected = false;
-  if (event.text != news_.lastReason && (tellsEachReason_ || news_.wasConnected)) {
+  if (event.text != news_.lastReason && (interactive_ || news_.wasConnected)) {
     display_.Notice(DisconnectedText(event.text));
   }
   news_.lastReason = event.text;

@@ -32,14 +32,15 @@ class EventPump {
  public:
   using Clock = std::chrono::steady_clock;
 
-  // With `tellsEachReason` a link that never came up is told of, too.
-  EventPump(ViewQueue& queue, StopRequests& stops, Display& display, const Screen& screen,
-            bool tellsEachReason)
+  // With `interactive` what is typed is read and given to the screen, and a link that never came up
+  // is told of, too.
+  EventPump(ViewQueue& queue, StopRequests& stops, Display& display, Screen& screen,
+            bool interactive)
       : queue_(queue),
         stops_(stops),
         display_(display),
         screen_(screen),
-        tellsEachReason_(tellsEachReason) {}
+        interactive_(interactive) {}
 
   // Waits for something to happen, at most until `deadline`, and shows what there is; false when
   // the user wants no more of it, or nobody sees it.
@@ -56,6 +57,10 @@ class EventPump {
   const StopRequests& Stops() const { return stops_; }
 
  private:
+  // Writes what is to be seen meanwhile, waits, and answers what happens to the terminal.
+  os::ConsoleEvents::Ready Sleep(int timeoutMs, bool withInput);
+  // Shows a part, so that keys are seen to between two; what is left needs no wake-up.
+  void ShowSome();
   void Show(const ViewEvent& event);
   void LinkIsUp(const ViewEvent& event);
   void LinkIsDown(const ViewEvent& event);
@@ -63,8 +68,9 @@ class EventPump {
   ViewQueue& queue_;
   StopRequests& stops_;
   Display& display_;
-  const Screen& screen_;
-  const bool tellsEachReason_;
+  Screen& screen_;
+  const bool interactive_;
+  bool hasMore_ = false;  // texts in the queue that were not taken
   ConsoleNews news_;
 };
 

@@ -8,6 +8,7 @@
 #include "hosts/terminal/console_texts.h"
 #include "platform/bounded/pool.h"
 #include "platform/catalogue/cmd_database.h"
+#include "platform/os/utf8.h"
 #include "platform/text/shown_text.h"
 
 namespace kiv {
@@ -55,7 +56,17 @@ void FacadeThread::StartHere(bool saveEachLine) {
   event.kind = ViewEvent::Kind::kSettings;
   event.result = settings_->TimeoutMs();
   queue_.Push(std::move(event));
+  if (saveEachLine) PushHistory();
   CheckCommands();
+}
+
+void FacadeThread::PushHistory() {
+  ViewEvent event;
+  event.kind = ViewEvent::Kind::kHistory;
+  for (const std::wstring& line : settings_->Lines()) {
+    if (line.find(L'\n') == std::wstring::npos) event.text += os::WideToUtf8(line) + "\n";
+  }
+  queue_.Push(std::move(event));
 }
 
 void FacadeThread::Warn(std::string text) {

@@ -1,10 +1,5 @@
 #include "hosts/terminal/plain_screen.h"
 
-#include <cstdlib>
-#include <cstring>
-
-#include "hosts/terminal/console_texts.h"
-
 namespace kiv {
 
 void PlainScreen::Write(std::string_view bytes) {
@@ -21,21 +16,24 @@ void PlainScreen::Notify(std::string_view text) {
 void PlainScreen::HidePrompt() {
   if (!isPromptShown_) return;
   isPromptShown_ = false;
-  const char* const terminal = std::getenv("TERM");
-  const bool canErase = terminal != nullptr && std::strcmp(terminal, "dumb") != 0;
-  WriteOut(canErase ? "\r\x1b[K" : "\n");
+  WriteOut(canErase_ ? "\r\x1b[K" : "\n");
 }
 
 void PlainScreen::ShowPrompt() {
   if (isPromptShown_) return;
   isPromptShown_ = true;
-  WriteOut(kPrompt);
+  WriteOut(Prompt());
 }
 
 // The line end that was typed closed the prompt's row.
 void PlainScreen::Typed(std::string_view bytes) {
   isPromptShown_ = false;
   source_.Add(bytes);
+}
+
+void PlainScreen::EndOfInput() {
+  Screen::EndOfInput();
+  source_.End();
 }
 
 // The terminal has dropped what it held of the line.

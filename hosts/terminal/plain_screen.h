@@ -12,13 +12,14 @@ namespace kiv {
 
 class PlainScreen final : public Screen {
  public:
-  using Screen::Screen;
+  // `canErase`: the terminal can, so that a text may take the prompt's place.
+  PlainScreen(StopRequests& stops, bool canErase) : Screen(stops), canErase_(canErase) {}
 
   void Write(std::string_view bytes) override;
   void Notify(std::string_view text) override;
   void ShowPrompt() override;
   void Typed(std::string_view bytes) override;
-  void EndOfInput() override { source_.End(); }
+  void EndOfInput() override;
   bool NextLine(LineSource::Line& line) override { return source_.Next(line); }
   void DropTyped() override;
   bool IsEchoOfTerminal() const override { return true; }
@@ -26,6 +27,7 @@ class PlainScreen final : public Screen {
  private:
   void HidePrompt();
 
+  const bool canErase_;
   LineSource source_;
 };
 

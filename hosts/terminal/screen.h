@@ -9,8 +9,12 @@
 // what a signal cuts short is dropped.
 #pragma once
 
+#include <string>
 #include <string_view>
+#include <utility>
+#include <vector>
 
+#include "hosts/terminal/console_texts.h"
 #include "hosts/terminal/line_source.h"
 #include "hosts/terminal/stop_requests.h"
 
@@ -30,10 +34,20 @@ class Screen {
   // Nothing happens when it is shown already. The cursor must stand in the first column.
   virtual void ShowPrompt() = 0;
   bool IsPromptShown() const { return isPromptShown_; }
+  // What stands in front of the line from the next ShowPrompt on.
+  void SetPrompt(std::string prompt) { prompt_ = std::move(prompt); }
+  // Brings what was written to the terminal at the latest; before each wait.
+  virtual void Flush() {}
 
   // Bytes that were typed, and that no more will come.
   virtual void Typed(std::string_view bytes) = 0;
-  virtual void EndOfInput() = 0;
+  virtual void EndOfInput() { hasInputEnded_ = true; }
+  // Whether no more is typed: the user said so, or the terminal is gone.
+  bool HasInputEnded() const { return hasInputEnded_; }
+  // Whether something that was typed waits for the prompt to be shown.
+  virtual bool HasTyped() const { return false; }
+  // Whether what is typed while a line runs is to be read then: the terminal keeps little.
+  virtual bool ReadsAhead() const { return false; }
   // The next whole line; false when there is none yet.
   virtual bool NextLine(LineSource::Line& line) = 0;
   // Forgets what was typed and goes to a new row.
@@ -42,18 +56,29 @@ class Screen {
   // open.
   virtual bool IsEchoOfTerminal() const = 0;
 
+  // The terminal has another size; Ctrl-Z: gives the terminal back while the process is stopped;
+  // the process was stopped by somebody else and goes on.
+  virtual void Resized() {}
+  virtual void Suspend() {}
+  virtual void Resumed() {}
+  // The lines of earlier runs, oldest first, for those who can bring them back.
+  virtual void SetHistory(std::vector<std::string> lines) { static_cast<void>(lines); }
+
   bool IsOutputGone() const { return isOutputGone_; }
 
  protected:
   // Standard output that nobody reads must not keep from ending: what a signal asks for is noted.
   void WriteOut(std::string_view bytes);
   void WriteErr(std::string_view bytes);
+  const std::string& Prompt() const { return prompt_; }
 
   StopRequests& stops_;
   bool isPromptShown_ = false;
 
  private:
+  std::string prompt_ = kPrompt;
   bool isOutputGone_ = false;
+  bool hasInputEnded_ = false;
 };
 
 }  // namespace kiv

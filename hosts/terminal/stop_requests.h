@@ -3,6 +3,8 @@
 // Threads: the main thread. Borrows the events.
 #pragma once
 
+#include <string>
+
 #include "platform/os/console_events.h"
 
 namespace kiv {
@@ -23,6 +25,10 @@ class StopRequests {
   void Look() {
     if (Wait(0, false).woken) events_.Wake();
   }
+
+  bool ReadInput(std::string& bytes) { return events_.ReadInput(bytes); }
+  // Ctrl-Z: returns when the process is continued.
+  void Suspend() { events_.Suspend(); }
 
   bool IsInterrupted() const { return interrupted_; }
   bool HasEnded() const { return ended_; }

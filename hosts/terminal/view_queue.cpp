@@ -55,6 +55,27 @@ std::deque<ViewEvent> ViewQueue::TakeAll() {
   return taken;
 }
 
+std::deque<ViewEvent> ViewQueue::TakeSome(std::size_t leastBytes) {
+  std::deque<ViewEvent> taken;
+  {
+    const std::lock_guard lock(mutex_);
+    std::size_t takenBytes = 0;
+    while (!events_.empty() && takenBytes < leastBytes) {
+      takenBytes += events_.front().text.size() + kEventBytes;
+      taken.push_back(std::move(events_.front()));
+      events_.pop_front();
+    }
+    heldBytes_ -= takenBytes;
+  }
+  room_.notify_all();
+  return taken;
+}
+
+bool ViewQueue::IsEmpty() {
+  const std::lock_guard lock(mutex_);
+  return events_.empty();
+}
+
 void ViewQueue::Close() {
   {
     const std::lock_guard lock(mutex_);

@@ -30,6 +30,7 @@ struct ViewEvent {
     kDisconnected,  // `text` says why, may be empty
     kReply,         // a typed line has been run: `text` is its reply; see LineOutcome
     kSettings,      // the settings are loaded: `result` is their time-out in ms
+    kHistory,       // the settings are loaded: `text` has the lines typed in earlier runs
     kAnswered,      // every confirmation that `line` waits for has been handed over
   };
   Kind kind = Kind::kText;
@@ -56,7 +57,8 @@ struct ViewEvent {
 // Bounded towards link threads, unbounded towards the facade's own.
 class ViewQueue {
  public:
-  // `wake` is called, from the pushing thread, when the queue was empty before, and for each reply.
+  // `wake` is called, from the pushing thread, when the queue was empty before, and for each reply:
+  // who takes some only looks again by himself.
   explicit ViewQueue(std::function<void()> wake, std::size_t limitBytes = 4u << 20)
       : wake_(std::move(wake)), limitBytes_(limitBytes) {}
 
@@ -69,6 +71,9 @@ class ViewQueue {
   bool TakeReply(std::uint64_t line, ViewEvent& reply);
   // Takes everything that is there, in order.
   std::deque<ViewEvent> TakeAll();
+  // Takes the first ones, of at least `leastBytes` together where there are as many.
+  std::deque<ViewEvent> TakeSome(std::size_t leastBytes);
+  bool IsEmpty();
   // Wakes whoever waits and drops what is there.
   void Close();
 

@@ -1,5 +1,5 @@
 // ConsoleEvents: what a terminal program waits for, in one place: typed input, a wake-up from
-// another thread, an interrupt (Ctrl-C), a request to end.
+// another thread, an interrupt (Ctrl-C), a request to end, and what happens to a terminal.
 //
 // Threads: one object a process, made before any other thread is started (it takes the signals
 // over). Wait and ReadInput belong to the thread that made it; Wake may be called from any thread.
@@ -24,6 +24,10 @@ class KIVPLATFORM_API ConsoleEvents {
     bool woken = false;
     bool interrupt = false;  // Ctrl-C since the last Wait
     bool terminate = false;  // asked to end; stays set
+    // Only when WatchTerminal was called:
+    bool resized = false;
+    bool suspend = false;  // Ctrl-Z: Suspend is to be called
+    bool resumed = false;  // stopped and continued by somebody else
   };
 
   ConsoleEvents();
@@ -35,6 +39,10 @@ class KIVPLATFORM_API ConsoleEvents {
   // `withInput`.
   Ready Wait(int timeoutMs, bool withInput);
   void Wake();
+  // From now on the program itself answers a change of the terminal's size and Ctrl-Z.
+  void WatchTerminal();
+  // Stops the process, as Ctrl-Z does where nobody handles it; returns when it is continued.
+  void Suspend();
   // A Ctrl-C that Wait has told is over: writes wait for their reader again.
   void ForgetInterrupt();
   // Appends what is there to `bytes`; false at the end of input, or when it cannot be read.
@@ -44,6 +52,7 @@ class KIVPLATFORM_API ConsoleEvents {
 
   static bool InputIsTerminal();
   static bool OutputIsTerminal();
+  static bool ErrorIsTerminal();
 
  private:
   int wakeRead_ = -1;
@@ -78,7 +87,8 @@ KIVPLATFORM_API Written WriteOut(std::string_view bytes);
 // again. The next that is written says before itself how many were dropped.
 KIVPLATFORM_API Written WriteErr(std::string_view bytes);
 
-// Ends the process at once with `status`, without waiting for its threads.
+// Ends the process at once with `status`, without waiting for its threads; a noted terminal
+// (terminal_state.h) is restored.
 [[noreturn]] KIVPLATFORM_API void ExitNow(int status);
 
 }  // namespace os

@@ -13,6 +13,7 @@
 
 #include "platform/os/console_events.h"
 #include "platform/os/descriptor.h"
+#include "platform/os/terminal_state.h"
 
 namespace os {
 namespace {
@@ -21,6 +22,9 @@ namespace {
 std::atomic<bool> interrupted{false};
 std::atomic<bool> terminated{false};
 std::atomic<bool> hurried{false};  // by either, until it is forgotten
+std::atomic<bool> resized{false};
+std::atomic<bool> suspended{false};
+std::atomic<bool> resumed{false};
 std::atomic<int> wakeDescriptor{-1};
 
 void WakeThrough(int descriptor) {
@@ -36,6 +40,18 @@ void OnSignal(int number) {
   hurried.store(true, std::memory_order_relaxed);
   WakeThrough(wakeDescriptor.load(std::memory_order_relaxed));
 }
+
+void OnTerminalSignal(int number) {
+  (number == SIGWINCH  ? resized
+   : number == SIGTSTP ? suspended
+                       : resumed)
+      .store(true, std::memory_order_relaxed);
+  WakeThrough(wakeDescriptor.load(std::memory_order_relaxed));
+}
+
+// What asks for the end. SIGQUIT too: what the user has typed is saved at an orderly end only.
+constexpr int kEndSignals[] = {SIGTERM, SIGHUP, SIGQUIT};
+constexpr int kTerminalSignals[] = {SIGWINCH, SIGTSTP, SIGCONT};
 
 void Handle(int number, void (*handler)(int)) {
   struct sigaction action = {};
@@ -125,15 +141,14 @@ ConsoleEvents::ConsoleEvents() {
   }
   wakeDescriptor.store(wakeWrite_, std::memory_order_relaxed);
   Handle(SIGINT, OnSignal);
-  Handle(SIGTERM, OnSignal);
-  Handle(SIGHUP, OnSignal);
+  for (const int number : kEndSignals) Handle(number, OnSignal);
   Handle(SIGPIPE, SIG_IGN);
 }
 
 ConsoleEvents::~ConsoleEvents() {
   Handle(SIGINT, SIG_DFL);
-  Handle(SIGTERM, SIG_DFL);
-  Handle(SIGHUP, SIG_DFL);
+  for (const int number : kEndSignals) Handle(number, SIG_DFL);
+  for (const int number : kTerminalSignals) Handle(number, SIG_DFL);
   wakeDescriptor.store(-1, std::memory_order_relaxed);
   if (wakeRead_ >= 0) ::close(wakeRead_);
   if (wakeWrite_ >= 0) ::close(wakeWrite_);
@@ -148,7 +163,21 @@ ConsoleEvents::Ready ConsoleEvents::Wait(int timeoutMs, bool withInput) {
   while (::read(wakeRead_, drained, sizeof drained) > 0) ready.woken = true;
   ready.interrupt = interrupted.exchange(false, std::memory_order_relaxed);
   ready.terminate = terminated.load(std::memory_order_relaxed);
+  ready.resized = resized.exchange(false, std::memory_order_relaxed);
+  ready.suspend = suspended.exchange(false, std::memory_order_relaxed);
+  ready.resumed = resumed.exchange(false, std::memory_order_relaxed);
   return ready;
+}
+
+void ConsoleEvents::WatchTerminal() {
+  for (const int number : kTerminalSignals) Handle(number, OnTerminalSignal);
+}
+
+void ConsoleEvents::Suspend() {
+  Handle(SIGTSTP, SIG_DFL);
+  ::kill(::getpid(), SIGTSTP);
+  Handle(SIGTSTP, OnTerminalSignal);
+  resumed.store(false, std::memory_order_relaxed);
 }
 
 void ConsoleEvents::Wake() { WakeThrough(wakeWrite_); }
@@ -172,6 +201,7 @@ bool ConsoleEvents::ReadInput(std::string& bytes) {
 
 bool ConsoleEvents::InputIsTerminal() { return ::isatty(STDIN_FILENO) == 1; }
 bool ConsoleEvents::OutputIsTerminal() { return ::isatty(STDOUT_FILENO) == 1; }
+bool ConsoleEvents::ErrorIsTerminal() { return ::isatty(STDERR_FILENO) == 1; }
 
 void FillStandardDescriptors() {
   for (int descriptor = STDIN_FILENO; descriptor <= STDERR_FILENO; ++descriptor) {
@@ -209,6 +239,9 @@ Written WriteErr(std::string_view bytes) {
   return written;
 }
 
-void ExitNow(int status) { ::_exit(status); }
+void ExitNow(int status) {
+  RestoreTerminal();
+  ::_exit(status);
+}
 
 }  // namespace os

@@ -84,7 +84,7 @@ class Terminal(BenchCase):
         self.wait_connected()
         self.type("ind_start 1,1000,2\n")
         text = self.read_until(r"number += 2 .*" + PROMPT + "$")
-        self.assertRegex(text, re.escape(PROMPT + "\r\x1b[K") + r"\n\.number ")
+        self.assertRegex(text, re.escape(PROMPT + "\r\x1b[K") + r"\r\n\.number ")
 
     def test_a_dumb_terminal_gets_no_escape_sequence(self):
         self.open(term="dumb")
@@ -121,7 +121,7 @@ class Terminal(BenchCase):
                 self.read_until("I$")
         self.assertEqual(self.read_until(PROMPT + "$"), "NG\n" + PROMPT)
         device.send(frames.Head(frames.IND, id=0xA011), b"half")
-        self.assertEqual(self.read_until("half\n" + PROMPT + "$"), "\r\x1b[Khalf\n" + PROMPT)
+        self.assertEqual(self.read_until("half\n" + PROMPT + "$"), "\r\x1b[K\rhalf\n" + PROMPT)
 
     def test_an_empty_line_goes_to_a_device_that_takes_every_line(self):
         from scripted_device import ScriptedDevice

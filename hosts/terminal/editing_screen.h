@@ -1,0 +1,53 @@
+// EditingScreen: a terminal with a line under edit. Texts take the line's place and the line comes
+// back below them; however many texts there are, the line is drawn once, and all of it is written
+// at once (Flush).
+//
+// The terminal is the editor's from the first to the last moment, also while a line runs: what is
+// typed then is not echoed into the texts, it waits for its turn.
+//
+// Threads: the main thread. Owns the editor. Errors: as Screen.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "hosts/terminal/line_editor.h"
+#include "hosts/terminal/screen.h"
+
+namespace kiv {
+
+class EditingScreen final : public Screen {
+ public:
+  // `noticesMeetTexts`: standard error is the terminal, too.
+  EditingScreen(StopRequests& stops, std::unique_ptr<LineEditor> editor, bool noticesMeetTexts);
+  ~EditingScreen() override;
+
+  void Write(std::string_view bytes) override;
+  void Notify(std::string_view text) override;
+  void ShowPrompt() override;
+  void Flush() override;
+  void Typed(std::string_view bytes) override;
+  bool HasTyped() const override { return editor_->HasKeys(); }
+  bool ReadsAhead() const override { return true; }
+  bool NextLine(LineSource::Line& line) override;
+  void DropTyped() override;
+  bool IsEchoOfTerminal() const override { return false; }
+  void Resized() override;
+  void Suspend() override;
+  void Resumed() override;
+  void SetHistory(std::vector<std::string> lines) override;
+
+ private:
+  void TakeTerminal();
+  void HidePrompt();
+  void TakeOutput() { pending_ += editor_->TakeOutput(); }
+
+  const std::unique_ptr<LineEditor> editor_;
+  const bool noticesMeetTexts_;
+  std::string pending_;  // written at the next Flush
+  LineSource finished_;  // a finished line may be several
+};
+
+}  // namespace kiv

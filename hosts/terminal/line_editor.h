@@ -1,0 +1,56 @@
+// LineEditor: the line under edit on a terminal, prompt and all. It takes keys, hands out finished
+// lines, and says with which bytes the terminal shows all this; who owns the terminal writes them.
+//
+// The line can be taken away and brought back at any time, so that a text may take its place. While
+// it is away nothing is written.
+//
+// Threads: the main thread. Errors: none.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace kiv {
+
+class LineEditor {
+ public:
+  // What has come of the keys so far.
+  enum class Outcome { kNothing, kLine, kEnd };
+
+  virtual ~LineEditor() = default;
+
+  // The terminal is the editor's (no echo, keys come as they are typed), or is as it was before.
+  virtual void TakeTerminal() = 0;
+  virtual void LeaveTerminal() = 0;
+
+  // Draws prompt and line from the first column on. Not while they are shown.
+  virtual void Show(const std::string& prompt) = 0;
+  // Erases them; the cursor is then where the prompt began.
+  virtual void Hide() = 0;
+  // Writes `mark` behind them, goes to the row below and leaves them there, as a line end does.
+  virtual void LeaveRow(const char* mark) = 0;
+  // The terminal has another size; prompt and line are shown.
+  virtual void Resized() = 0;
+
+  // Keys wait until Next takes them; what stands behind a line's end waits for the next call.
+  virtual void AddKeys(std::string_view keys) = 0;
+  virtual bool HasKeys() const = 0;
+  // While prompt and line are shown. kLine: `line` is finished, which may have line feeds in it;
+  // the cursor is on the row below. kEnd: the user ended the input.
+  virtual Outcome Next(std::string& line) = 0;
+  // Forgets the line and all keys that wait.
+  virtual void Drop() = 0;
+
+  // What was typed in earlier runs, oldest first; lines of this run stand behind.
+  virtual void SetHistory(std::vector<std::string> lines) = 0;
+
+  // What is to be written, since the last call.
+  virtual std::string TakeOutput() = 0;
+};
+
+// Null where the terminal cannot move its cursor, or is of an unknown kind. One a process.
+std::unique_ptr<LineEditor> MakeLineEditor();
+
+}  // namespace kiv

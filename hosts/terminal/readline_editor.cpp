@@ -1,0 +1,285 @@
+// The line editor over GNU readline's callback interface. Readline is one a process and keeps its
+// state in globals; this file alone knows it.
+#include <readline/history.h>
+#include <readline/readline.h>
+#include <stdio.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <utility>
+
+#include "hosts/terminal/line_editor.h"
+#include "hosts/terminal/line_rows.h"
+#include "platform/os/utf8_codec.h"
+
+namespace kiv {
+namespace {
+
+constexpr char kPasteBegin[] = "\x1b[200~";
+constexpr std::string_view kPasteEnd = "\x1b[201~";
+constexpr std::string_view kLineEnds = "\r\n";
+
+class ReadlineEditor final : public LineEditor {
+ public:
+  ReadlineEditor();
+  ~ReadlineEditor() override;
+  // Whether the terminal can do what showing and hiding take.
+  bool IsUsable() const { return isUsable_; }
+
+  void TakeTerminal() override { rl_prep_terminal(1); }
+  void LeaveTerminal() override { rl_deprep_terminal(); }
+  void Show(const std::string& prompt) override;
+  void Hide() override;
+  void LeaveRow(const char* mark) override;
+  void Resized() override;
+  void AddKeys(std::string_view keys) override { keys_ += keys; }
+  bool HasKeys() const override { return from_ < keys_.size(); }
+  Outcome Next(std::string& line) override;
+  void Drop() override;
+  void SetHistory(std::vector<std::string> lines) override;
+  std::string TakeOutput() override;
+
+ private:
+  static void OnLine(char* line);
+  static int OnPasteBegin(int, int);
+  static int OnGetKey(FILE*);
+  static int OnInputAvailable();
+
+  std::string_view Keys() const { return std::string_view(keys_).substr(from_); }
+  // Whether a whole character, or what is none, waits.
+  bool HasWholeKey() const;
+  // Takes pasted text up to a line's end, or as much as there is; false when nothing is left to do.
+  bool TakePaste();
+  void InsertPasted(std::string_view text);
+  void BeginLine();
+  LinePosition CursorPosition() const;
+
+  static ReadlineEditor* current_;
+  std::FILE* output_ = nullptr;
+  char* outputBytes_ = nullptr;
+  std::size_t outputLengthBytes_ = 0;
+  bool isUsable_ = false;
+
+  std::string keys_;
+  std::size_t from_ = 0;  // keys in front of it are taken
+  bool isPasting_ = false;
+  bool isLineBegun_ = false;  // readline has a line under edit
+  std::string prompt_;
+  Outcome outcome_ = Outcome::kNothing;
+  std::string line_;
+  std::vector<std::string> entered_;  // of this run
+};
+
+ReadlineEditor* ReadlineEditor::current_ = nullptr;
+
+ReadlineEditor::ReadlineEditor() {
+  output_ = ::open_memstream(&outputBytes_, &outputLengthBytes_);
+  if (output_ == nullptr) return;
+  current_ = this;
+  rl_readline_name = "kiv";
+  rl_instream = stdin;
+  rl_outstream = output_;
+  rl_catch_signals = 0;
+  rl_catch_sigwinch = 0;
+  rl_change_environment = 0;
+  rl_getc_function = OnGetKey;
+  rl_input_available_hook = OnInputAvailable;
+  // The terminal stays as it is from one line to the next.
+  rl_prep_term_function = nullptr;
+  rl_deprep_term_function = nullptr;
+  rl_add_defun("kiv-bracketed-paste", OnPasteBegin, -1);
+  rl_initialize();
+  for (Keymap map : {emacs_standard_keymap, vi_insertion_keymap, vi_movement_keymap}) {
+    rl_bind_keyseq_in_map(kPasteBegin, OnPasteBegin, map);
+  }
+  using_history();
+  char up[] = "up";
+  char clear[] = "ce";
+  isUsable_ = rl_get_termcap(up) != nullptr && rl_get_termcap(clear) != nullptr;
+}
+
+ReadlineEditor::~ReadlineEditor() {
+  if (output_ == nullptr) return;
+  rl_callback_handler_remove();
+  rl_outstream = stdout;
+  current_ = nullptr;
+  std::fclose(output_);
+  std::free(outputBytes_);
+}
+
+std::string ReadlineEditor::TakeOutput() {
+  std::fflush(output_);
+  std::string taken(outputBytes_, outputLengthBytes_);
+  std::rewind(output_);
+  return taken;
+}
+
+void ReadlineEditor::BeginLine() {
+  isLineBegun_ = true;
+  rl_reset_screen_size();
+  rl_callback_handler_install(prompt_.c_str(), OnLine);
+}
+
+void ReadlineEditor::Show(const std::string& prompt) {
+  prompt_ = prompt;
+  if (!isLineBegun_) return BeginLine();
+  rl_set_prompt(prompt_.c_str());
+  rl_reset_screen_size();
+  rl_on_new_line();
+  rl_forced_update_display();
+}
+
+void ReadlineEditor::Hide() { rl_clear_visible_line(); }
+
+LinePosition ReadlineEditor::CursorPosition() const {
+  int rows = 0;
+  int columns = 0;
+  rl_get_screen_size(&rows, &columns);
+  return PositionBehind(std::string(rl_display_prompt) + std::string(rl_line_buffer, rl_point),
+                        columns);
+}
+
+void ReadlineEditor::LeaveRow(const char* mark) {
+  const int point = rl_point;
+  rl_point = rl_end;
+  rl_redisplay();
+  std::fputs(mark, output_);
+  rl_crlf();
+  rl_point = point;
+}
+
+void ReadlineEditor::Resized() {
+  // What stands above the cursor, as it was drawn and as the terminal may have laid it out anew. Of
+  // the two the lower: rows of texts above the prompt must not be lost.
+  const LinePosition before = CursorPosition();
+  rl_reset_screen_size();
+  const LinePosition after = CursorPosition();
+  std::fputs("\r", output_);
+  const int rowsUp = TerminalReflows() ? after.row : std::min(before.row, after.row);
+  if (rowsUp > 0) std::fprintf(output_, "\x1b[%dA", rowsUp);
+  std::fputs("\x1b[J", output_);
+  rl_on_new_line();
+  rl_forced_update_display();
+}
+
+void ReadlineEditor::OnLine(char* line) {
+  ReadlineEditor& self = *current_;
+  self.outcome_ = line == nullptr ? Outcome::kEnd : Outcome::kLine;
+  if (line != nullptr) self.line_ = line;
+  std::free(line);
+  self.isLineBegun_ = false;
+  rl_callback_handler_remove();
+}
+
+int ReadlineEditor::OnPasteBegin(int, int) {
+  current_->isPasting_ = true;
+  return 0;
+}
+
+int ReadlineEditor::OnGetKey(FILE*) {
+  ReadlineEditor& self = *current_;
+  if (!self.HasKeys()) return EOF;
+  return static_cast<unsigned char>(self.keys_[self.from_++]);
+}
+
+int ReadlineEditor::OnInputAvailable() { return current_->HasKeys() ? 1 : 0; }
+
+bool ReadlineEditor::HasWholeKey() const {
+  const std::string_view keys = Keys();
+  if (keys.empty()) return false;
+  const auto lead = os::utf8_codec::ClassifyLead(static_cast<unsigned char>(keys.front()));
+  if (lead.lengthBytes <= keys.size()) return true;
+  // Cut short by something else than the end: it is no character.
+  return os::utf8_codec::DecodeOne(keys).lengthBytes != keys.size();
+}
+
+void ReadlineEditor::InsertPasted(std::string_view text) {
+  if (text.empty()) return;
+  // A zero byte would end the line that readline hands out.
+  std::string whole(text);
+  std::replace(whole.begin(), whole.end(), '\0', ' ');
+  rl_insert_text(whole.c_str());
+}
+
+bool ReadlineEditor::TakePaste() {
+  const std::string_view keys = Keys();
+  const std::size_t lineEnd = std::min(keys.find_first_of(kLineEnds), keys.size());
+  const std::size_t pasteEnd = std::min(keys.find(kPasteEnd), keys.size());
+  if (pasteEnd < lineEnd) {
+    InsertPasted(keys.substr(0, pasteEnd));
+    from_ += pasteEnd + kPasteEnd.size();
+    isPasting_ = false;
+    rl_redisplay();
+    return true;
+  }
+  if (lineEnd < keys.size()) {
+    // A carriage return and a line feed behind it are one end, and may come apart.
+    const bool isReturn = keys[lineEnd] == '\r';
+    if (isReturn && lineEnd + 1 == keys.size()) return false;
+    const bool isPair = isReturn && keys[lineEnd + 1] == '\n';
+    InsertPasted(keys.substr(0, lineEnd));
+    from_ += lineEnd + (isPair ? 1 : 0);
+    keys_[from_] = '\n';
+    rl_redisplay();
+    rl_callback_read_char();  // the line's end, as a key
+    return true;
+  }
+  return false;
+}
+
+LineEditor::Outcome ReadlineEditor::Next(std::string& line) {
+  outcome_ = Outcome::kNothing;
+  while (outcome_ == Outcome::kNothing) {
+    if (isPasting_) {
+      if (!TakePaste()) break;
+    } else {
+      if (!HasWholeKey()) break;
+      rl_callback_read_char();
+    }
+  }
+  if (from_ == keys_.size() || from_ > keys_.size() / 2) {
+    keys_.erase(0, from_);
+    from_ = 0;
+  }
+  if (outcome_ != Outcome::kLine) return outcome_;
+  line = std::move(line_);
+  if (!line.empty() && (entered_.empty() || entered_.back() != line)) {
+    add_history(line.c_str());
+    entered_.push_back(line);
+  }
+  return outcome_;
+}
+
+void ReadlineEditor::Drop() {
+  keys_.clear();
+  from_ = 0;
+  isPasting_ = false;
+  if (!isLineBegun_) return;
+  // Readline shows on the way what it goes back to; nobody is to see that.
+  const std::string shown = TakeOutput();
+  rl_callback_sigcleanup();
+  rl_free_line_state();
+  rl_replace_line("", 1);
+  rl_clear_message();
+  rl_callback_handler_remove();
+  isLineBegun_ = false;
+  TakeOutput();
+  std::fputs(shown.c_str(), output_);
+}
+
+void ReadlineEditor::SetHistory(std::vector<std::string> lines) {
+  rl_clear_history();
+  lines.insert(lines.end(), entered_.begin(), entered_.end());
+  for (const std::string& line : lines) add_history(line.c_str());
+}
+
+}  // namespace
+
+std::unique_ptr<LineEditor> MakeLineEditor() {
+  auto editor = std::make_unique<ReadlineEditor>();
+  if (!editor->IsUsable()) return nullptr;
+  return editor;
+}
+
+}  // namespace kiv

@@ -1,0 +1,22 @@
+// The terminal's settings over the life of a program that changes them: noted before they are
+// changed, and brought back at every end of the process, also at one by a signal that nobody
+// handles.
+//
+// Threads: NoteTerminal and ForgetTerminal on one thread; RestoreTerminal from any thread and from
+// signal handlers. Errors: none; a terminal that is gone needs nothing.
+#pragma once
+
+#include "platform/platform_export.h"
+
+namespace os {
+
+// Notes the settings of the terminal on standard input, and handles the signals that would end the
+// process at once and that nobody has taken over: they restore the terminal first.
+KIVPLATFORM_API void NoteTerminal();
+// Brings the noted settings back and switches the marks around pasted text off. Does nothing when
+// nothing is noted. ExitNow does it, too.
+KIVPLATFORM_API void RestoreTerminal() noexcept;
+// The settings are as they were before: an end has nothing to restore.
+KIVPLATFORM_API void ForgetTerminal();
+
+}  // namespace os

@@ -1,0 +1,68 @@
+#include <poll.h>
+#include <signal.h>
+#include <termios.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cerrno>
+
+#include "platform/os/terminal_state.h"
+
+namespace os {
+namespace {
+
+// Written before `isNoted` is set, so that a handler that sees the flag sees the settings.
+termios noted;
+std::atomic<bool> isNoted{false};
+
+constexpr char kPasteMarksOff[] = "\x1b[?2004l";
+
+// Those whose default action ends the process, but for the ones that the console handles itself.
+constexpr int kEndingSignals[] = {SIGABRT, SIGALRM, SIGBUS,  SIGFPE,  SIGILL,  SIGPOLL, SIGPROF,
+                                  SIGSEGV, SIGSYS,  SIGTRAP, SIGUSR1, SIGUSR2, SIGXCPU, SIGVTALRM};
+
+void RestoreAndEnd(int number) {
+  RestoreTerminal();
+  ::raise(number);  // whose default action is back by now
+}
+
+void HandleWhereFree(int number) {
+  struct sigaction action = {};
+  if (::sigaction(number, nullptr, &action) != 0 || action.sa_handler != SIG_DFL) return;
+  action = {};
+  action.sa_handler = RestoreAndEnd;
+  sigemptyset(&action.sa_mask);
+  action.sa_flags = SA_RESETHAND;
+  ::sigaction(number, &action, nullptr);
+}
+
+}  // namespace
+
+void NoteTerminal() {
+  if (isNoted.load(std::memory_order_relaxed) || ::tcgetattr(STDIN_FILENO, &noted) != 0) return;
+  isNoted.store(true, std::memory_order_release);
+  for (const int number : kEndingSignals) HandleWhereFree(number);
+}
+
+void RestoreTerminal() noexcept {
+  if (!isNoted.load(std::memory_order_acquire)) return;
+  const int savedErrno = errno;
+  // In the background a change would stop the process instead.
+  sigset_t stopping;
+  sigset_t before;
+  sigemptyset(&stopping);
+  sigaddset(&stopping, SIGTTOU);
+  ::sigprocmask(SIG_BLOCK, &stopping, &before);
+  ::tcsetattr(STDIN_FILENO, TCSANOW, &noted);
+  pollfd output = {STDOUT_FILENO, POLLOUT, 0};
+  if (::poll(&output, 1, 0) > 0) {
+    [[maybe_unused]] const ssize_t written =
+        ::write(STDOUT_FILENO, kPasteMarksOff, sizeof kPasteMarksOff - 1);
+  }
+  ::sigprocmask(SIG_SETMASK, &before, nullptr);
+  errno = savedErrno;
+}
+
+void ForgetTerminal() { isNoted.store(false, std::memory_order_relaxed); }
+
+}  // namespace os
