@@ -69,6 +69,11 @@ std::vector<Post> Posts() {
   return Seam().posts;
 }
 
+void ForgetPosts() {
+  std::lock_guard lock(Seam().mutex);
+  Seam().posts.clear();
+}
+
 void SetPostStatus(std::uint32_t status) {
   std::lock_guard lock(Seam().mutex);
   Seam().postStatus = status;

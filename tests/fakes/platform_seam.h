@@ -59,6 +59,8 @@ void FailStep(const std::string& step, std::uint32_t status);
 void OnStep(const std::string& step, std::function<void()> action);
 
 std::vector<Post> Posts();
+// For tests that post too much to keep.
+void ForgetPosts();
 // What posts answer; 0 unless said otherwise. A failed post is recorded too.
 void SetPostStatus(std::uint32_t status);
 // Makes the link behave as without a device: posts answer 3207.
