@@ -1,5 +1,24 @@
 #include "platform/xml/node_index.h"
 
+#include <algorithm>
+#include <cstddef>
+
+std::size_t NodeIndex::Siblings::Remove(std::size_t position) {
+  const auto at = [this](std::size_t i) { return nodes_.begin() + static_cast<std::ptrdiff_t>(i); };
+  const std::size_t old = gapLength_ == 0 ? position : gapBegin_;
+  std::size_t moved = 0;
+  if (position < old) {
+    moved = old - position - 1;
+    std::move_backward(at(position + 1), at(old), at(old + gapLength_));
+  } else if (position > old) {
+    moved = position - old;
+    std::move(at(old + gapLength_), at(position + gapLength_), at(old));
+  }
+  gapBegin_ = position;
+  ++gapLength_;
+  return moved;
+}
+
 pugi::xml_node NodeIndex::Child(pugi::xml_node parent, std::string_view tag, std::size_t position) {
   const Siblings* siblings = Find(Known(parent), tag);
   if (siblings == nullptr || position >= siblings->size()) return {};
@@ -19,16 +38,15 @@ pugi::xml_node NodeIndex::Append(pugi::xml_node parent, const std::string& tag) 
     parent.remove_child(child);
     return {};
   }
-  byTag[tag].push_back(child);
+  byTag[tag].Append(child);
   return child;
 }
 
 bool NodeIndex::Remove(pugi::xml_node parent, std::string_view tag, std::size_t position) {
   Siblings* siblings = Find(Known(parent), tag);
   if (siblings == nullptr || position >= siblings->size()) return false;
-  const auto at = siblings->begin() + static_cast<std::ptrdiff_t>(position);
-  const pugi::xml_node child = *at;
-  siblings->erase(at);
+  const pugi::xml_node child = (*siblings)[position];
+  steps_ += siblings->Remove(position);
   Forget(child);
   return parent.remove_child(child);
 }
@@ -38,7 +56,7 @@ NodeIndex::ByTag& NodeIndex::Known(pugi::xml_node parent) {
   if (!isNew) return at->second;
   for (const pugi::xml_node child : parent.children()) {
     ++steps_;
-    if (child.type() == pugi::node_element) at->second[child.name()].push_back(child);
+    if (child.type() == pugi::node_element) at->second[child.name()].Append(child);
   }
   return at->second;
 }
