@@ -3,13 +3,16 @@
 // XML 1.0 cannot hold control characters (but tab, line feed and carriage return), surrogates,
 // U+FFFE, U+FFFF and values beyond U+10FFFF. Each of them is written as "{U+HEX}" with 4 to 8
 // upper-case hexadecimal digits; a brace that begins a text which looks like that is written so
-// too, as "{U+007B}". Everything else is itself, in UTF-8. What XML reserves (angle brackets,
+// too, as "{U+007B}". Everything else is itself, in UTF-8. NUL would end the text in the fields of
+// hosts, so nothing names it: "{U+0000}" is the eight characters that it looks like, and the one
+// NUL that a host may put in comes back as them. What XML reserves (angle brackets,
 // quotes, tab and so on) is the XML engine's to escape.
 //
 // Templates for any width of character, so that the branch for 2-byte characters is tested on
 // systems with 4-byte ones too.
 //
-// Threads: any; no state. Errors: none but std::bad_alloc; every text comes back as it went in.
+// Threads: any; no state. Errors: none but std::bad_alloc; every text without NUL comes back as
+// it went in.
 #pragma once
 
 #include <cstddef>
@@ -57,7 +60,7 @@ constexpr Escape EscapeAt(std::basic_string_view<Unit> text, std::size_t at) {
   std::uint32_t value = 0;
   std::size_t i = 3;
   for (; i < 3 + kMaxDigits && HexDigit(unit(i)) < 16; ++i) value = value * 16 + HexDigit(unit(i));
-  if (i < 3 + kMinDigits || unit(i) != '}') return {};
+  if (i < 3 + kMinDigits || unit(i) != '}' || value == 0) return {};
   if (sizeof(Char) == 2 && value > 0xFFFF) return {};
   return {value, i + 1};
 }
