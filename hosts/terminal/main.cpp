@@ -45,6 +45,10 @@ int main(int argc, char** argv) {
     return kiv::kCommandFailed;
   }
   bench::SetSetup(options.setup);
+  if (const std::string source = bench::SourceNotUtf8(); !source.empty()) {
+    os::WriteErr("kiv: " + source + " is not UTF-8\nkiv: try 'kiv --help'\n");
+    return kiv::kWrongUsage;
+  }
   const std::string endpoint = bench::GetSetup().endpoint.ToUtf8();
   if (const std::string problem = devlink::EndpointProblem(endpoint); !problem.empty()) {
     os::WriteErr("kiv: " + ShownLine(problem) + "\n");

@@ -10,6 +10,7 @@
 #include "platform/base/ini_file.h"
 #include "platform/base/share_dir.h"
 #include "platform/os/paths.h"
+#include "platform/os/utf8.h"
 
 namespace bench {
 namespace {
@@ -99,6 +100,21 @@ void SetSetup(const Setup& setup) {
   state.setup = setup;
   ResolveDataDir(setup);
   state.current.store(nullptr);
+}
+
+std::string SourceNotUtf8() {
+  State& state = TheState();
+  const std::lock_guard<std::mutex> guard(state.lock);
+  const auto isSet = [](const std::optional<QCString>& text) { return text && !text->IsEmpty(); };
+  std::string found = os::DataDirectoryNotUtf8();
+  if (found.empty() && !isSet(state.setup.configDir)) found = os::DefaultConfigDirectoryNotUtf8();
+  const auto look = [&](const std::optional<QCString>& asked, const char* variable) {
+    const char* value = std::getenv(variable);
+    if (found.empty() && !isSet(asked) && value != nullptr && !os::IsUtf8(value)) found = variable;
+  };
+  look(state.setup.endpoint, "KIV_LINK");
+  look(state.setup.catalogue, "KIV_CATALOGUE");
+  return found;
 }
 
 const Resolved& GetSetup() {

@@ -49,6 +49,10 @@ struct Resolved {
 
 // Takes over what the host asks for; the next GetSetup looks everything up anew.
 KIVPLATFORM_API void SetSetup(const Setup& setup);
+// Which environment variable (or "the home directory") of those that the setup makes use of is not
+// UTF-8 and so names another path than it should; empty when none. A host asks after SetSetup and
+// goes no further.
+KIVPLATFORM_API std::string SourceNotUtf8();
 // Looked up at the first call after SetSetup (or ever), the same from then on. The reference lives
 // until the process ends.
 KIVPLATFORM_API const Resolved& GetSetup();

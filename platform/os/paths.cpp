@@ -28,18 +28,37 @@ std::string Environment(const char* name) {
   return value != nullptr ? value : "";
 }
 
-std::string HomeDirectory() {
-  std::string home = Environment("HOME");
-  return home.empty() ? HomeOfUserDatabase() : home;
-}
+// A directory of the user, and what it was taken from.
+struct UserDirectory {
+  std::string path;
+  std::string source;
+
+  std::string NotUtf8() const { return IsUtf8(path) ? std::string() : source; }
+};
 
 // The base directory rules of the desktops: a relative XDG path is ignored.
-std::string UserDirectory(const char* ownVariable, const char* xdgVariable, const char* belowHome) {
-  std::string own = Environment(ownVariable);
-  if (!own.empty()) return own;
+UserDirectory FindDirectory(const char* ownVariable, const char* xdgVariable,
+                            const char* belowHome) {
+  const std::string own = Environment(ownVariable);
+  if (!own.empty()) return {own, ownVariable};
   const std::string xdg = Environment(xdgVariable);
-  if (xdg.starts_with('/')) return xdg + "/kiv";
-  return HomeDirectory() + belowHome;
+  if (xdg.starts_with('/')) return {xdg + "/kiv", xdgVariable};
+  const std::string home = Environment("HOME");
+  if (!home.empty()) return {home + belowHome, "HOME"};
+  return {HomeOfUserDatabase() + belowHome, "the home directory"};
+}
+
+UserDirectory FindDataDirectory() {
+  ChosenDataDirectory& chosen = Chosen();
+  {
+    const std::lock_guard<std::mutex> guard(chosen.lock);
+    if (!chosen.path.empty()) return {chosen.path, "the data directory"};
+  }
+  return FindDirectory("KIV_DATA_DIR", "XDG_DATA_HOME", "/.local/share/kiv");
+}
+
+UserDirectory FindConfigDirectory() {
+  return FindDirectory("KIV_CONFIG_DIR", "XDG_CONFIG_HOME", "/.config/kiv");
 }
 
 bool StartsWithDrive(const std::string& path) {
@@ -63,17 +82,12 @@ void SetDataDirectory(const std::string& mappedPath) {
   chosen.path = mappedPath;
 }
 
-std::string DataDirectory() {
-  ChosenDataDirectory& chosen = Chosen();
-  {
-    const std::lock_guard<std::mutex> guard(chosen.lock);
-    if (!chosen.path.empty()) return chosen.path;
-  }
-  return UserDirectory("KIV_DATA_DIR", "XDG_DATA_HOME", "/.local/share/kiv");
-}
+std::string DataDirectory() { return FindDataDirectory().path; }
 
-std::string DefaultConfigDirectory() {
-  return UserDirectory("KIV_CONFIG_DIR", "XDG_CONFIG_HOME", "/.config/kiv");
-}
+std::string DefaultConfigDirectory() { return FindConfigDirectory().path; }
+
+std::string DataDirectoryNotUtf8() { return FindDataDirectory().NotUtf8(); }
+
+std::string DefaultConfigDirectoryNotUtf8() { return FindConfigDirectory().NotUtf8(); }
 
 }  // namespace os

@@ -25,6 +25,11 @@ KIVPLATFORM_API void SetDataDirectory(const std::string& mappedPath);
 KIVPLATFORM_API std::string DataDirectory();
 // KIV_CONFIG_DIR, else $XDG_CONFIG_HOME/kiv, else ~/.config/kiv, likewise.
 KIVPLATFORM_API std::string DefaultConfigDirectory();
+// Paths are texts to everybody above, so one that is not UTF-8 would come back as another path.
+// What DataDirectory or DefaultConfigDirectory takes such a path from: the name of a variable, or
+// "the home directory"; empty when the path is UTF-8.
+KIVPLATFORM_API std::string DataDirectoryNotUtf8();
+KIVPLATFORM_API std::string DefaultConfigDirectoryNotUtf8();
 // Directory of the running program, without a slash at the end; empty when the system does not
 // tell.
 KIVPLATFORM_API std::string ProgramDirectory();

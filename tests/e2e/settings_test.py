@@ -1,5 +1,6 @@
 """What the console keeps in its settings file from one run to the next."""
 
+import os
 import re
 import subprocess
 import unittest
@@ -31,6 +32,17 @@ class Settings(BenchCase):
         third = self.run_here("-c", ":history")
         self.assertEqual((third.status, third.out, third.err.count("kiv: ")),
                          (0, "nonsense  <a> \u2603\nmem_info\nsys_info\n", 1), third)
+
+    def test_a_directory_that_is_not_utf8_is_refused(self):
+        for variable in ("KIV_CONFIG_DIR", "KIV_DATA_DIR", "XDG_CONFIG_HOME", "XDG_DATA_HOME", "HOME"):
+            folder = os.fsencode(self.folder) + b"/m\xe4"
+            environment = {"PATH": os.environ["PATH"].encode(), variable: folder}
+            done = subprocess.run([KIV, "-c", ":history"], env=environment, capture_output=True,
+                                  timeout=60, check=False)
+            self.assertEqual((done.returncode, done.stdout, done.stderr.decode()),
+                             (2, b"", f"kiv: {variable} is not UTF-8\nkiv: try 'kiv --help'\n"))
+        self.assertEqual([name for name in os.listdir(os.fsencode(self.folder)) if b"m" == name[:1]],
+                         [])
 
     def test_lines_of_a_pipe_and_of_the_run_itself_are_listed(self):
         result = self.run_here(stdin=b"nv_read 7\n:link\n:history\n")

@@ -9,6 +9,7 @@
 #include "platform/base/ini_values.h"
 #include "platform/os/paths.h"
 #include "tests/platform/base/fresh_setup.h"
+#include "tests/support/scoped_env.h"
 #include "tests/support/tree_paths.h"
 #include "tests/support/unprivileged.h"
 
@@ -25,6 +26,28 @@ class BenchSetup : public kivtest::FreshSetup {
   }
   std::wstring Home(std::string_view name) { return home_.WideFile(name); }
 };
+
+TEST_F(BenchSetup, NamesAVariableThatIsNotUtf8) {
+  EXPECT_EQ("", bench::SourceNotUtf8());
+  const auto expect = [](const char* variable, const bench::Setup& instead) {
+    const kivtest::ScopedEnv broken(variable, "/m\xE4");
+    bench::SetSetup({});
+    EXPECT_EQ(variable, bench::SourceNotUtf8());
+    bench::SetSetup(instead);
+    EXPECT_EQ("", bench::SourceNotUtf8());
+  };
+  bench::Setup setup;
+  setup.endpoint = L"unix:/x";
+  expect("KIV_LINK", setup);
+  setup.catalogue = L"/x";
+  expect("KIV_CATALOGUE", setup);
+  setup.configDir = L"/x";
+  expect("KIV_CONFIG_DIR", setup);
+  setup.dataDir = L"/x";
+  expect("KIV_DATA_DIR", setup);
+  expect("HOME", setup);
+  bench::SetSetup({});
+}
 
 TEST_F(BenchSetup, HasADefaultForEverything) {
   const bench::Resolved& setup = bench::GetSetup();

@@ -106,6 +106,21 @@ TEST_F(UserDirectories, AreThoseOfTheUserWhoRunsTheProgram) {
   EXPECT_TRUE(kivtest::HoldsUnprivileged([&own] { return os::DataDirectory() != own; }));
 }
 
+// The directory that is made use of, and nothing that another one stands before.
+TEST_F(UserDirectories, NameTheVariableThatIsNotUtf8) {
+  Set("HOME", "/home/m\xE4");
+  EXPECT_EQ("HOME", os::DefaultConfigDirectoryNotUtf8());
+  EXPECT_EQ("HOME", os::DataDirectoryNotUtf8());
+  Set("XDG_CONFIG_HOME", "/cfg");
+  Set("XDG_DATA_HOME", "/\xFF");
+  EXPECT_EQ("", os::DefaultConfigDirectoryNotUtf8());
+  EXPECT_EQ("XDG_DATA_HOME", os::DataDirectoryNotUtf8());
+  Set("KIV_CONFIG_DIR", "/\xC3");
+  Set("KIV_DATA_DIR", "/\xC3\xA4 \xEF\xBF\xBD");
+  EXPECT_EQ("KIV_CONFIG_DIR", os::DefaultConfigDirectoryNotUtf8());
+  EXPECT_EQ("", os::DataDirectoryNotUtf8());
+}
+
 TEST_F(UserDirectories, GiveWayToAChosenDataDirectoryUntilItIsTakenBack) {
   Set("KIV_DATA_DIR", "/own/data");
   os::SetDataDirectory("/chosen");
