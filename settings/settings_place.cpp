@@ -23,15 +23,6 @@ std::uint32_t AddNode(CXmlConfig& document, const QCString& element, const QCStr
                                 ParentPath(element, instancePath), kCreateMissing);
 }
 
-// The node that AddNode added is the last of its tag. A position beyond the next one leaves none.
-void RemoveAdded(CXmlConfig& document, const QCString& element, const QCString& instancePath) {
-  const std::size_t dot = element.ReverseFind(L'.');
-  const QCString parent = ParentPath(element, instancePath);
-  std::uint32_t count = 0;
-  document.GetSubNodeCount(count, element.Left(dot), element.Mid(dot + 1), parent);
-  if (count > 0) document.DeleteConfigNode2(element, count - 1, parent);
-}
-
 }  // namespace
 
 QCString SettingsPlace::DefaultElement() const {
@@ -54,7 +45,7 @@ std::uint32_t WriteAddingNode(CXmlConfig& document, const QCString& value,
   const std::uint32_t added = AddNode(document, element, instancePath);
   if (added != result::kOk) return added;
   const std::uint32_t written = document.WriteAttrValue(value, attribute, element, instancePath);
-  if (written != result::kOk) RemoveAdded(document, element, instancePath);
+  if (written != result::kOk) document.TakeBackAdded();
   return written;
 }
 

@@ -56,7 +56,9 @@ struct SettingsPlace {
 QCString ChildPath(const QCString& parentPath, std::size_t position);
 
 // Writes one attribute; a node that is missing is added, with its ancestors, and the attribute
-// written once more. `instancePath` may leave positions out at its end.
+// written once more. `instancePath` may leave positions out at its end. What was added is gone
+// again when the attribute could not be written: 3004 for a position beyond the next one, 3005 for
+// a name that no attribute can have.
 std::uint32_t WriteAddingNode(CXmlConfig& document, const QCString& value,
                               const QCString& attribute, const QCString& element,
                               const QCString& instancePath);

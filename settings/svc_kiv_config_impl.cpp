@@ -7,15 +7,14 @@
 
 #include "platform/base/app_prefs.h"
 #include "platform/base/result_codes.h"
-#include "platform/os/file_stamp.h"
-#include "platform/os/paths.h"
-#include "platform/os/safe_file.h"
 #include "settings/command_lists.h"
+#include "settings/own_settings_file.h"
 #include "settings/setting_groups.h"
 #include "settings/setting_number.h"
 #include "settings/settings_export.h"
 #include "settings/settings_import.h"
 #include "settings/starting_document.h"
+#include "settings/stored_spelling.h"
 
 namespace SvcKivClass {
 namespace {
@@ -29,26 +28,6 @@ constexpr std::uint32_t kLargestId = std::numeric_limits<std::uint32_t>::max();
 
 std::unique_ptr<CXmlConfig> OpenDocument(const QCString& path, xml_config::Options options) {
   return std::make_unique<CXmlConfig>(path, std::move(options));
-}
-
-// Whether both paths lead to one file, by whatever names.
-bool IsSameFile(const QCString& a, const QCString& b) {
-  const std::string mappedA = os::MapPath(a.view());
-  const std::string mappedB = os::MapPath(b.view());
-  if (mappedA == mappedB) return true;
-  os::FileStamp stampA;
-  os::FileStamp stampB;
-  return os::StampOf(mappedA, stampA) == 0 && os::StampOf(mappedB, stampB) == 0 &&
-         stampA.device == stampB.device && stampA.file == stampB.file;
-}
-
-// Whether the path leads to the settings file or to what is kept beside it.
-bool IsOwnFile(const QCString& path, const QCString& ownPath) {
-  std::string own = os::MapPath(ownPath.view());
-  os::FollowLinks(own);  // the others stand beside the target
-  const QCString target = QCString::FromUtf8(own);
-  return IsSameFile(path, ownPath) || IsSameFile(path, target + L".bak") ||
-         IsSameFile(path, target + L".bak-new") || IsSameFile(path, target + L".lock");
 }
 
 // The lowest id that none has.
@@ -71,6 +50,7 @@ SvcKivConfigImpl::SvcKivConfigImpl(SvcKivConfigParts parts)
   options.rootTag = kRootTag;
   options.mergeRules = SettingsMergeRules();
   options.unsetValues = UnsetSettingValues();
+  options.storedAs = SettingsStoredAs();
   document_ = openXml_(path_, std::move(options));
   TellNotice();
 }
@@ -291,14 +271,32 @@ std::uint32_t SvcKivConfigImpl::Import(const wchar_t* path, bool keyboard, bool 
   const SettingsPlace first = FirstInstance();
   SettingsImport import({*other, otherPlace}, {*document_, first},
                         place_ == first ? &memory_ : nullptr, sender_);
-  return import.Run({keyboard, favourites, shortcuts});
+  const std::uint32_t imported = import.Run({keyboard, favourites, shortcuts});
+  NumberFirstInstance();
+  return imported;
+}
+
+// In a session that has no instance an import makes one, which only its ID lets anybody find: that
+// of the current instance, which is the one that the groups were taken from.
+void SvcKivConfigImpl::NumberFirstInstance() {
+  if (sessionPath_.IsEmpty() || place_.instancePath.StartsWith((sessionPath_ + L".").view()))
+    return;
+  const QCString first = ChildPath(sessionPath_, 0);
+  QCString found = first;
+  if (document_->ReadAttrValue(found, kIdAttribute, kInstanceTagPath, first) !=
+          xml_config::kAttributeMissing ||
+      document_->FindAttrValByTagPath(kIdAttribute, IdText(instanceId_), kInstanceTagPath, found,
+                                      nullptr) == result::kOk) {
+    return;
+  }
+  document_->WriteAttrValue(IdText(instanceId_), kIdAttribute, kInstanceTagPath, first);
 }
 
 std::uint32_t SvcKivConfigImpl::Export(const wchar_t* path, bool keyboard, bool favourites,
                                        bool shortcuts) {
   if (!HasDocument()) return result::kNoDocument;
   // The own file would lose everything but the exported groups, and its copy what it is kept for.
-  if (IsOwnFile(path, path_)) return result::kSaveFailed;
+  if (IsOwnSettingsFile(path, path_)) return result::kSaveFailed;
   const std::unique_ptr<CXmlConfig> target = OpenOther(path, OpenAs::kNew);
   if (target == nullptr || !target->IsOpen()) return result::kSaveFailed;
   SettingsPlace place;

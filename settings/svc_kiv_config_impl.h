@@ -97,6 +97,7 @@ class SvcKivConfigImpl final : public SvcKivSpace::CSVCKIVConfig {
   std::uint32_t WriteRows(std::span<const SettingRow> rows);
   std::uint32_t AddSession();
   bool SelectInstance();
+  void NumberFirstInstance();
   std::unique_ptr<CXmlConfig> OpenOther(const QCString& path, xml_config::OpenAs openAs) const;
   void TellNotice();
   // The first instance of the current session, where imports go.

@@ -145,21 +145,23 @@ class SVCKIV_API CSVCKIVConfig {
   // Takes groups from another settings file into the first instance of the current session, in the
   // document; when the current instance is the first, memory follows. 3005: the file is not there
   // or has no such session or instance; 3004: it lacks an asked-for group; 10007: its keys cannot
-  // be taken. What earlier groups brought stays. Does not save.
+  // be taken. What earlier groups brought stays. A session without an instance gets the one with
+  // the current id. Does not save.
   virtual std::uint32_t Import(const wchar_t* path, bool keyboard, bool favourites,
                                bool shortcuts) = 0;
   // Writes groups of the current instance, as the document has them, into a new file. 3005: session
   // or instance is not in the document; 3018: the file could not be saved, or is the settings file
-  // itself or what is kept beside it (its last good copy, its lock). The target is replaced as one
-  // or stays as it was.
+  // itself or what is kept beside it (its last good copy, its lock, broken ones). The target is
+  // replaced as one or stays as it was.
   virtual std::uint32_t Export(const wchar_t* path, bool keyboard, bool favourites,
                                bool shortcuts) = 0;
   // Appends `newEntry` (null: none; a name of 1 to 80 characters) to the history in memory, then
   // writes everything into the document. Does not save. Parameters of more than 16,384 characters
   // are written, but the next load takes such an entry out.
   virtual std::uint32_t StoreEverything(const KivCommandRecord* newEntry) = 0;
-  // Puts the document on the disk, merged with what other processes saved there since. Not 0: the
-  // file is as it was, and a later Save tries again.
+  // Puts the document on the disk, merged with what other processes saved there since. 3018: it is
+  // not known to be there, and a later Save tries again. The file is then as it was; when only the
+  // sync of its directory failed, it is new already, but may be the old one after a power cut.
   virtual std::uint32_t Save() = 0;
   // Selects the instance and reads everything. 3005 when the instance is not in the document (the
   // readers ran nevertheless).
@@ -186,7 +188,9 @@ class SVCKIV_API CSVCKIVConfig {
   virtual std::uint32_t WriteAutoIntellisense() = 0;
   virtual std::uint32_t WriteClearScreen() = 0;
   // Writes one attribute of the document. `element` is a tag path from the root, `instancePath` its
-  // positions; a node that is missing is added, with its ancestors.
+  // positions; a node that is missing is added, with its ancestors. Nothing is added or written
+  // with 3004 (a position beyond the next one of its tag, a tag that XML does not have, more than
+  // 64 levels) and 3005 (a name that no attribute can have).
   virtual std::uint32_t WriteAttribute(const wchar_t* value, const wchar_t* attribute,
                                        const wchar_t* element, const wchar_t* instancePath) = 0;
   // Reads one attribute of the document; `value` stays as it was when there is none.

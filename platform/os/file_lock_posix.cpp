@@ -5,11 +5,11 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <chrono>
+#include <string_view>
 #include <thread>
-
-#include "platform/os/file_stamp.h"
 
 namespace os {
 namespace {
@@ -47,6 +47,38 @@ int WaitForLock(int file, off_t byte, Clock::time_point end) {
   }
 }
 
+constexpr std::size_t kMarkBytes = 48;
+
+// Of this process at this moment, and of this call when the clock stands.
+std::string NewMark() {
+  static std::atomic<std::uint32_t> calls{0};
+  const auto now = std::chrono::system_clock::now().time_since_epoch();
+  std::string mark = std::to_string(std::chrono::nanoseconds(now).count()) + " " +
+                     std::to_string(getpid()) + " " + std::to_string(calls++);
+  mark.resize(kMarkBytes - 1, ' ');
+  return mark + '\n';
+}
+
+std::string MarkIn(const Descriptor& file) {
+  std::string mark(kMarkBytes, '\0');
+  if (!file.isOpen()) return {};
+  const ssize_t got =
+      RetryWhenInterrupted([&] { return pread(file.number(), mark.data(), mark.size(), 0); });
+  mark.resize(got > 0 ? static_cast<std::size_t>(got) : 0);
+  return mark;
+}
+
+// Whether the name still leads to the file. One that the system does not tell counts as it.
+bool HasName(const Descriptor& file, const std::string& path) {
+  struct stat held {
+  }, named{};
+  if (fstat(file.number(), &held) != 0) return true;
+  if (RetryWhenInterrupted([&] { return lstat(path.c_str(), &named); }) != 0) {
+    return errno != ENOENT;
+  }
+  return held.st_dev == named.st_dev && held.st_ino == named.st_ino;
+}
+
 bool HasNoLocks(int error) {
   return error == ENOLCK || error == ENOSYS || error == EOPNOTSUPP || error == EINVAL;
 }
@@ -55,6 +87,16 @@ bool HasNoLocks(int error) {
 
 int FileLock::Acquire(const std::string& mappedPath, std::uint32_t waitMs) {
   const auto end = Clock::now() + std::chrono::milliseconds(waitMs);
+  for (;;) {
+    const int error = AcquireOpened(mappedPath, end);
+    // Somebody may have removed the lock file while this waited: then others take another one.
+    if (error != 0 || HasName(file_, mappedPath)) return error;
+    Release();
+    if (Clock::now() >= end) return ETIMEDOUT;
+  }
+}
+
+int FileLock::AcquireOpened(const std::string& mappedPath, Clock::time_point end) {
   file_.Reset(RetryWhenInterrupted([&] {
     return system_calls::Open(mappedPath.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK, 0600);
   }));
@@ -75,22 +117,26 @@ void FileLock::Release() {
   file_.Reset(-1);
 }
 
-std::uint64_t FileLock::CountBegun() const {
-  struct stat status {};
-  if (!file_.isOpen() || fstat(file_.number(), &status) != 0) return 0;
-  return static_cast<std::uint64_t>(status.st_size);
-}
+std::string FileLock::Mark() const { return MarkIn(file_); }
 
 int FileLock::NoteBegun() {
   if (!file_.isOpen()) return EBADF;
-  if (lseek(file_.number(), 0, SEEK_END) < 0) return errno;
-  return ErrorOf(
-      RetryWhenInterrupted([&] { return system_calls::Write(file_.number(), "\n", 1); }));
+  if (lseek(file_.number(), 0, SEEK_SET) < 0) return errno;
+  const std::string mark = NewMark();
+  for (std::string_view rest = mark; !rest.empty();) {
+    const ssize_t written = RetryWhenInterrupted(
+        [&] { return system_calls::Write(file_.number(), rest.data(), rest.size()); });
+    if (written < 0) return errno;
+    if (written == 0) return EIO;
+    rest.remove_prefix(static_cast<std::size_t>(written));
+  }
+  return 0;
 }
 
-std::uint64_t FileLock::CountBegun(const std::string& mappedPath) {
-  FileStamp stamp;
-  return StampOf(mappedPath, stamp) == 0 ? stamp.sizeBytes : 0;
+std::string FileLock::Mark(const std::string& mappedPath) {
+  return MarkIn(Descriptor(RetryWhenInterrupted([&] {
+    return open(mappedPath.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY);
+  })));
 }
 
 }  // namespace os

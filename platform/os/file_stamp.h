@@ -22,4 +22,7 @@ struct FileStamp {
 // 0, or the system's error number; EISDIR for what is not a regular file.
 KIVPLATFORM_API int StampOf(const std::string& mappedPath, FileStamp& stamp);
 
+// Whether both names lead to one file or directory, which is there.
+KIVPLATFORM_API bool LeadToOne(const std::string& mappedPathA, const std::string& mappedPathB);
+
 }  // namespace os

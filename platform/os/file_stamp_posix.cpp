@@ -18,4 +18,12 @@ int StampOf(const std::string& mappedPath, FileStamp& stamp) {
   return 0;
 }
 
+bool LeadToOne(const std::string& mappedPathA, const std::string& mappedPathB) {
+  struct stat a {
+  }, b{};
+  return RetryWhenInterrupted([&] { return stat(mappedPathA.c_str(), &a); }) == 0 &&
+         RetryWhenInterrupted([&] { return stat(mappedPathB.c_str(), &b); }) == 0 &&
+         a.st_dev == b.st_dev && a.st_ino == b.st_ino;
+}
+
 }  // namespace os

@@ -1,8 +1,10 @@
 // Copies of a file that are kept beside it: the last good one, and broken ones.
 //
 // Both are second names of the same content (hard links): they cost no writing, and at no moment is
-// the content without a name. Where the file system has no links, the good one is copied and a
-// broken one renamed. The caller sees to it that nobody else changes the file meanwhile (FileLock).
+// the content without a name. Where the file cannot be linked (a file system without links, an
+// error of the disk) the content is copied, so that the file keeps its own name then too; only a
+// broken one of more than 64 MiB, which no console wrote, is renamed. The caller sees to it that
+// nobody else changes the file meanwhile (FileLock).
 //
 // The good copy is kept in two steps around the replacing of the file, so that at each moment two
 // files hold good content under the two names: whoever writes into one of them in place, as editors
@@ -39,7 +41,7 @@ class KIVPLATFORM_API GoodCopy {
 
 // Keeps the file as `mappedPath`.corrupt-N with the first N from 1 that is free, and answers that
 // name in `asidePath`. The old name stays until the file is replaced (but see above). A file that
-// was set aside before keeps its name.
+// was set aside before, or whose content was copied there, keeps its name.
 KIVPLATFORM_API int SetAside(const std::string& mappedPath, std::string& asidePath);
 
 }  // namespace os

@@ -38,15 +38,27 @@ void Remove(const std::string& path) {
   RetryWhenInterrupted([&] { return unlink(path.c_str()); });
 }
 
-// What a system or a file system without links for this user says.
-bool HasNoLinks(int error) {
-  return error == EPERM || error == EOPNOTSUPP || error == ENOSYS || error == EMLINK;
-}
-
 int CopyContent(const std::string& from, const std::string& to) {
   std::string content;
-  const int error = ReadWholeFile(from, kMaxCopyBytes, content);
+  const int error = ReadRegularFile(from, kMaxCopyBytes, content);
   return error != 0 ? error : WriteFileSafely(to, content, NewFileRights::kOwnerOnly);
+}
+
+bool HaveSameContent(const std::string& a, const struct stat& statusA, const std::string& b,
+                     const struct stat& statusB) {
+  if (!S_ISREG(statusA.st_mode) || !S_ISREG(statusB.st_mode)) return false;
+  if (statusA.st_size != statusB.st_size) return false;
+  std::string contentA, contentB;
+  return ReadRegularFile(a, kMaxCopyBytes, contentA) == 0 &&
+         ReadRegularFile(b, kMaxCopyBytes, contentB) == 0 && contentA == contentB;
+}
+
+// Under a name that nobody has. EEXIST when somebody took it meanwhile.
+int KeepAs(const std::string& path, const std::string& asidePath) {
+  const int linked = Link(path, asidePath);
+  if (linked == 0 || linked == EEXIST) return linked;
+  const int copied = CopyContent(path, asidePath);
+  return copied == EFBIG ? Rename(path, asidePath) : copied;
 }
 
 }  // namespace
@@ -66,7 +78,7 @@ int GoodCopy::Prepare(const std::string& mappedPath, const std::string& copyPath
   newName_ = copyPath + "-new";
   Remove(newName_);  // of a process that was killed
   int error = Link(mappedPath, newName_);
-  if (HasNoLinks(error)) error = CopyContent(mappedPath, newName_);
+  if (error != 0) error = CopyContent(mappedPath, newName_);
   if (error != 0) newName_.clear();
   return error;
 }
@@ -75,7 +87,7 @@ int GoodCopy::Keep() {
   if (newName_.empty()) return 0;
   const int error = Rename(newName_, copyPath_);
   if (error == 0) newName_.clear();
-  return error;
+  return error == 0 || CopyContent(newName_, copyPath_) == 0 ? 0 : error;
 }
 
 int SetAside(const std::string& mappedPath, std::string& asidePath) {
@@ -86,11 +98,10 @@ int SetAside(const std::string& mappedPath, std::string& asidePath) {
     asidePath = mappedPath + ".corrupt-" + std::to_string(n);
     const int found = Status(asidePath, other);
     if (found == 0 && IsSameFile(file, other)) return 0;
+    if (found == 0 && HaveSameContent(mappedPath, file, asidePath, other)) return 0;
     if (found == 0) continue;
     if (found != ENOENT) return found;
-    const int error = Link(mappedPath, asidePath);
-    if (error == EEXIST) continue;
-    return HasNoLinks(error) ? Rename(mappedPath, asidePath) : error;
+    if (const int error = KeepAs(mappedPath, asidePath); error != EEXIST) return error;
   }
   return EEXIST;
 }

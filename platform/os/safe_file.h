@@ -11,7 +11,8 @@
 // Threads: any.
 // Errors: 0, or the system's error number; the old file is then as it was and no temporary is left.
 // The one exception is a sync of the directory that fails: the new content is then in place and
-// only its name is not yet known to be on the disk.
+// only its name is not yet known to be on the disk. That is an error too, since a power cut may
+// still bring the old file back; writing once more mends it.
 #pragma once
 
 #include <cstddef>
@@ -34,6 +35,8 @@ KIVPLATFORM_API int ReadWholeFile(const std::string& mappedPath, std::size_t lim
 // The same without waiting: EINVAL for a pipe, a device or a socket.
 KIVPLATFORM_API int ReadRegularFile(const std::string& mappedPath, std::size_t limitBytes,
                                     std::string& content);
+// 0 or an error number.
+KIVPLATFORM_API int RemoveFile(const std::string& mappedPath);
 // Creates a directory and its missing parents, mode 0700, and syncs the parents of new ones; 0 or
 // an error number.
 KIVPLATFORM_API int MakeDirectories(const std::string& mappedPath);

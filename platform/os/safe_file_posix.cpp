@@ -216,6 +216,10 @@ int ReadRegularFile(const std::string& mappedPath, std::size_t limitBytes, std::
   return ReadOpened(mappedPath, O_NONBLOCK, limitBytes, content);
 }
 
+int RemoveFile(const std::string& mappedPath) {
+  return ErrorOf(RetryWhenInterrupted([&] { return unlink(mappedPath.c_str()); }));
+}
+
 int MakeDirectories(const std::string& mappedPath) {
   for (std::size_t end = 0; end != std::string::npos && end < mappedPath.size();) {
     end = mappedPath.find('/', end + 1);

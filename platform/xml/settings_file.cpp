@@ -34,7 +34,30 @@ SettingsFile::SettingsFile(std::string mappedPath, xml_config::Options options)
       rootTag_(options_.rootTag.ToUtf8()),
       path_(std::move(mappedPath)) {}
 
-std::string SettingsFile::TakeNotice() { return std::exchange(notice_, {}); }
+std::string SettingsFile::TakeNotice() {
+  isTold_ = true;
+  return std::exchange(notice_, {});
+}
+
+void SettingsFile::Tell(const std::string& what) {
+  const std::string text = "*** The settings file " + path_ + " " + what;
+  if (notice_.find(text) != std::string::npos) return;
+  notice_ += (notice_.empty() ? "" : " ") + text;
+  isTold_ = false;
+}
+
+void SettingsFile::TellForSure(const std::string& what) {
+  Tell(what);
+  if (untold_) untold_->Keep(notice_);
+}
+
+void SettingsFile::ForgetTold() {
+  try {
+    if (isTold_ && untold_) untold_->Forget();
+  } catch (const std::bad_alloc&) {
+    // It is told once more at the next start.
+  }
+}
 
 bool SettingsFile::Load(pugi::xml_document& document) {
   StoredDocument stored;
@@ -55,6 +78,7 @@ bool SettingsFile::Load(pugi::xml_document& document) {
   if (stored.kind != Kind::kSound) return false;
   document = std::move(stored.document);
   NoteSaved(std::move(stored.bytes), xml_document::Serialise(document));
+  loadedView_ = savedView_;
   fileIsView_ = true;
   return true;
 }
@@ -65,10 +89,13 @@ StoredDocument SettingsFile::LoadOwn() {
   if (stored.error != 0) {
     stored.kind = Kind::kUnreadable;
   } else {
-    begun_ = os::FileLock::CountBegun(LockPath());
+    untold_.emplace(path_ + ".notice");
+    notice_ = untold_->Left();
+    begun_ = os::FileLock::Mark(LockPath());
     stored = StoredDocument::Read(path_, rootTag_);
   }
   if (stored.kind == Kind::kBroken) stored = Recover(std::move(stored));
+  hadFile_ = stored.kind == Kind::kSound;
   if (stored.kind == Kind::kUnreadable) {
     const bool isOther = stored.error == EINVAL;  // a pipe, a device
     Tell("cannot be read: " +
@@ -90,7 +117,7 @@ StoredDocument SettingsFile::Recover(StoredDocument broken) {
   os::FileLock lock;
   int error = lock.Acquire(LockPath(), options_.lockWaitMs);
   if (error == 0) {
-    begun_ = lock.CountBegun();
+    begun_ = lock.Mark();
     broken = StoredDocument::Read(path_, rootTag_);
   }
   if (broken.kind != Kind::kBroken) return broken;
@@ -99,15 +126,18 @@ StoredDocument SettingsFile::Recover(StoredDocument broken) {
   std::string aside;
   if (error == 0) error = os::SetAside(path_, aside);
   const bool isCopy = instead.kind == Kind::kSound;
-  Tell("is broken (" + broken.problem + ")" +
-       (error == 0 ? " and was set aside as " + aside
-                   : " and could not be set aside: " + os::ErrorText(error)) +
-       (isCopy ? ". The last good copy is used." : ". The default settings are used."));
+  const std::string used =
+      isCopy ? ". The last good copy is used." : ". The default settings are used.";
+  const std::string what = "is broken (" + broken.problem + ")";
   if (!isCopy) instead = Starting();
-  if (error == 0) {
-    NoteBegun(lock);
-    mustWrite_ = os::WriteFileSafely(path_, instead.bytes, Rights()) != 0;
+  if (error != 0) {
+    Tell(what + " and could not be set aside: " + os::ErrorText(error) + used);
+    return instead;
   }
+  TellForSure(what + " and was set aside as " + aside + used);
+  mustWrite_ = lock.NoteBegun() != 0;
+  begun_ = lock.Mark();
+  if (!mustWrite_) mustWrite_ = os::WriteFileSafely(path_, instead.bytes, Rights()) != 0;
   return instead;
 }
 
@@ -122,6 +152,7 @@ StoredDocument SettingsFile::ReadCopy() {
 
 int SettingsFile::Save(const pugi::xml_document& document) {
   try {
+    ForgetTold();
     lastError_ = TrySave(document);
   } catch (const std::bad_alloc&) {
     lastError_ = ENOMEM;
@@ -149,28 +180,24 @@ bool SettingsFile::IsSavedAlready(const std::string& view) const {
   return os::ReadWholeFile(path_, xml_document::kMaxBytes, bytes) == 0 && bytes == savedFile_;
 }
 
-// A count that could not be written is one that others miss: what they know may then stay away.
-void SettingsFile::NoteBegun(os::FileLock& lock) {
-  lock.NoteBegun();
-  begun_ = lock.CountBegun();
-}
-
 int SettingsFile::SaveOwn(const pugi::xml_document& document, const std::string& view,
                           os::FileLock& lock) {
   StoredDocument theirs;
   bool isTheFile = true;
   if (const int error = ReadTheirs(theirs, isTheFile)) return error;
-  const bool goesOn = lock.CountBegun() == begun_;
-  const std::string merged =
-      Merged(document, view, theirs,
-             goesOn ? xml_merge::Descent::kGoesOn : xml_merge::Descent::kBeganAnew);
+  const bool goesOn = lock.Mark() == begun_;
+  const std::string merged = Merged(document, view, theirs, goesOn);
   if (isTheFile && merged == theirs.bytes && !mustWrite_) {
     NoteSaved(merged, view);
-    begun_ = lock.CountBegun();
+    begun_ = lock.Mark();
     return 0;
   }
-  const bool isAnew = !isTheFile || theirs.kind != Kind::kSound;
-  if (isAnew) lock.NoteBegun();
+  // Without another mark consoles would take for removed what the file has lost. A lock file that
+  // is new has none of before.
+  const bool isAnew = !isTheFile || theirs.kind != Kind::kSound || lock.Mark().empty();
+  if (isAnew) {
+    if (const int error = lock.NoteBegun()) return error;
+  }
   // Without a copy the file is as safe as with one, only less can be got back if it breaks.
   // The same content once more is none.
   os::GoodCopy copy;
@@ -181,7 +208,7 @@ int SettingsFile::SaveOwn(const pugi::xml_document& document, const std::string&
   if (error == 0) {
     copy.Keep();
     copy_ = CopyStamp();
-    begun_ = lock.CountBegun();
+    begun_ = lock.Mark();
   }
   return error;
 }
@@ -191,32 +218,64 @@ int SettingsFile::ReadTheirs(StoredDocument& theirs, bool& isTheFile) {
   if (theirs.kind == Kind::kBroken) {
     std::string aside;
     if (const int error = os::SetAside(path_, aside)) return error;
-    Tell("was found broken (" + theirs.problem + ") and was set aside as " + aside +
-         ". It was written anew.");
+    TellForSure("was found broken (" + theirs.problem + ") and was set aside as " + aside +
+                ". It was written anew.");
     isTheFile = false;
-    theirs = ReadCopy();
-    const bool isOlder = theirs.kind == Kind::kMissing || CopyStamp() == copy_;
-    if (isOlder && theirs.kind != Kind::kUnreadable) {
-      theirs = StoredDocument::OfText(savedFile_, rootTag_);
-    }
+    theirs = NewestKnown();
+  } else if (theirs.kind == Kind::kMissing && hadFile_) {
+    isTheFile = false;
+    theirs = NewestKnown();
   }
   return theirs.kind == Kind::kUnreadable ? theirs.error : 0;
 }
 
+StoredDocument SettingsFile::NewestKnown() {
+  StoredDocument copy = ReadCopy();
+  const bool isOlder = copy.kind == Kind::kMissing || CopyStamp() == copy_;
+  if (!isOlder || copy.kind == Kind::kUnreadable) return copy;
+  return StoredDocument::OfText(savedFile_, rootTag_);
+}
+
 std::string SettingsFile::Merged(const pugi::xml_document& ours, const std::string& view,
-                                 StoredDocument& theirs, xml_merge::Descent descent) {
+                                 StoredDocument& theirs, bool goesOn) {
   if (theirs.kind == Kind::kMissing) return view;
   if (!triedFile_.empty() && theirs.bytes == triedFile_) NoteSaved(triedFile_, triedView_);
-  const bool goesOn = descent == xml_merge::Descent::kGoesOn;
   if (view == savedView_ && goesOn) return theirs.bytes;
   if (fileIsView_ && theirs.bytes == savedFile_) return view;
-  pugi::xml_document base;
-  const auto parsed = xml_document::Parse(savedView_, rootTag_, base);
-  if (parsed.outcome == xml_document::Outcome::kNoMemory) throw std::bad_alloc();
-  xml_merge::Merge(base.document_element(), ours.document_element(),
-                   theirs.document.document_element(), {options_.mergeRules, options_.unsetValues},
-                   descent);
+  if (goesOn) {
+    MergeGoingOn(ours, theirs);
+  } else {
+    MergeAnew(ours, theirs);
+  }
   return xml_document::Serialise(theirs.document);
+}
+
+void SettingsFile::MergeGoingOn(const pugi::xml_document& ours, StoredDocument& theirs) {
+  const pugi::xml_document base = ParsedOwn(savedView_);
+  xml_merge::Merge(base.document_element(), ours.document_element(),
+                   theirs.document.document_element(), options_);
+}
+
+// Ours is then all that this process knows: what the file had when it last saw it, and what it
+// changed since.
+void SettingsFile::MergeAnew(const pugi::xml_document& ours, StoredDocument& theirs) {
+  StoredDocument known = StoredDocument::Of(ParsedOwn(savedFile_));
+  MergeGoingOn(ours, known);
+  const pugi::xml_document base = ParsedOwn(savedFile_);
+  const pugi::xml_document loaded = ParsedOwn(loadedView_);
+  const StoredDocument starting = Starting();
+  xml_merge::MergeAnew({base.document_element(), known.document.document_element(),
+                        theirs.document.document_element(), loaded.document_element(),
+                        starting.document.document_element()},
+                       options_);
+}
+
+// A text that this process read or wrote before.
+pugi::xml_document SettingsFile::ParsedOwn(const std::string& text) const {
+  pugi::xml_document document;
+  const auto parsed = xml_document::Parse(text, rootTag_, document);
+  if (parsed.outcome == xml_document::Outcome::kNoMemory) throw std::bad_alloc();
+  return document;
 }
 
 int SettingsFile::Write(const std::string& content, const std::string& view) {
@@ -230,6 +289,7 @@ int SettingsFile::Write(const std::string& content, const std::string& view) {
     return error;
   }
   mustWrite_ = false;
+  hadFile_ = true;
   NoteSaved(content, view);
   return 0;
 }

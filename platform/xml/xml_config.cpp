@@ -65,10 +65,19 @@ struct CXmlConfig::State {
   // Null for what the file could not hold.
   pugi::xml_node Add(pugi::xml_node parent, const std::string& tag, std::size_t level) {
     if (level > well_formed::kMaxLevels || !well_formed::IsPlainName(tag)) return {};
-    return index.Append(parent, tag);
+    const pugi::xml_node child = index.Append(parent, tag);
+    if (child && !addedTo) addedTo = parent, addedTag = tag;
+    return child;
+  }
+
+  void TakeBackAdded() {
+    if (!addedTo) return;
+    index.Remove(addedTo, addedTag, index.Count(addedTo, addedTag) - 1);
+    addedTo = {};
   }
 
   std::uint32_t Delete(const std::optional<NodePath>& path) {
+    addedTo = {};
     if (!path || path->tags.size() < 2) return kNodeMissing;
     const pugi::xml_node parent = Node(*path, path->tags.size() - 1);
     if (!parent) return kNodeMissing;
@@ -80,6 +89,10 @@ struct CXmlConfig::State {
   NodeIndex index;
   SettingsFile file;
   bool isOpen;
+  // The parent of the topmost node that the last AddConfigNode made, and that node's tag: it is the
+  // last of it. Null: nothing can be taken back.
+  pugi::xml_node addedTo = {};
+  std::string addedTag = {};
 };
 
 CXmlConfig::CXmlConfig(const QCString& path, xml_config::Options options)
@@ -148,12 +161,18 @@ std::uint32_t CXmlConfig::AddConfigNode(const QCString& tag, const QCString& par
   if (!state_->isOpen) return kNotOpen;
   const auto path = ParseNodePath(parentTagPath, parentInstancePath);
   const std::string name = tag.ToUtf8();
+  state_->addedTo = {};
   if (!path || path->tags.size() >= well_formed::kMaxLevels || !well_formed::IsPlainName(name)) {
     return kNodeMissing;
   }
   const pugi::xml_node parent = createMissing != 0 ? state_->NodeOrNew(*path) : state_->Node(*path);
-  if (!parent) return kNodeMissing;
-  return state_->index.Append(parent, name) ? result::kOk : result::kNoMemory;
+  if (parent && state_->Add(parent, name, path->tags.size() + 1)) return result::kOk;
+  state_->TakeBackAdded();
+  return parent ? result::kNoMemory : kNodeMissing;
+}
+
+void CXmlConfig::TakeBackAdded() {
+  if (state_->isOpen) state_->TakeBackAdded();
 }
 
 std::uint32_t CXmlConfig::GetSubNodeCount(std::uint32_t& count, const QCString& parentTagPath,

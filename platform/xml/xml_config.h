@@ -5,14 +5,15 @@
 // 0). Positions that are missing at the end of an instance path count as 0, so "0.2.0" with
 // "SourceData.SESSION.INSTANCE.DEFAULT.COLOR.GENERAL" is the first COLOR's first GENERAL.
 //
-// Every wchar_t text but NUL comes back as it went in (docs/settings.md says how a text stands in
+// Every wchar_t text without NUL comes back as it went in (docs/settings.md says how a text stands in
 // the file). Positions far into a list cost the same as near ones when they are walked in order.
 //
 // The file: read once at construction (at most 16 MiB, 64 levels, no document type), replaced as
 // one by Save under a lock. Several processes may have the same file open: Save reads it again and
 // merges, so each brings only what it changed itself; the document in memory stays this process's
-// own view, positions included. A file that does not parse is renamed to FILE.corrupt-N and never
-// overwritten; the last good copy (FILE.bak) is taken if it is sound, else the starting text.
+// own view, positions included. A file that does not parse is kept as FILE.corrupt-N and never
+// overwritten; the last good copy (FILE.bak) is taken if it is sound, else the starting text. One
+// that is gone or broken at a Save is written with what is known of it.
 //
 // Threads: one. Owns the document.
 // Errors: the codes below, and result::kNoMemory; a failed operation changes nothing unless it says
@@ -21,7 +22,10 @@
 
 #include <cstdint>
 #include <functional>
+#include <map>
 #include <memory>
+#include <optional>
+#include <string>
 #include <vector>
 
 #include "platform/base/result_codes.h"
@@ -59,6 +63,25 @@ struct UnsetValue {
   const wchar_t* value;
 };
 
+// The attributes of an entry of a list, by their names in UTF-8.
+using EntryTexts = std::map<std::string, QCString>;
+
+// What a console that reads a value and stores it unchanged makes of its text: "010" becomes "10",
+// a title that is too long is cut. A merge takes such texts for one, so that nobody changes what
+// they only stored back. Functions without state; empty ones: every text stays as it is.
+struct StoredAs {
+  // The texts that may come of it, of which there may be more than one way; `tagPath` is the
+  // element's.
+  std::function<std::vector<QCString>(const QCString& tagPath, const QCString& attribute,
+                                      const QCString& text)>
+      attribute = {};
+  // The same of an entry of a list, by the entry's tag path and its position among those of its
+  // tag; unset for one that the console does not take.
+  std::function<std::optional<EntryTexts>(const QCString& tagPath, std::size_t position,
+                                          const EntryTexts& texts)>
+      entry = {};
+};
+
 // How a file is opened.
 enum class OpenAs {
   kOwn,       // a missing file is a new document from the starting text; broken ones are set aside
@@ -72,7 +95,8 @@ struct Options {
   QCString rootTag = L"SourceData";
   std::vector<MergeRule> mergeRules = {};
   std::vector<UnsetValue> unsetValues = {};  // yield to what another process has set meanwhile
-  std::uint32_t lockWaitMs = 5000;           // how long Save waits for another process that saves
+  StoredAs storedAs = {};
+  std::uint32_t lockWaitMs = 5000;  // how long Save waits for another process that saves
 };
 
 }  // namespace xml_config
@@ -91,7 +115,8 @@ class KIVPLATFORM_API CXmlConfig {
   // broken with kExisting. Every operation below then answers kNotOpen.
   virtual bool IsOpen() const;
   // What the user should know about the opening or the last saves (a broken file, an unreadable
-  // one), one line without its end; empty when nothing. Answered once.
+  // one), one line without its end; empty when nothing. Answered once; what a process that was
+  // killed could not tell any more is answered to the next, until one that took it saves or ends.
   virtual QCString TakeNotice();
   // The system's error number of the last failed opening or saving; 0 when none.
   virtual int LastError() const;
@@ -99,7 +124,8 @@ class KIVPLATFORM_API CXmlConfig {
   // `value` stays as it was on failure: kNodeMissing, kAttributeMissing.
   virtual std::uint32_t ReadAttrValue(QCString& value, const QCString& attribute,
                                       const QCString& tagPath, const QCString& instancePath) const;
-  // Adds the attribute when the node has none; kNodeMissing.
+  // Adds the attribute when the node has none; kNodeMissing. kAttributeMissing for a new attribute
+  // whose name XML could not hold.
   virtual std::uint32_t WriteAttrValue(const QCString& value, const QCString& attribute,
                                        const QCString& tagPath, const QCString& instancePath);
   // Finds the first node of the tag path whose attribute has exactly this text. `instancePath` one
@@ -110,10 +136,13 @@ class KIVPLATFORM_API CXmlConfig {
                                              const QCString& tagPath, QCString& instancePath,
                                              void* reserved) const;
   // Appends a child. kNodeMissing when the parent is not there, unless `createMissing` is 1, which
-  // makes it and its ancestors.
+  // makes it and its ancestors, each at the next position of its tag.
   virtual std::uint32_t AddConfigNode(const QCString& tag, const QCString& parentTagPath,
                                       const QCString& parentInstancePath,
                                       std::int32_t createMissing);
+  // Takes back what the last AddConfigNode made, ancestors included, with everything that was put
+  // in since. Nothing when it made nothing, or when nodes were added or deleted otherwise since.
+  void TakeBackAdded();
   // `count` is 0 on failure (kNodeMissing: no such parent).
   virtual std::uint32_t GetSubNodeCount(std::uint32_t& count, const QCString& parentTagPath,
                                         const QCString& childTag,

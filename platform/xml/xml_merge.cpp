@@ -2,15 +2,19 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <iterator>
 #include <map>
 #include <new>
 #include <string>
 #include <string_view>
 #include <unordered_map>
 #include <utility>
+#include <vector>
 
 #include "platform/os/utf8.h"
+#include "platform/xml/entry_meaning.h"
 #include "platform/xml/xml_document.h"
+#include "platform/xml/xml_text.h"
 
 namespace xml_merge {
 namespace {
@@ -23,10 +27,13 @@ struct Rule {
   std::string key;
 };
 
-// Children that one key names, on the three sides.
+// Children that one key names, on each side.
 struct Group {
-  Nodes base, ours, theirs;
+  Nodes base, ours, theirs, loaded, starting;
 };
+
+constexpr Nodes Group::*kAllSides[] = {&Group::ours, &Group::base, &Group::theirs, &Group::loaded,
+                                       &Group::starting};
 
 // The engine answers false without memory; a merge that lost something must not be saved.
 template <typename Done>
@@ -54,69 +61,20 @@ void AppendAll(pugi::xml_node parent, const Nodes& nodes) {
   for (const pugi::xml_node node : nodes) Checked(parent.append_copy(node));
 }
 
+pugi::xml_node At(const Nodes& nodes, std::size_t i) {
+  return i < nodes.size() ? nodes[i] : pugi::xml_node();
+}
+
+QCString Decoded(const char* text) { return QCString(xml_text::Decode<wchar_t>(text)); }
+
 // An attribute as a store adds it that never read or set its value.
 struct Unset {
   std::string attribute;  // empty: any
   std::string value;
 };
 
-bool IsUnset(const std::vector<Unset>& unset, pugi::xml_attribute attribute) {
-  return std::any_of(unset.begin(), unset.end(), [&](const Unset& row) {
-    return (row.attribute.empty() || row.attribute == attribute.name()) &&
-           row.value == attribute.value();
-  });
-}
-
-void MergeAttributes(pugi::xml_node base, pugi::xml_node ours, pugi::xml_node theirs,
-                     const std::vector<Unset>& unset) {
-  for (const pugi::xml_attribute now : ours.attributes()) {
-    const pugi::xml_attribute before = base.attribute(now.name());
-    if (before && std::string_view(before.value()) == now.value()) continue;
-    pugi::xml_attribute target = theirs.attribute(now.name());
-    if (target && !before && IsUnset(unset, now)) continue;
-    if (!target) target = theirs.append_attribute(now.name());
-    Checked(target.set_value(now.value()));
-  }
-  for (const pugi::xml_attribute before : base.attributes()) {
-    if (!ours.attribute(before.name())) theirs.remove_attribute(before.name());
-  }
-}
-
-// What the entries of a list say: an attribute that is empty says as much as one that is missing,
-// so do comments, and entries at the end that say nothing are as good as none.
-std::string MeaningOf(const Nodes& entries) {
-  std::string meaning;
-  std::size_t usedChars = 0;
-  for (const pugi::xml_node entry : entries) {
-    if (entry.type() != pugi::node_element) continue;
-    meaning += std::string("<") + entry.name();
-    const std::size_t before = meaning.size();
-    for (const pugi::xml_attribute attribute : entry.attributes()) {
-      if (*attribute.value() == '\0') continue;
-      meaning += std::string(" ") + attribute.name() + "=\"" + attribute.value() + '"';
-    }
-    meaning += TextOf(ChildrenOf(entry));
-    if (meaning.size() > before) usedChars = meaning.size();
-  }
-  meaning.resize(usedChars);
-  return meaning;
-}
-
-// Ours instead of theirs when ours has changed.
-void MergeAsOne(const Group& group, pugi::xml_node theirParent) {
-  if (TextOf(group.base) == TextOf(group.ours)) return;
-  RemoveAll(theirParent, group.theirs);
-  AppendAll(theirParent, group.ours);
-}
-
 // How often each entry stands in a list; the order plays no part.
 using Counts = std::unordered_map<std::string, std::ptrdiff_t>;
-
-Counts CountEntries(pugi::xml_node list) {
-  Counts counts;
-  for (const pugi::xml_node entry : list.children()) ++counts[xml_document::Serialise(entry)];
-  return counts;
-}
 
 // Takes one from the count of an entry, if there is one to take.
 bool TakeOne(Counts& counts, const std::string& entry) {
@@ -135,84 +93,160 @@ Counts Surplus(Counts from, const Counts& than) {
   return from;
 }
 
-void MergeAppended(pugi::xml_node base, pugi::xml_node ours, pugi::xml_node theirs,
-                   Descent descent) {
-  const Counts before = CountEntries(base), now = CountEntries(ours);
-  Counts removed = Surplus(before, now), added = Surplus(now, before);
-  for (const pugi::xml_node entry : ChildrenOf(theirs)) {
-    if (TakeOne(removed, xml_document::Serialise(entry))) theirs.remove_child(entry);
-  }
-  if (descent == Descent::kBeganAnew) {
-    for (const auto& [entry, count] : Surplus(now, CountEntries(theirs))) {
-      added[entry] = std::max(added[entry], count);
-    }
-  }
-  // Of equal entries the later ones are the new ones.
-  const Nodes entries = ChildrenOf(ours);
-  Nodes fresh;
-  for (auto at = entries.rbegin(); at != entries.rend(); ++at) {
-    if (TakeOne(added, xml_document::Serialise(*at))) fresh.push_back(*at);
-  }
-  AppendAll(theirs, Nodes(fresh.rbegin(), fresh.rend()));
-}
-
-// Walks the three documents together.
+// Walks the documents together.
 class Merger {
  public:
-  Merger(const Rules& rules, Descent descent) : descent_(descent) {
-    for (const xml_config::UnsetValue& row : rules.unsetValues) {
+  Merger(const xml_config::Options& options, bool goesOn)
+      : storedAs_(options.storedAs), goesOn_(goesOn) {
+    for (const xml_config::UnsetValue& row : options.unsetValues) {
       unset_.push_back({row.attribute != nullptr ? os::WideToUtf8(row.attribute) : std::string(),
                         os::WideToUtf8(row.value)});
     }
-    for (const xml_config::MergeRule& rule : rules.elements) {
+    for (const xml_config::MergeRule& rule : options.mergeRules) {
       rules_[os::WideToUtf8(rule.tagPath)] = {
           rule.kind, rule.key != nullptr ? os::WideToUtf8(rule.key) : std::string()};
     }
   }
 
-  // `base` may be null: then all of ours is new.
-  void Element(pugi::xml_node base, pugi::xml_node ours, pugi::xml_node theirs,
-               const std::string& tagPath) const {
-    MergeAttributes(base, ours, theirs, unset_);
+  // All but `ours` and `theirs` may be null: then all of ours is new.
+  void Element(const Sides& sides, const std::string& tagPath) const {
+    MergeAttributes(sides, tagPath);
     const Rule rule = RuleFor(tagPath);
-    if (rule.kind == MergeKind::kAppended) return MergeAppended(base, ours, theirs, descent_);
-    if (rule.kind == MergeKind::kWhole) {
-      const Group lists = {ChildrenOf(base), ChildrenOf(ours), ChildrenOf(theirs)};
-      const bool haveTheirs = TextOf(lists.base) != TextOf(lists.theirs);
-      // A store writes ten slots where the document had fewer, and changes nothing by it.
-      if (haveTheirs && MeaningOf(lists.base) == MeaningOf(lists.ours)) return;
-      return MergeAsOne(lists, theirs);
-    }
-    for (const auto& [key, group] : Grouped(base, ours, theirs, rule)) {
-      MergeGroup(group, theirs, tagPath);
+    if (rule.kind == MergeKind::kAppended) return MergeAppended(sides, tagPath);
+    if (rule.kind == MergeKind::kWhole) return MergeWhole(sides, tagPath);
+    for (const auto& [key, group] : Grouped(sides, rule)) {
+      MergeGroup(group, sides.theirs, tagPath);
     }
   }
 
  private:
+  // Whether a console that read the one may have stored the other back.
+  bool IsSame(const std::string& tagPath, pugi::xml_attribute before,
+              pugi::xml_attribute now) const {
+    if (std::string_view(before.value()) == now.value()) return true;
+    if (!storedAs_.attribute) return false;
+    const std::vector<QCString> stored = storedAs_.attribute(
+        QCString::FromUtf8(tagPath), QCString::FromUtf8(now.name()), Decoded(before.value()));
+    const QCString text = Decoded(now.value());
+    return std::find(stored.begin(), stored.end(), text) != stored.end();
+  }
+
+  bool IsUnset(pugi::xml_attribute attribute) const {
+    return std::any_of(unset_.begin(), unset_.end(), [&](const Unset& row) {
+      return (row.attribute.empty() || row.attribute == attribute.name()) &&
+             row.value == attribute.value();
+    });
+  }
+
+  // Whether ours has set the attribute since `before`; what it holds as unset it has not.
+  bool HasSet(const std::string& tagPath, pugi::xml_node before, pugi::xml_attribute now) const {
+    const pugi::xml_attribute old = before.attribute(now.name());
+    return old ? !IsSame(tagPath, old, now) : !IsUnset(now);
+  }
+
+  // Whether the attribute of ours takes the place of theirs, which is there.
+  bool Holds(const Sides& sides, const std::string& tagPath, pugi::xml_attribute now,
+             pugi::xml_attribute theirs) const {
+    if (goesOn_) return HasSet(tagPath, sides.base, now);
+    if (HasSet(tagPath, sides.loaded, now)) return true;
+    const pugi::xml_attribute starting = sides.starting.attribute(now.name());
+    return sides.loaded.attribute(now.name()) && starting &&
+           std::string_view(starting.value()) == theirs.value();
+  }
+
+  void MergeAttributes(const Sides& sides, const std::string& tagPath) const {
+    for (const pugi::xml_attribute now : sides.ours.attributes()) {
+      pugi::xml_attribute target = sides.theirs.attribute(now.name());
+      const pugi::xml_attribute before = sides.base.attribute(now.name());
+      if (target ? !Holds(sides, tagPath, now, target)
+                 : goesOn_ && before && IsSame(tagPath, before, now)) {
+        continue;
+      }
+      if (!target) target = pugi::xml_node(sides.theirs).append_attribute(now.name());
+      Checked(target.set_value(now.value()));
+    }
+    for (const pugi::xml_attribute before : sides.base.attributes()) {
+      if (!sides.ours.attribute(before.name())) {
+        pugi::xml_node(sides.theirs).remove_attribute(before.name());
+      }
+    }
+  }
+
+  Counts CountEntries(pugi::xml_node list, const std::string& tagPath) const {
+    Counts counts;
+    EntryMeaning meaning(storedAs_, tagPath);
+    for (const pugi::xml_node entry : list.children()) ++counts[meaning.KeyOf(entry)];
+    return counts;
+  }
+
+  // What both sides removed went once: of equal entries theirs may be the ones of ours.
+  void MergeAppended(const Sides& sides, const std::string& tagPath) const {
+    pugi::xml_node theirs = sides.theirs;
+    const Counts before = CountEntries(sides.base, tagPath);
+    const Counts now = CountEntries(sides.ours, tagPath);
+    Counts added = Surplus(now, before);
+    Counts removed = Surplus(Surplus(before, now), Surplus(before, CountEntries(theirs, tagPath)));
+    EntryMeaning theirMeaning(storedAs_, tagPath);
+    for (const pugi::xml_node entry : ChildrenOf(theirs)) {
+      if (TakeOne(removed, theirMeaning.KeyOf(entry))) theirs.remove_child(entry);
+    }
+    if (!goesOn_) {
+      for (const auto& [entry, count] : Surplus(now, CountEntries(theirs, tagPath))) {
+        added[entry] = std::max(added[entry], count);
+      }
+    }
+    AppendLast(sides.ours, std::move(added), theirs, tagPath);
+  }
+
+  // Of equal entries the later ones are the new ones.
+  void AppendLast(pugi::xml_node ours, Counts added, pugi::xml_node theirs,
+                  const std::string& tagPath) const {
+    EntryMeaning meaning(storedAs_, tagPath);
+    std::vector<std::pair<pugi::xml_node, std::string>> entries;
+    for (const pugi::xml_node entry : ours.children()) {
+      entries.emplace_back(entry, meaning.KeyOf(entry));
+    }
+    Nodes fresh;
+    for (auto at = entries.rbegin(); at != entries.rend(); ++at) {
+      if (TakeOne(added, at->second)) fresh.push_back(at->first);
+    }
+    AppendAll(theirs, Nodes(fresh.rbegin(), fresh.rend()));
+  }
+
+  // A store writes ten slots where the document had fewer, and changes nothing by it.
+  void MergeWhole(const Sides& sides, const std::string& tagPath) const {
+    const auto meaning = [&](pugi::xml_node list) {
+      return EntryMeaning::OfList(storedAs_, tagPath, ChildrenOf(list));
+    };
+    const Nodes theirs = ChildrenOf(sides.theirs);
+    const bool haveTheirs =
+        goesOn_ ? TextOf(ChildrenOf(sides.base)) != TextOf(theirs) : !meaning(sides.theirs).empty();
+    const pugi::xml_node before = goesOn_ ? sides.base : sides.loaded;
+    if (haveTheirs && meaning(before) == meaning(sides.ours)) return;
+    RemoveAll(sides.theirs, theirs);
+    AppendAll(sides.theirs, ChildrenOf(sides.ours));
+  }
+
   Rule RuleFor(const std::string& tagPath) const {
     const auto at = rules_.find(tagPath);
     return at != rules_.end() ? at->second : Rule{};
   }
 
   // In the order in which the keys come, ours first.
-  static std::vector<std::pair<std::string, Group>> Grouped(pugi::xml_node base,
-                                                            pugi::xml_node ours,
-                                                            pugi::xml_node theirs,
-                                                            const Rule& rule) {
+  static std::vector<std::pair<std::string, Group>> Grouped(const Sides& sides, const Rule& rule) {
     std::vector<std::pair<std::string, Group>> groups;
     std::map<std::string, std::size_t> positions;
-    const auto add = [&](pugi::xml_node parent, Nodes Group::*side) {
-      for (const pugi::xml_node child : parent.children()) {
+    const pugi::xml_node parents[] = {sides.ours, sides.base, sides.theirs, sides.loaded,
+                                      sides.starting};
+    for (std::size_t side = 0; side < std::size(parents); ++side) {
+      for (const pugi::xml_node child : parents[side].children()) {
         if (child.type() != pugi::node_element) continue;
         std::string key = KeyOf(child, rule);
         const auto [at, isNew] = positions.try_emplace(key, groups.size());
         if (isNew) groups.emplace_back(std::move(key), Group{});
-        (groups[at->second].second.*side).push_back(child);
+        (groups[at->second].second.*kAllSides[side]).push_back(child);
       }
-    };
-    add(ours, &Group::ours);
-    add(base, &Group::base);
-    add(theirs, &Group::theirs);
+    }
     return groups;
   }
 
@@ -226,38 +260,48 @@ class Merger {
 
   void MergeGroup(const Group& group, pugi::xml_node theirParent,
                   const std::string& parentTagPath) const {
-    if (group.base.size() > 1 || group.ours.size() > 1 || group.theirs.size() > 1) {
-      return MergeAsOne(group, theirParent);
+    if (group.ours.empty()) {
+      if (TextOf(group.base) == TextOf(group.theirs)) RemoveAll(theirParent, group.theirs);
+      return;
     }
-    const pugi::xml_node base = First(group.base);
-    if (!group.ours.empty() && !group.theirs.empty()) {
-      const pugi::xml_node ours = group.ours[0];
-      return Element(base, ours, group.theirs[0], parentTagPath + "." + ours.name());
-    }
-    if (!group.ours.empty()) {
-      // Removed by them, if it was there: it stays so unless we have changed it.
-      if (descent_ == Descent::kBeganAnew || TextOf(group.base) != TextOf(group.ours)) {
-        AppendAll(theirParent, group.ours);
-      }
-    } else if (TextOf(group.base) == TextOf(group.theirs)) {
-      RemoveAll(theirParent, group.theirs);
-    }
+    const std::size_t least = std::min(group.ours.size(), group.theirs.size());
+    // Who adds the same thing means the same thing; removed is nothing of a file that began anew.
+    const std::size_t pairs = !goesOn_ || group.base.empty() ? least : group.base.size();
+    const bool haveRemoved = pairs > least;
+    if (!haveRemoved) return MergePairs(group, pairs, theirParent, parentTagPath);
+    // Removed by them: it stays so unless we have changed it.
+    if (TextOf(group.base) == TextOf(group.ours)) return;
+    RemoveAll(theirParent, group.theirs);
+    AppendAll(theirParent, group.ours);
   }
 
-  static pugi::xml_node First(const Nodes& nodes) {
-    return nodes.empty() ? pugi::xml_node() : nodes[0];
+  // The first ones in their order, then what each side has beyond them.
+  void MergePairs(const Group& group, std::size_t pairs, pugi::xml_node theirParent,
+                  const std::string& parentTagPath) const {
+    for (std::size_t i = 0; i < pairs; ++i) {
+      Element({At(group.base, i), group.ours[i], group.theirs[i], At(group.loaded, i),
+               At(group.starting, i)},
+              parentTagPath + "." + group.ours[i].name());
+    }
+    AppendAll(theirParent,
+              Nodes(group.ours.begin() + static_cast<std::ptrdiff_t>(pairs), group.ours.end()));
   }
 
-  Descent descent_;
+  const xml_config::StoredAs& storedAs_;
+  bool goesOn_;
   std::map<std::string, Rule> rules_;
   std::vector<Unset> unset_;
 };
 
 }  // namespace
 
-void Merge(pugi::xml_node base, pugi::xml_node ours, pugi::xml_node theirs, const Rules& rules,
-           Descent descent) {
-  Merger(rules, descent).Element(base, ours, theirs, ours.name());
+void Merge(pugi::xml_node base, pugi::xml_node ours, pugi::xml_node theirs,
+           const xml_config::Options& rules) {
+  Merger(rules, true).Element({base, ours, theirs}, ours.name());
+}
+
+void MergeAnew(const Sides& sides, const xml_config::Options& rules) {
+  Merger(rules, false).Element(sides, sides.ours.name());
 }
 
 }  // namespace xml_merge

@@ -156,11 +156,22 @@ TEST(Export, RefusesWhatIsKeptBesideTheOwnSettingsFile) {
   SetText(bench.Settings().title, L"new");
   ASSERT_EQ(0u, bench.Config().WritePopular());
   ASSERT_EQ(0u, bench.Config().Save());
-  for (const char* name : {"kiv.xml.bak", "kiv.xml.lock", "kiv.xml.bak-new"}) {
+  bench.Folder().Write("kiv.xml.corrupt-1", "as it was found");
+  std::filesystem::create_symlink("kiv.xml.corrupt-1", bench.Folder().File("link"));
+  std::filesystem::create_symlink(".", bench.Folder().File("here"));
+  for (const char* name :
+       {"kiv.xml.bak", "kiv.xml.lock", "kiv.xml.bak-new", "kiv.xml.notice", "kiv.xml.corrupt-1",
+        "kiv.xml.corrupt-20", "kiv.xml.bak.corrupt-1", "link", "here/kiv.xml.corrupt-1"}) {
     const std::wstring path = bench.Folder().WideFile(name);
     EXPECT_EQ(3018u, bench.Config().Export(path.c_str(), true, true, true)) << name;
   }
   EXPECT_EQ(FullDocument(), bench.Folder().Read("kiv.xml.bak"));
+  EXPECT_EQ("as it was found", bench.Folder().Read("kiv.xml.corrupt-1"));
+  std::filesystem::create_directory(bench.Folder().File("there"));
+  for (const char* name : {"kiv.xml.old", "kiv.xml.bak2", "there/kiv.xml.bak", "xkiv.xml.bak"}) {
+    const std::wstring path = bench.Folder().WideFile(name);
+    EXPECT_EQ(0u, bench.Config().Export(path.c_str(), true, true, true)) << name;
+  }
 }
 
 TEST(Export, RefusesTheOwnSettingsFile) {

@@ -166,6 +166,59 @@ class EverySystemCallTest(FaultCase):
         self.check_all("ini")
 
 
+@needs_tracing
+class RecoveryTest(FaultCase):
+    """Killed at any system call of setting a broken file aside: the next start has the last good copy
+    and tells the user, with hard links and without."""
+
+    NO_LINKS = ["-e", "inject=?link,?linkat:error=EPERM"]
+
+    def lines(self):
+        return [f"folder {self.folder}", "mark", "open", "mark", "notices"]
+
+    def start_over(self):
+        for path in self.folder.iterdir():
+            path.unlink()
+        (self.folder / "kiv.xml").write_bytes(b"<SourceData><broken")
+        self.copy.write_bytes(document("good"))
+
+    def calls_of_recovery(self, options):
+        self.start_over()
+        lines = self.trace(self.lines(), *options)
+        window, begin = between_marks(lines)
+        self.assertEqual(bool(options), any("link" in line and "INJECTED" in line for line in window))
+        seen, calls = {}, []
+        for i, line in enumerate(lines):
+            name = line.split("(", 1)[0]
+            seen[name] = seen.get(name, 0) + 1
+            if re.fullmatch(r"\w+", name) and begin <= i < begin + len(window):
+                calls.append((name, seen[name], line))
+        return [call for call in calls if not OWN.match(call[2])]
+
+    def check_kills(self, options):
+        calls = self.calls_of_recovery(options)
+        self.assertIn("rename", [name.replace("renameat2", "rename").replace("renameat", "rename")
+                                 for name, _, _ in calls])
+        for name, nth, line in calls:
+            if name in self.UNFAILING or (options and name.startswith("link")):
+                continue
+            told = f"killed at {name} {nth}: {line}"
+            self.start_over()
+            status, _ = run(self.lines(), ["strace", "-f", "-qq", "-o", "/dev/null", *options, "-e",
+                                           f"inject={name}:signal=KILL:when={nth}"], traced=True)
+            self.assertNotEqual(0, status, told)
+            _, answers = run([f"folder {self.folder}", "check", "check"])
+            self.assertEqual(["0", "0 [good] 0 1", "0 [good] 0 0"], answers, told)
+            aside = [p for p in self.folder.iterdir() if ".corrupt-" in p.name]
+            self.assertEqual([b"<SourceData><broken"], [p.read_bytes() for p in aside], told)
+
+    def test_is_finished_and_told_by_the_next_start(self):
+        self.check_kills([])
+
+    def test_is_finished_and_told_without_links(self):
+        self.check_kills(self.NO_LINKS)
+
+
 def may_mount():
     done = subprocess.run(["unshare", "-rm", "true"], capture_output=True, check=False)
     return done.returncode == 0

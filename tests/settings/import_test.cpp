@@ -327,6 +327,34 @@ TEST(Import, NeedsTheSameSessionAndInstanceInTheFile) {
   }
 }
 
+// Without it nobody would ever find what was imported.
+TEST(Import, IntoASessionWithoutAnInstanceMakesTheCurrentOne) {
+  SettingsBench bench(RootDocument("<SESSION ID=\"1\"/>"));
+  bench.Folder().Write("other.xml", FullDocument());
+  bench.Load();
+  EXPECT_EQ(0u,
+            bench.Config().Import(bench.Folder().WideFile("other.xml").c_str(), true, true, true));
+  EXPECT_EQ(0u, bench.Config().Save());
+  EXPECT_EQ(L"1", bench.OnDisk(L"SourceData.SESSION.INSTANCE", L"ID", L"0.0.0"));
+  EXPECT_EQ(1u, bench.CountOnDisk(L"SourceData.SESSION", L"INSTANCE", L"0.0"));
+  EXPECT_EQ(0u, bench.Config().LoadEverything());
+  ASSERT_EQ(1u, bench.Lists().favourites.GetCount());
+  EXPECT_EQ(L"f0", bench.Lists().favourites[0].name.str());
+  EXPECT_EQ(L"F3", bench.Keys().repeatCmd.name.str());
+}
+
+// An instance of the file that has the current id stays the one that has it.
+TEST(Import, GivesNoIdThatAnotherInstanceHas) {
+  SettingsBench bench(RootDocument("<SESSION ID=\"1\"><INSTANCE/><INSTANCE ID=\"1\"/></SESSION>"));
+  bench.Folder().Write("other.xml", FullDocument());
+  bench.Open();
+  EXPECT_EQ(0u, bench.Config().SetSessionAndInstance(1, 1));
+  EXPECT_EQ(0u,
+            bench.Config().Import(bench.Folder().WideFile("other.xml").c_str(), true, true, true));
+  EXPECT_EQ(0u, bench.Config().Save());
+  EXPECT_EQ(L"<none>", bench.OnDisk(L"SourceData.SESSION.INSTANCE", L"ID", L"0.0.0"));
+}
+
 TEST(Import, CreatesNoFileThatIsMissing) {
   ImportBench bench("");
   for (const wchar_t* name : {L"missing.xml", L"missing/file.xml"}) {

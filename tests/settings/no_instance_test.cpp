@@ -65,6 +65,37 @@ TEST_F(NoInstance, AnAttributeBeyondTheNextPositionAddsNothing) {
   EXPECT_EQ(FileText(), before);
 }
 
+struct RefusedWrite {
+  const wchar_t* attribute;
+  const wchar_t* element;
+  const wchar_t* path;
+  std::uint32_t answer;
+};
+
+// Neither the node nor the ancestors that it would have needed.
+TEST_F(NoInstance, AnAttributeThatIsRefusedLeavesNothingBehind) {
+  constexpr RefusedWrite kWrites[] = {
+      {L"A", L"SourceData.SESSION.INSTANCE.DEFAULT.X.Y.CMD", L"0.0.0.0.0.0.5", 3004},
+      {L"A", L"SourceData.SESSION.INSTANCE.DEFAULT.X.Y.CMD", L"0.0.0.0.0.1.0", 3004},
+      {L"A", L"SourceData.SESSION.INSTANCE.DEFAULT.X.Y.CMD", L"0.0.1.0.3.0.0", 3004},
+      {L"A", L"SourceData.SESSION.INSTANCE.DEFAULT.X.a b.CMD", L"0.0.1", 3004},
+      {L"A", L"SourceData.SESSION.INSTANCE.DEFAULT.X.Y.<", L"0.0.1", 3004},
+      {L"a b", L"SourceData.SESSION.INSTANCE.DEFAULT.X.Y.CMD", L"0.0.1", 3005},
+      {L"", L"SourceData.SESSION.INSTANCE.DEFAULT.X", L"0.0.0.0.0", 3005},
+      {L"a b", L"SourceData.SESSION.INSTANCE.DEFAULT.POPULAR", L"0.0.0.0.0", 3005},
+  };
+  SvcKivClass::SvcKivConfigImpl config({switches_, sender_, {}});
+  ASSERT_EQ(config.SetSessionAndInstance(1, 1), 0u);
+  ASSERT_EQ(config.Save(), 0u);
+  const std::string before = FileText();
+  for (const RefusedWrite& write : kWrites) {
+    EXPECT_EQ(config.WriteAttribute(L"x", write.attribute, write.element, write.path),
+              write.answer);
+    EXPECT_EQ(config.Save(), 0u);
+    EXPECT_EQ(FileText(), before) << QCString(write.element).ToUtf8();
+  }
+}
+
 TEST_F(NoInstance, TheNextIdIsAFreeOneWhenTheLargestIsTaken) {
   SvcKivClass::SvcKivConfigImpl config({switches_, sender_, {}});
   ASSERT_EQ(config.SetSessionAndInstance(1, 0), 0u);

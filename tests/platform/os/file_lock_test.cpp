@@ -1,5 +1,6 @@
 #include "platform/os/file_lock.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -8,7 +9,9 @@
 #include <cerrno>
 #include <csignal>
 #include <filesystem>
+#include <set>
 #include <string>
+#include <thread>
 
 #include "platform/os/system_calls.h"
 #include "tests/support/temp_dir.h"
@@ -79,6 +82,84 @@ TEST(FileLock, IsGoneWithItsProcess) {
   EXPECT_EQ(0, lock.Acquire(dir.File("lock"), 0));
   close(ready[0]);
   close(ready[1]);
+}
+
+TEST(FileLock, HasAnotherMarkEachTimeSomethingBeganAnew) {
+  const TempDir dir;
+  std::set<std::string> marks = {""};
+  for (int i = 0; i < 100; ++i) {
+    os::FileLock lock;
+    ASSERT_EQ(0, lock.Acquire(dir.File("lock"), 0));
+    EXPECT_EQ(i == 0, lock.Mark() == "") << i;
+    ASSERT_EQ(0, lock.NoteBegun());
+    EXPECT_TRUE(marks.insert(lock.Mark()).second);
+    EXPECT_EQ(lock.Mark(), os::FileLock::Mark(dir.File("lock")));
+    EXPECT_EQ(48u, lock.Mark().size());
+  }
+  std::filesystem::remove(dir.File("lock"));
+  os::FileLock anew;
+  ASSERT_EQ(0, anew.Acquire(dir.File("lock"), 0));
+  EXPECT_EQ("", anew.Mark());
+  ASSERT_EQ(0, anew.NoteBegun());
+  EXPECT_TRUE(marks.insert(anew.Mark()).second);
+  EXPECT_EQ("", os::FileLock::Mark(dir.File("nothing")));
+  EXPECT_EQ(EBADF, os::FileLock().NoteBegun());
+}
+
+TEST(FileLock, NeedsNoMoreRoomForAnotherMark) {
+  const TempDir dir;
+  os::FileLock lock;
+  ASSERT_EQ(0, lock.Acquire(dir.File("lock"), 0));
+  ASSERT_EQ(0, lock.NoteBegun());
+  const auto size = std::filesystem::file_size(dir.File("lock"));
+  ASSERT_EQ(0, lock.NoteBegun());
+  EXPECT_EQ(size, std::filesystem::file_size(dir.File("lock")));
+  os::system_calls::FailNth(1, ENOSPC);
+  EXPECT_EQ(ENOSPC, lock.NoteBegun());
+  os::system_calls::FailNth(1, os::system_calls::kShortWrite);
+  EXPECT_EQ(0, lock.NoteBegun());
+  os::system_calls::FailNth(0, 0);
+}
+
+// Until somebody waits for the lock, who holds its first byte.
+void WaitForQueue(const std::string& path) {
+  const int file = open(path.c_str(), O_RDWR | O_CLOEXEC);
+  ASSERT_GE(file, 0);
+  for (;;) {
+    struct flock range {};
+    range.l_type = F_WRLCK;
+    range.l_whence = SEEK_SET;
+    range.l_len = 1;
+    if (fcntl(file, F_OFD_GETLK, &range) != 0 || range.l_type != F_UNLCK) break;
+    std::this_thread::yield();
+  }
+  close(file);
+}
+
+// Two that wait for what is no lock any more would both go on.
+TEST(FileLock, IsOfTheFileThatHasTheNameNow) {
+  const TempDir dir;
+  os::FileLock removed;
+  ASSERT_EQ(0, removed.Acquire(dir.File("lock"), 0));
+  int began[2];
+  ASSERT_EQ(0, pipe(began));
+  const pid_t child = fork();
+  if (child == 0) {
+    os::FileLock waiting, other;
+    if (write(began[1], "x", 1) != 1) _exit(2);
+    const bool isHeld = waiting.Acquire(dir.File("lock"), 20'000) == 0;
+    _exit(isHeld && other.Acquire(dir.File("lock"), 0) == ETIMEDOUT ? 0 : 1);
+  }
+  char byte = 0;
+  EXPECT_EQ(1, read(began[0], &byte, 1));
+  WaitForQueue(dir.File("lock"));
+  std::filesystem::remove(dir.File("lock"));
+  removed.Release();
+  int status = -1;
+  EXPECT_EQ(child, waitpid(child, &status, 0));
+  EXPECT_EQ(0, status);
+  close(began[0]);
+  close(began[1]);
 }
 
 TEST(FileLock, MakesItsFileForTheUserAlone) {

@@ -1,6 +1,7 @@
 #include "platform/os/kept_copies.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <cerrno>
 #include <filesystem>
@@ -10,6 +11,7 @@
 #include "platform/os/safe_file.h"
 #include "platform/os/system_calls.h"
 #include "tests/support/temp_dir.h"
+#include "tests/support/unprivileged.h"
 
 namespace {
 
@@ -62,7 +64,7 @@ TEST(GoodCopy, StaysTheFormerOneWhenTheFileIsNotReplaced) {
     const bool failed = os::system_calls::Failed();
     os::system_calls::FailNth(0, 0);
     if (!failed) break;
-    // Closing the directory may fail without harm.
+    // Closing the directory may fail without harm, and the rename of the copy has another way.
     EXPECT_TRUE(error == EIO || error == 0) << n;
     EXPECT_EQ(error == 0 ? "1" : "0", dir.Read("copy")) << n;
     EXPECT_TRUE(AreApart(dir)) << n;
@@ -93,12 +95,32 @@ TEST(GoodCopy, PartsAFileThatIsItsOwnCopy) {
   EXPECT_EQ((Names{"copy", "file"}), dir.Names());
 }
 
-TEST(GoodCopy, CopiesWhereThereAreNoLinks) {
+TEST(GoodCopy, CopiesWhatCannotBeLinked) {
+  for (const int error : {EPERM, EIO, ENOSPC, EMLINK}) {
+    const TempDir dir;
+    dir.Write("file", "1");
+    dir.Write("copy", "0");
+    os::system_calls::FailNth(1, error);
+    EXPECT_EQ(0, Replace(dir, "2"));
+    EXPECT_TRUE(os::system_calls::Failed());
+    os::system_calls::FailNth(0, 0);
+    EXPECT_EQ("1", dir.Read("copy")) << error;
+    EXPECT_EQ((Names{"copy", "file"}), dir.Names());
+  }
+}
+
+TEST(GoodCopy, IsKeptThoughRenamingFailed) {
   const TempDir dir;
   dir.Write("file", "1");
-  os::system_calls::FailNth(1, EPERM);
-  EXPECT_EQ(0, Replace(dir, "2"));
-  os::system_calls::FailNth(0, 0);
+  dir.Write("copy", "0");
+  {
+    os::GoodCopy copy;
+    EXPECT_EQ(0, copy.Prepare(dir.File("file"), dir.File("copy")));
+    EXPECT_EQ(0, os::WriteFileSafely(dir.File("file"), "2"));
+    os::system_calls::FailNth(1, EIO);
+    EXPECT_EQ(0, copy.Keep());
+    os::system_calls::FailNth(0, 0);
+  }
   EXPECT_EQ("1", dir.Read("copy"));
   EXPECT_EQ((Names{"copy", "file"}), dir.Names());
 }
@@ -131,25 +153,34 @@ TEST(SetAside, KeepsTheNameOfOneThatWasSetAside) {
   EXPECT_EQ((Names{"file", "file.corrupt-1"}), dir.Names());
 }
 
-TEST(SetAside, RenamesWhereThereAreNoLinks) {
-  const TempDir dir;
-  dir.Write("file", "broken");
-  std::string aside;
-  os::system_calls::FailNth(1, EPERM);
-  EXPECT_EQ(0, os::SetAside(dir.File("file"), aside));
-  os::system_calls::FailNth(0, 0);
-  EXPECT_EQ("broken", dir.Read("file.corrupt-1"));
-  EXPECT_EQ(Names{"file.corrupt-1"}, dir.Names());
+// The file keeps its own name too: whoever is killed now finds it broken, not missing.
+TEST(SetAside, CopiesWhatCannotBeLinked) {
+  for (const int error : {EPERM, EIO, ENOSYS}) {
+    const TempDir dir;
+    dir.Write("file", "broken");
+    std::string aside;
+    for (int again = 0; again < 2; ++again) {  // as after a kill
+      os::system_calls::FailNth(1, error);
+      EXPECT_EQ(0, os::SetAside(dir.File("file"), aside));
+      os::system_calls::FailNth(0, 0);
+      EXPECT_EQ(dir.File("file.corrupt-1"), aside);
+      EXPECT_EQ("broken", dir.Read("file.corrupt-1"));
+      EXPECT_EQ("broken", dir.Read("file"));
+      EXPECT_EQ((Names{"file", "file.corrupt-1"}), dir.Names());
+    }
+  }
 }
 
 TEST(SetAside, LeavesTheFileWhenItFails) {
   const TempDir dir;
   dir.Write("file", "broken");
-  std::string aside;
-  os::system_calls::FailNth(1, ENOSPC);
-  EXPECT_EQ(ENOSPC, os::SetAside(dir.File("file"), aside));
-  os::system_calls::FailNth(0, 0);
+  chmod(dir.path().c_str(), 0555);
+  EXPECT_TRUE(kivtest::HoldsUnprivileged([&] {
+    std::string aside;
+    return os::SetAside(dir.File("file"), aside) == EACCES;
+  }));
   EXPECT_EQ(Names{"file"}, dir.Names());
+  std::string aside;
   EXPECT_EQ(ENOENT, os::SetAside(dir.File("nothing"), aside));
 }
 

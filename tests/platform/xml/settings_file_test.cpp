@@ -6,6 +6,7 @@
 
 #include <cerrno>
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -164,13 +165,46 @@ TEST_F(SettingsFile, IsSetAsideForTheStartingTextWhenItIsBroken) {
   EXPECT_EQ("", TakeNotice(config));
   EXPECT_EQ("<SourceData>\n<T></SourceData>", dir_.Read("kiv.xml.corrupt-1"));
   EXPECT_EQ(Titled("starting"), dir_.Read("kiv.xml"));
+  EXPECT_EQ(0u, config.Save(1));
   EXPECT_EQ((Names{"kiv.xml", "kiv.xml.corrupt-1", "kiv.xml.lock"}), dir_.Names());
+}
+
+// Whoever is killed before it could tell leaves it to the next; who told it takes it away.
+TEST_F(SettingsFile, IsToldOfUntilSomebodyHasToldIt) {
+  dir_.Write("kiv.xml", "broken");
+  const std::string notice =
+      Notice("is broken (line 1: text before the root) and was set aside as " +
+             File("kiv.xml.corrupt-1") + ". The default settings are used.");
+  Open();
+  Open();
+  {
+    CXmlConfig config = Open();
+    EXPECT_EQ(notice, TakeNotice(config));
+    CXmlConfig other = Open();
+    EXPECT_EQ(notice, TakeNotice(other));
+  }
+  CXmlConfig next = Open();
+  EXPECT_EQ("", TakeNotice(next));
+  EXPECT_EQ((Names{"kiv.xml", "kiv.xml.corrupt-1", "kiv.xml.lock"}), dir_.Names());
+}
+
+TEST_F(SettingsFile, LeavesANoticeThatIsNoneAlone) {
+  for (const char* text : {"mine", "*** two\nlines", "*** \x1B[2J"}) {
+    dir_.Write("kiv.xml.notice", text);
+    dir_.Write("kiv.xml", "broken");
+    {
+      CXmlConfig config = Open();
+      EXPECT_TRUE(TakeNotice(config).starts_with("*** The settings file " + File()));
+    }
+    EXPECT_EQ(text, dir_.Read("kiv.xml.notice"));
+  }
 }
 
 TEST_F(SettingsFile, IsSetAsideForTheLastGoodCopyWhenThatIsSound) {
   dir_.Write("kiv.xml", "broken");
   dir_.Write("kiv.xml.bak", Titled("copy"));
-  CXmlConfig config = Open();
+  std::optional<CXmlConfig> first(std::in_place, path_, Options());
+  CXmlConfig& config = *first;
   EXPECT_EQ("copy", Title(config));
   EXPECT_EQ(Notice("is broken (line 1: text before the root) and was set aside as " +
                    File("kiv.xml.corrupt-1") + ". The last good copy is used."),
@@ -178,6 +212,7 @@ TEST_F(SettingsFile, IsSetAsideForTheLastGoodCopyWhenThatIsSound) {
   EXPECT_EQ("broken", dir_.Read("kiv.xml.corrupt-1"));
   EXPECT_EQ(Titled("copy"), dir_.Read("kiv.xml"));
   EXPECT_EQ(Titled("copy"), dir_.Read("kiv.xml.bak"));
+  first.reset();
   CXmlConfig next = Open();
   EXPECT_EQ("copy", Title(next));
   EXPECT_EQ("", TakeNotice(next));
@@ -365,6 +400,57 @@ TEST_F(SettingsFile, IsLeftAloneByThoseWhoOnlyReadIt) {
   EXPECT_EQ("", TakeNotice(broken));
   EXPECT_EQ(Names{"kiv.xml"}, dir_.Names());
   EXPECT_EQ("broken", dir_.Read("kiv.xml"));
+}
+
+// A mark that cannot be written is one that other consoles would miss.
+TEST_F(SettingsFile, IsNotBegunAnewWithoutAMark) {
+  int refused = 0;
+  for (std::uint64_t n = 1;; ++n) {
+    for (const std::string& name : dir_.Names()) fs::remove(File(name));
+    dir_.Write("kiv.xml", Titled("0"));
+    CXmlConfig config = Open();
+    ASSERT_EQ(0u, SaveTitle(config, L"1"));
+    fs::remove(File());
+    fs::remove(File("kiv.xml.lock"));
+    os::system_calls::FailNth(n, ENOSPC);
+    const std::uint32_t answer = config.Save(1);
+    const bool failed = os::system_calls::Failed();
+    os::system_calls::FailNth(0, 0);
+    const bool hasNoMark = dir_.Read("kiv.xml.lock").empty();
+    if (hasNoMark) {
+      EXPECT_EQ(kCannotSave, answer) << n;
+      EXPECT_EQ(ENOSPC, config.LastError()) << n;
+      EXPECT_FALSE(fs::exists(File())) << n;
+      ++refused;
+    }
+    ASSERT_EQ(0u, config.Save(1)) << n;
+    ASSERT_EQ(Titled("1"), dir_.Read("kiv.xml")) << n;
+    if (!failed) break;
+    ASSERT_LT(n, 100u);
+  }
+  EXPECT_EQ(2, refused);  // the lock's opening and its writing
+}
+
+// What others saved and this process has seen is not lost with the file.
+TEST_F(SettingsFile, IsWrittenAgainWithWhatOthersSaved) {
+  dir_.Write("kiv.xml", Titled("0"));
+  CXmlConfig config = Open();
+  {
+    CXmlConfig other = Open();
+    ASSERT_EQ(0u, other.AddConfigNode(L"OTHER", L"SourceData", L"0", 0));
+    ASSERT_EQ(0u, other.Save(1));
+  }
+  for (const bool hasSeenIt : {false, true}) {  // else the last good copy has it
+    if (hasSeenIt) {
+      ASSERT_EQ(0u, SaveTitle(config, L"1"));
+      fs::remove(File("kiv.xml.bak"));
+    } else {
+      dir_.Write("kiv.xml.bak", dir_.Read("kiv.xml"));
+    }
+    fs::remove(File());
+    ASSERT_EQ(0u, config.Save(1));
+    EXPECT_EQ(0u, Open().GetNode(L"SourceData.OTHER", L"0.0")) << hasSeenIt;
+  }
 }
 
 // Fails the n-th writing system call of a save for every n until none is hit any more.

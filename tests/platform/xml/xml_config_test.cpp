@@ -171,6 +171,29 @@ TEST_F(XmlConfig, MakesMissingAncestorsWhenAsked) {
   EXPECT_EQ(kNodeMissing, config_.AddConfigNode(L"X", L"Other", L"0", 1));
 }
 
+TEST_F(XmlConfig, TakesBackWhatItAddedWithItsAncestors) {
+  CXmlConfig config(QCString(dir_.WideFile("new.xml")), {.openAs = OpenAs::kNew});
+  ASSERT_EQ(0u, config.AddConfigNode(L"A", L"SourceData", L"0", 0));
+  ASSERT_EQ(0u, config.AddConfigNode(L"C", L"SourceData.A.B", L"0.1.0", 1));
+  EXPECT_EQ(0u, config.GetNode(L"SourceData.A.B.C", L"0.1.0.0"));
+  config.TakeBackAdded();
+  EXPECT_EQ(kNodeMissing, config.GetNode(L"SourceData.A", L"0.1"));
+  EXPECT_EQ(0u, config.GetNode(L"SourceData.A", L"0.0"));
+  config.TakeBackAdded();  // once
+  EXPECT_EQ(0u, config.GetNode(L"SourceData.A", L"0.0"));
+  ASSERT_EQ(0u, config.AddConfigNode(L"A", L"SourceData", L"0", 0));
+  ASSERT_EQ(0u, config.DeleteConfigNode(L"SourceData.A", L"0.1"));
+  config.TakeBackAdded();  // not what is gone
+  EXPECT_EQ(0u, config.GetNode(L"SourceData.A", L"0.0"));
+}
+
+TEST_F(XmlConfig, LeavesNoAncestorsOfANodeThatItCannotAdd) {
+  CXmlConfig config(QCString(dir_.WideFile("new.xml")), {.openAs = OpenAs::kNew});
+  EXPECT_EQ(kNodeMissing, config.AddConfigNode(L"D", L"SourceData.A.B.C", L"0.0.0.1", 1));
+  EXPECT_EQ(kNodeMissing, config.AddConfigNode(L"D", L"SourceData.A.B.<", L"0.0.0.0", 1));
+  EXPECT_EQ(kNodeMissing, config.GetNode(L"SourceData.A", L"0.0"));
+}
+
 TEST_F(XmlConfig, CountsChildrenOfOneTag) {
   std::uint32_t count = 9;
   EXPECT_EQ(0u, config_.GetSubNodeCount(count, kList, L"CMD", kListAt));

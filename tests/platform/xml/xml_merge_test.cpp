@@ -7,10 +7,13 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <vector>
 
+#include "platform/os/system_calls.h"
 #include "platform/xml/xml_document.h"
 #include "tests/platform/xml/settings_shape.h"
 #include "tests/support/sweep.h"
@@ -24,13 +27,29 @@ namespace {
 using kivtest::TempDir;
 using xml_config::MergeKind;
 
-const std::vector<xml_config::MergeRule> kRules = {
-    {L"r", MergeKind::kByAttribute, L"ID"},
-    {L"r.list", MergeKind::kAppended, nullptr},
-    {L"r.whole", MergeKind::kWhole, nullptr},
-};
+// A reader to whom "010" is "10", and who takes entries with a name alone, but not "bad" ones.
+const xml_config::StoredAs kStoredAs = {
+    [](const QCString&, const QCString&, const QCString& text) {
+      return std::vector<QCString>{text.StartsWith(L"0") ? text.Mid(1) : text};
+    },
+    [](const QCString&, std::size_t position,
+       const xml_config::EntryTexts& texts) -> std::optional<xml_config::EntryTexts> {
+      const auto name = texts.find("n");
+      if (position > 9 || name == texts.end() || name->second == L"bad") return std::nullopt;
+      return xml_config::EntryTexts{
+          {"n", name->second.StartsWith(L"0") ? name->second.Mid(1) : name->second}};
+    }};
 
-const std::vector<xml_config::UnsetValue> kUnset = {{nullptr, L""}, {L"one", L"1"}};
+const xml_config::Options kRules = {.mergeRules = {{L"r", MergeKind::kByAttribute, L"ID"},
+                                                   {L"r.list", MergeKind::kAppended, nullptr},
+                                                   {L"r.whole", MergeKind::kWhole, nullptr}},
+                                    .unsetValues = {{nullptr, L""}, {L"one", L"1"}}};
+
+xml_config::Options ReadersRules() {
+  xml_config::Options rules = kRules;
+  rules.storedAs = kStoredAs;
+  return rules;
+}
 
 struct MergeRow {
   const char* what;
@@ -86,10 +105,21 @@ constexpr MergeRow kRows[] = {
      "<r><x ID=\"1\" a=\"1\"/></r>"},
     {"removed by them, changed by us", "<r><x ID='1'/></r>", "<r><x ID='1' a='1'/></r>", "<r/>",
      "<r><x ID=\"1\" a=\"1\"/></r>"},
-    {"one ID twice is one thing", "<r><x ID='1'/></r>", "<r><x ID='1'/><x ID='1' a='1'/></r>",
-     "<r><x ID='1' b='1'/></r>", "<r><x ID=\"1\"/><x ID=\"1\" a=\"1\"/></r>"},
-    {"tags twice are one thing", "<r><y><x/><x/></y></r>", "<r><y><x/><x/></y></r>",
-     "<r><y><x/><x/><x/></y></r>", "<r><y><x/><x/><x/></y></r>"},
+    {"one ID once more", "<r><x ID='1'/></r>", "<r><x ID='1'/><x ID='1' a='1'/></r>",
+     "<r><x ID='1' b='1'/></r>", "<r><x ID=\"1\" b=\"1\"/><x ID=\"1\" a=\"1\"/></r>"},
+    {"tags twice, in their order", "<r><y><x/><x/></y></r>", "<r><y><x/><x a='1'/></y></r>",
+     "<r><y><x b='1'/><x/><x/></y></r>", "<r><y><x b=\"1\"/><x a=\"1\"/><x/></y></r>"},
+    {"lists of one ID twice", "<r><x ID='1'><list/></x><x ID='1'/></r>",
+     "<r><x ID='1'><list><c n='1'/></list></x><x ID='1'/></r>",
+     "<r><x ID='1'><list><c n='2'/></list></x><x ID='1'/></r>",
+     "<r><x ID=\"1\"><list><c n=\"1\"/></list></x><x ID=\"1\"/></r>"},
+    {"tags twice of which they removed one: ours as one", "<r><y><x/><x/></y></r>",
+     "<r><y><x/><x a='1'/></y></r>", "<r><y><x/></y></r>", "<r><y><x/><x a=\"1\"/></y></r>"},
+    {"tags twice of which they removed one", "<r><y><x/><x/></y></r>", "<r><y><x/><x/></y></r>",
+     "<r><y><x/></y></r>", "<r><y><x/></y></r>"},
+    {"equal entries that both removed", "<r><list><c n='1'/><c n='1'/><c n='1'/></list></r>",
+     "<r><list><c n='1'/></list></r>", "<r><list><c n='1'/></list></r>",
+     "<r><list><c n=\"1\"/></list></r>"},
     {"entries of both, theirs came first", "<r><list><c n='0'/></list></r>",
      "<r><list><c n='0'/><c n='1'/><c n='2'/></list></r>",
      "<r><list><c n='0'/><c n='3'/></list></r>",
@@ -130,7 +160,39 @@ TEST(XmlMerge, BringsOurChangesIntoTheirs) {
     const pugi::xml_document base = Parsed(row.base), ours = Parsed(row.ours);
     const pugi::xml_document theirs = Parsed(row.theirs);
     xml_merge::Merge(base.document_element(), ours.document_element(), theirs.document_element(),
-                     {kRules, kUnset});
+                     kRules);
+    EXPECT_EQ(row.merged, xml_document::Serialise(theirs.document_element())) << row.what;
+  }
+}
+
+// What one console read and stored back, as it spells it.
+TEST(XmlMerge, TakesAnotherSpellingForNoChange) {
+  const MergeRow rows[] = {
+      {"a value", "<r a='010'/>", "<r a='10'/>", "<r a='11'/>", "<r a=\"11\"/>"},
+      {"a value that they left", "<r a='010'/>", "<r a='10' b='1'/>", "<r a='010'/>",
+       "<r a=\"010\" b=\"1\"/>"},
+      {"a value that we set", "<r a='010'/>", "<r a='12'/>", "<r a='11'/>", "<r a=\"12\"/>"},
+      {"an entry", "<r><list><c n='01' x='1'/></list></r>",
+       "<r><list><c n='1'/><c n='2'/></list></r>",
+       "<r><list><c n='01' x='1'/><c n='3'/></list></r>",
+       "<r><list><c n=\"01\" x=\"1\"/><c n=\"3\"/><c n=\"2\"/></list></r>"},
+      {"an entry that they removed", "<r><list><c n='01'/></list></r>",
+       "<r><list><c n='1'/></list></r>", "<r><list/></r>", "<r><list/></r>"},
+      {"an entry that is not taken", "<r><list><c n='bad'/><c n='1'/></list></r>",
+       "<r><list><c n='1'/></list></r>", "<r><list><c n='bad'/><c n='1'/><c n='2'/></list></r>",
+       "<r><list><c n=\"1\"/><c n=\"2\"/></list></r>"},
+      {"a whole list", "<r><whole><c n='01' x='1'><y/></c><c n='bad'/><c/></whole></r>",
+       "<r><whole><c n='1'/></whole></r>", "<r><whole><c n='2'/></whole></r>",
+       "<r><whole><c n=\"2\"/></whole></r>"},
+      {"a whole list that we changed", "<r><whole><c n='01' x='1'/><c n='bad'/></whole></r>",
+       "<r><whole><c n='3'/></whole></r>", "<r><whole><c n='2'/></whole></r>",
+       "<r><whole><c n=\"3\"/></whole></r>"},
+  };
+  for (const MergeRow& row : rows) {
+    const pugi::xml_document base = Parsed(row.base), ours = Parsed(row.ours);
+    const pugi::xml_document theirs = Parsed(row.theirs);
+    xml_merge::Merge(base.document_element(), ours.document_element(), theirs.document_element(),
+                     ReadersRules());
     EXPECT_EQ(row.merged, xml_document::Serialise(theirs.document_element())) << row.what;
   }
 }
@@ -152,8 +214,49 @@ TEST(XmlMerge, BringsBackWhatAFileThatBeganAnewLacks) {
   for (const MergeRow& row : rows) {
     const pugi::xml_document base = Parsed(row.base), ours = Parsed(row.ours);
     const pugi::xml_document theirs = Parsed(row.theirs);
-    xml_merge::Merge(base.document_element(), ours.document_element(), theirs.document_element(),
-                     {kRules, kUnset}, xml_merge::Descent::kBeganAnew);
+    xml_merge::MergeAnew({base.document_element(), ours.document_element(),
+                          theirs.document_element(), base.document_element()},
+                         kRules);
+    EXPECT_EQ(row.merged, xml_document::Serialise(theirs.document_element())) << row.what;
+  }
+}
+
+struct AnewRow {
+  const char* what;
+  const char* loaded;
+  const char* ours;
+  const char* theirs;
+  const char* merged;
+};
+
+// Saved by us before, so that `base` is `ours`; a new document begins with a="0" and an empty list.
+TEST(XmlMerge, BringsBackWhatWasSetBeforeAFileBeganAnew) {
+  const AnewRow rows[] = {
+      {"set by us", "<r a='1'/>", "<r a='2'/>", "<r a='1'/>", "<r a=\"2\"/>"},
+      {"set by us and by them", "<r a='1'/>", "<r a='2'/>", "<r a='3'/>", "<r a=\"2\"/>"},
+      {"set by them", "<r a='1'/>", "<r a='1'/>", "<r a='3'/>", "<r a=\"3\"/>"},
+      {"set before us, there as it begins", "<r a='1'/>", "<r a='1'/>", "<r a='0'/>",
+       "<r a=\"1\"/>"},
+      {"never set by us", "<r/>", "<r a=''/>", "<r a='0'/>", "<r a=\"0\"/>"},
+      {"missing there", "<r b='1'/>", "<r b='1'/>", "<r/>", "<r b=\"1\"/>"},
+      {"a list of ours", "<r><whole/></r>", "<r><whole><c n='1'/></whole></r>",
+       "<r><whole><c n='2'/></whole></r>", "<r><whole><c n=\"1\"/></whole></r>"},
+      {"a list of before us, there empty", "<r><whole><c n='1'/></whole></r>",
+       "<r><whole><c n='1'/></whole></r>", "<r><whole><c n=''/></whole></r>",
+       "<r><whole><c n=\"1\"/></whole></r>"},
+      {"a list of theirs", "<r><whole><c n='1'/></whole></r>", "<r><whole><c n='1'/></whole></r>",
+       "<r><whole><c n='2'/></whole></r>", "<r><whole><c n=\"2\"/></whole></r>"},
+      {"elements twice", "<r><x/><x a='1'/></r>", "<r><x/><x a='1'/></r>", "<r><x/></r>",
+       "<r><x/><x a=\"1\"/></r>"},
+  };
+  const pugi::xml_document starting = Parsed("<r a='0'><whole/></r>");
+  for (const AnewRow& row : rows) {
+    const pugi::xml_document loaded = Parsed(row.loaded), ours = Parsed(row.ours);
+    const pugi::xml_document theirs = Parsed(row.theirs);
+    xml_merge::MergeAnew(
+        {ours.document_element(), ours.document_element(), theirs.document_element(),
+         loaded.document_element(), starting.document_element()},
+        kRules);
     EXPECT_EQ(row.merged, xml_document::Serialise(theirs.document_element())) << row.what;
   }
 }
@@ -163,7 +266,7 @@ TEST(XmlMerge, LeavesOursAsItIsWhenTheyChangedNothing) {
     const pugi::xml_document base = Parsed(row.base), ours = Parsed(row.ours);
     const pugi::xml_document theirs = Parsed(row.base);
     xml_merge::Merge(base.document_element(), ours.document_element(), theirs.document_element(),
-                     {kRules, kUnset});
+                     kRules);
     EXPECT_EQ(xml_document::Serialise(ours.document_element()),
               xml_document::Serialise(theirs.document_element()))
         << row.what;
@@ -172,6 +275,8 @@ TEST(XmlMerge, LeavesOursAsItIsWhenTheyChangedNothing) {
 
 constexpr const wchar_t* kHistory = L"SourceData.SESSION.INSTANCE.DEFAULT.HISTORY_CMD";
 constexpr const wchar_t* kEntry = L"SourceData.SESSION.INSTANCE.DEFAULT.HISTORY_CMD.CMD";
+constexpr const wchar_t* kFavourites = L"SourceData.SESSION.INSTANCE.DEFAULT.FAVORATE_CMD";
+constexpr const wchar_t* kFavourite = L"SourceData.SESSION.INSTANCE.DEFAULT.FAVORATE_CMD.CMD";
 constexpr const wchar_t* kPopular = L"SourceData.SESSION.INSTANCE.DEFAULT.POPULAR";
 
 // Consoles on one settings file.
@@ -296,15 +401,17 @@ pid_t Spawn(const std::vector<std::string>& words) {
 
 // Another console's save after the file was lost knows less than ours had saved.
 TEST_F(TwoConsoles, GetTheirEntriesBackWhenTheFileIsLost) {
-  for (const char* lost : {"removed", "broken", "empty"}) {
+  for (const char* lost : {"removed", "broken", "empty", "removed with its lock", "all removed"}) {
     std::filesystem::remove(dir_.File("kiv.xml"));
     CXmlConfig first = Open();
     ASSERT_EQ(0u, first.Save(1));
     CXmlConfig ours = Open(), theirs = Open();
     Append(ours, L"ours");
     ASSERT_EQ(0u, ours.Save(1));
-    if (lost == std::string("removed")) {
+    if (std::string_view(lost).find("removed") != std::string_view::npos) {
       std::filesystem::remove(dir_.File("kiv.xml"));
+      if (lost != std::string("removed")) std::filesystem::remove(dir_.File("kiv.xml.lock"));
+      if (lost == std::string("all removed")) std::filesystem::remove(dir_.File("kiv.xml.bak"));
     } else {
       dir_.Write("kiv.xml", lost == std::string("broken") ? "<broken" : "");
     }
@@ -318,6 +425,58 @@ TEST_F(TwoConsoles, GetTheirEntriesBackWhenTheFileIsLost) {
     ASSERT_EQ(0u, ours.Save(1));
     EXPECT_EQ((Texts{"theirs", "more", "ours", "last"}), History(Open())) << lost;
   }
+}
+
+// Every writing call of the save that begins the file anew fails once: what it then answers is
+// true, and nothing that the other console knows is lost.
+TEST_F(TwoConsoles, GetTheirEntriesBackWhateverFailsWhenTheFileBeginsAnew) {
+  for (std::uint64_t n = 1;; ++n) {
+    for (const std::string& name : dir_.Names()) std::filesystem::remove(dir_.File(name));
+    CXmlConfig first = Open();
+    ASSERT_EQ(0u, first.Save(1));
+    CXmlConfig ours = Open(), theirs = Open();
+    Append(ours, L"ours");
+    ASSERT_EQ(0u, ours.Save(1));
+    for (const std::string& name : dir_.Names()) std::filesystem::remove(dir_.File(name));
+    Append(theirs, L"theirs");
+    os::system_calls::FailNth(n, ENOSPC);
+    const std::uint32_t answer = theirs.Save(1);
+    const bool failed = os::system_calls::Failed();
+    os::system_calls::FailNth(0, 0);
+    if (answer == 0) {
+      EXPECT_EQ(Texts{"theirs"}, History(Open())) << n;
+    }
+    ASSERT_EQ(0u, theirs.Save(1)) << n;
+    ASSERT_EQ(0u, ours.Save(1)) << n;
+    EXPECT_EQ((Texts{"theirs", "ours"}), History(Open())) << n;
+    if (!failed) break;
+    ASSERT_LT(n, 100u);
+  }
+}
+
+// Not only its history: also what it set, and what it read in a file that nobody else knows.
+TEST_F(TwoConsoles, GetTheirValuesBackWhenTheFileIsLost) {
+  CXmlConfig stale = Open();
+  ASSERT_EQ(0u, stale.Save(1));
+  {
+    CXmlConfig first = Open();
+    SetPopular(first, L"FONT_SIZE", L"17");
+    ASSERT_EQ(0u, first.Save(1));
+  }
+  CXmlConfig ours = Open();
+  SetPopular(ours, L"TITLE", L"ours");
+  ASSERT_EQ(0u, ours.AddConfigNode(L"CMD", kFavourites, L"0.0.0.0.0", 0));
+  ASSERT_EQ(0u, ours.WriteAttrValue(L"f", L"NAME", kFavourite, L"0.0.0.0.0.0"));
+  ASSERT_EQ(0u, ours.Save(1));
+  for (const std::string& name : dir_.Names()) std::filesystem::remove(dir_.File(name));
+  SetPopular(stale, L"FONT_NAME", L"Serif");
+  ASSERT_EQ(0u, stale.Save(1));
+  ASSERT_EQ(0u, ours.Save(1));
+  const CXmlConfig next = Open();
+  EXPECT_EQ(QCString(L"ours"), Popular(next, L"TITLE"));
+  EXPECT_EQ(QCString(L"17"), Popular(next, L"FONT_SIZE"));
+  EXPECT_EQ(QCString(L"Serif"), Popular(next, L"FONT_NAME"));
+  EXPECT_EQ(0u, next.GetNode(kFavourite, L"0.0.0.0.0.0"));
 }
 
 // A console that starts on a broken file takes the last good copy, which knows less, too.
