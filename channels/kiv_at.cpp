@@ -30,7 +30,7 @@ std::int32_t KivAt::HandleCommand(const wchar_t* word, const wchar_t* /*rest*/) 
 }
 
 std::int32_t KivAt::ParsePstReq(const QCString& command, std::uint32_t delay) const {
-  return SendRequest(CurrentPacketClass().atRequest, command, delay);
+  return SendRequest(&DIAG_CMD_ID_CONVERT_PACKET_ENCAPSULATION_CLASS::atRequest, command, delay);
 }
 
 std::int32_t KivAt::HandleResponse(std::uint32_t cmdId, const void* /*ignored*/,

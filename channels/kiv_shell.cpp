@@ -39,7 +39,7 @@ std::int32_t KivShell::RunRequest(const QCString& word, QCString rest, std::uint
 }
 
 std::int32_t KivShell::ParsePstReq(const QCString& text, std::uint32_t delay) const {
-  return SendRequest(CurrentPacketClass().shellRequest, text, delay);
+  return SendRequest(&DIAG_CMD_ID_CONVERT_PACKET_ENCAPSULATION_CLASS::shellRequest, text, delay);
 }
 
 std::int32_t KivShell::ParsePstRawData(const QCString& line) const {

@@ -81,7 +81,7 @@ std::int32_t TextChannel::PostTextToView(const char* text) {
     payload = PoolAllocate<char>(sizeBytes);
     if (payload == nullptr) return kChannelFailed;
     bounded::memset_s(payload.get(), sizeBytes, 0, sizeBytes);
-    bounded::memcpy_s(payload.get(), sizeBytes, text, lengthBytes);
+    if (bounded::memcpy_s(payload.get(), sizeBytes, text, lengthBytes) != 0) return kChannelFailed;
   }
   Trace([&] {
     return QCString(L"[") + name_ + L"::PostTextToView]text = " +
@@ -148,7 +148,7 @@ std::int32_t TextChannel::SendChunk(const QCString& chunk, const ChunkForm& form
   return kChannelTaken;
 }
 
-std::int32_t TextChannel::SendRequest(std::uint32_t cmdId, const QCString& text,
+std::int32_t TextChannel::SendRequest(IdOfClass id, const QCString& text,
                                       std::uint32_t delay) const {
   const PostDiagDataFn post = services_.postDiagData;
   return SendInChunks(text, {.traceName = L"ParsePstReq",
@@ -156,8 +156,8 @@ std::int32_t TextChannel::SendRequest(std::uint32_t cmdId, const QCString& text,
                              .tailBytes = 1,
                              .fillHead = &WriteLength,
                              .post = [=](const std::uint8_t* packet, std::uint32_t lengthBytes) {
-                               return post != nullptr &&
-                                      post(cmdId, packet, lengthBytes, 0, delay) == 0;
+                               return post != nullptr && post(CurrentPacketClass().*id, packet,
+                                                              lengthBytes, 0, delay) == 0;
                              }});
 }
 

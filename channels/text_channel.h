@@ -19,6 +19,7 @@
 
 #include "channels/channel_service_table.h"
 #include "channels/chunk_form.h"
+#include "channels/packet_class.h"
 #include "platform/text/qc_string.h"
 #include "svckiv/svc_kiv_message.h"
 
@@ -90,8 +91,11 @@ class TextChannel {
   std::int32_t SendInChunks(QCString text, const ChunkForm& form) const;
   // Sends the text as one chunk, whatever its length; the same pause and the same answers.
   std::int32_t SendChunk(const QCString& chunk, const ChunkForm& form) const;
-  // The request packet of AT and shell: length and text, posted under `cmdId`.
-  std::int32_t SendRequest(std::uint32_t cmdId, const QCString& text, std::uint32_t delay) const;
+  // One id of a packet class.
+  using IdOfClass = std::uint32_t DIAG_CMD_ID_CONVERT_PACKET_ENCAPSULATION_CLASS::*;
+  // The request packet of AT and shell: length and text, posted under `id` of the class that is the
+  // device's when the chunk goes out: another device may be there since the chunk before.
+  std::int32_t SendRequest(IdOfClass id, const QCString& text, std::uint32_t delay) const;
   // Shows the payload as text: 0, or -1 without memory.
   std::int32_t ShowPayload(const std::uint8_t* data, std::uint32_t lengthBytes);
   // The answer for a packet of somebody else's.

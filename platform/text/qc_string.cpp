@@ -26,7 +26,10 @@ char* QCString::UnicodeToAnsi(std::size_t* lengthBytes) const {
   const std::size_t bufferBytes = bytes.size() + 1;
   auto* buffer = static_cast<char*>(PoolMalloc(bufferBytes));
   if (buffer == nullptr) return nullptr;
-  bounded::memcpy_s(buffer, bufferBytes, bytes.c_str(), bufferBytes);
+  if (bounded::memcpy_s(buffer, bufferBytes, bytes.c_str(), bufferBytes) != 0) {
+    PoolFree(buffer);
+    return nullptr;
+  }
   if (lengthBytes != nullptr) *lengthBytes = bytes.size();
   return buffer;
 }

@@ -35,8 +35,8 @@ class KIVPLATFORM_API QCString {
   std::string ToUtf8() const;
 
   // The text in the 8-bit code page, in a zero-terminated buffer from PoolMalloc that the caller
-  // releases with PoolFree; null when the pool has none. `lengthBytes` (may be null) gets the
-  // length without the terminator.
+  // releases with PoolFree; null when the pool has none or the copy fails. `lengthBytes` (may be
+  // null) gets the length without the terminator, and is left alone after a failure.
   char* UnicodeToAnsi(std::size_t* lengthBytes = nullptr) const;
   // The reverse of UnicodeToAnsi for a zero-terminated text; null gives the empty string.
   static QCString AnsiToUnicode(const char* text);
