@@ -9,6 +9,7 @@
 #include "device/linux/board.h"
 #include "device/linux/byte_port.h"
 #include "device/linux/delayed_texts.h"
+#include "device/linux/notice.h"
 #include "kiv_version.h"
 
 typedef struct at_channel {
@@ -142,7 +143,10 @@ kiv_channel* kiv_at_channel_new(const char* place, uint32_t answer_id) {
   static const kiv_channel_calls kCalls = {take,        watch,       serve,
                                            next_due_ms, end_session, close_channel};
   at_channel* channel = calloc(1, sizeof *channel);
-  if (channel == NULL) return NULL;
+  if (channel == NULL) {
+    kiv_notice(KIV_NOTICE_ERROR, "out of memory for the AT port");
+    return NULL;
+  }
   channel->base.calls = &kCalls;
   channel->answer_id = answer_id;
   channel->has_port = place != NULL;

@@ -48,6 +48,23 @@ kiv_delayed_text* kiv_delayed_take(kiv_delayed_texts* texts, int64_t now_ms) {
   return item;
 }
 
+void kiv_delayed_drop_last(kiv_delayed_texts* texts, bool (*unwanted)(const kiv_delayed_text*)) {
+  kiv_delayed_text* kept = NULL;  // the last one that stays
+  for (kiv_delayed_text* item = texts->first; item != NULL; item = item->next) {
+    if (!unwanted(item)) kept = item;
+  }
+  kiv_delayed_text* item = kept == NULL ? texts->first : kept->next;
+  *(kept == NULL ? &texts->first : &kept->next) = NULL;
+  texts->last = kept;
+  while (item != NULL) {
+    kiv_delayed_text* next = item->next;
+    --texts->count;
+    texts->waiting_bytes -= item->text_bytes;
+    free(item);
+    item = next;
+  }
+}
+
 void kiv_delayed_clear(kiv_delayed_texts* texts) {
   const uint32_t max_waiting_bytes = texts->max_waiting_bytes;
   while (texts->first != NULL) {

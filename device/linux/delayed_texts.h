@@ -38,6 +38,8 @@ uint32_t kiv_delayed_push(kiv_delayed_texts* texts, const uint8_t* text, uint32_
 int64_t kiv_delayed_next_due_ms(const kiv_delayed_texts* texts);
 // The first text, when its time has come; else null.
 kiv_delayed_text* kiv_delayed_take(kiv_delayed_texts* texts, int64_t now_ms);
+// Drops the longest run of texts at the end that are all `unwanted`.
+void kiv_delayed_drop_last(kiv_delayed_texts* texts, bool (*unwanted)(const kiv_delayed_text*));
 void kiv_delayed_clear(kiv_delayed_texts* texts);
 
 #ifdef __cplusplus

@@ -10,6 +10,7 @@
 #include "device/linux/byte_port.h"
 #include "device/linux/delayed_texts.h"
 #include "device/linux/hci_packet.h"
+#include "device/linux/notice.h"
 
 enum { kLineBytes = 3 * KIV_HCI_MAX_SENT_BYTES + KIV_CHANNEL_MAX_TEXT_BYTES };
 enum { kFrameMark = 0x10, kFrameHeadBytes = 6, kBeyondText = 9 };
@@ -218,7 +219,10 @@ kiv_channel* kiv_hci_channel_new(const char* place, uint32_t answer_id) {
   static const kiv_channel_calls kCalls = {take,        watch,       serve,
                                            next_due_ms, end_session, close_channel};
   hci_channel* channel = calloc(1, sizeof *channel);
-  if (channel == NULL) return NULL;
+  if (channel == NULL) {
+    kiv_notice(KIV_NOTICE_ERROR, "out of memory for the HCI port");
+    return NULL;
+  }
   channel->base.calls = &kCalls;
   channel->answer_id = answer_id;
   forget_line(channel);

@@ -1,6 +1,7 @@
 #include "device/linux/process_tree.h"
 
 #include <dirent.h>
+#include <errno.h>
 #include <inttypes.h>
 #include <signal.h>
 #include <stdio.h>
@@ -18,6 +19,7 @@ typedef struct walk {
   uint32_t count;
   uint32_t limit;
   bool kill;
+  bool unsure;  // somebody's children could not be listed now
 } walk;
 
 static FILE* open_children(pid_t pid) {
@@ -36,8 +38,13 @@ static bool is_stranger(const kiv_process_tree* tree, pid_t pid) {
 
 // Parents before their children: a killed parent starts no more.
 static void visit(walk* all, pid_t parent, int depth) {
-  FILE* children = depth > kMaxDepth ? NULL : open_children(parent);
-  if (children == NULL) return;
+  if (depth > kMaxDepth) return;
+  FILE* children = open_children(parent);
+  if (children == NULL) {
+    // Without memory or descriptors there may be some all the same.
+    if (errno == ENOMEM || errno == EMFILE || errno == ENFILE) all->unsure = true;
+    return;
+  }
   intmax_t pid = 0;
   // NOLINTNEXTLINE(cert-err34-c): the kernel writes numbers that fit
   while (all->count <= all->limit && fscanf(children, "%" SCNdMAX, &pid) == 1) {
@@ -65,15 +72,15 @@ void kiv_tree_init(kiv_process_tree* tree) {
 }
 
 uint32_t kiv_tree_count(const kiv_process_tree* tree, uint32_t limit) {
-  walk all = {tree, 0, limit, false};
+  walk all = {tree, 0, limit, false, false};
   visit(&all, getpid(), 0);
   return all.count;
 }
 
 bool kiv_tree_kill(const kiv_process_tree* tree) {
-  walk all = {tree, 0, UINT32_MAX - 1, true};
+  walk all = {tree, 0, UINT32_MAX - 1, true, false};
   visit(&all, getpid(), 0);
-  return all.count > 0;
+  return all.count > 0 || all.unsure;
 }
 
 uint32_t kiv_tree_tasks_of_user(void) {

@@ -28,7 +28,7 @@ typedef struct kiv_process_tree {
 void kiv_tree_init(kiv_process_tree* tree);
 // How many processes there are, without strangers and the agent; counts to `limit` + 1 at most.
 uint32_t kiv_tree_count(const kiv_process_tree* tree, uint32_t limit);
-// Kills them all and reaps those that are dead; says whether any is left.
+// Kills them all and reaps those that are dead; says whether any is left, or may be.
 bool kiv_tree_kill(const kiv_process_tree* tree);
 // Threads of all processes of this user: what RLIMIT_NPROC counts.
 uint32_t kiv_tree_tasks_of_user(void);

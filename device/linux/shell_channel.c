@@ -29,6 +29,10 @@ typedef struct shell_channel {
   uint32_t line_bytes;
   bool line_too_long;
   int64_t join_until_ms;  // -1: no piece waits for another
+  int64_t open_until_ms;  // -1: the piece that came last ended its line
+  int64_t skip_until_ms;  // -1: what comes does not belong to a line that was refused
+  uint32_t skip_result;
+  bool dropped;  // pieces that had been taken, which the host is to be told
   shell_state state;
   bool silent;  // the session is over, nobody waits for the end
   kiv_shell_command command;
@@ -59,18 +63,6 @@ __attribute__((format(printf, 2, 3))) static void tell(shell_channel* shell, con
   answer(shell, text, (uint32_t)length < room ? (uint32_t)length : room);
 }
 
-static uint32_t take(kiv_channel* self, uint32_t answer_id, const uint8_t* text,
-                     uint32_t text_bytes, uint32_t delay_ms) {
-  shell_channel* shell = (shell_channel*)self;
-  const uint32_t waiting_bytes = shell->pieces.waiting_bytes + shell->lines.waiting_bytes;
-  if (shell->pieces.count + shell->lines.count >= KIV_CHANNEL_MAX_WAITING_TEXTS ||
-      waiting_bytes + text_bytes > KIV_CHANNEL_MAX_WAITING_BYTES) {
-    return KIV_RESULT_BUSY;
-  }
-  shell->answer_id = answer_id;
-  return kiv_delayed_push(&shell->pieces, text, text_bytes, delay_ms, kiv_board_now_ms());
-}
-
 // Counted in UTF-8 both ways that hosts count, and in bytes for a line that is not UTF-8.
 static bool is_full_piece(const uint8_t* text, uint32_t text_bytes) {
   if (text_bytes == KIV_SHELL_PIECE_CHARS) return text[text_bytes - 1] != '\n';
@@ -83,6 +75,57 @@ static bool is_full_piece(const uint8_t* text, uint32_t text_bytes) {
   }
   return (points == KIV_SHELL_PIECE_CHARS || units == KIV_SHELL_PIECE_CHARS) &&
          text[text_bytes - 1] != '\n';
+}
+
+static uint32_t push_piece(shell_channel* shell, const uint8_t* text, uint32_t text_bytes,
+                           uint32_t delay_ms, int64_t now_ms) {
+  const uint32_t waiting_bytes = shell->pieces.waiting_bytes + shell->lines.waiting_bytes;
+  if (shell->pieces.count + shell->lines.count >= KIV_CHANNEL_MAX_WAITING_TEXTS ||
+      waiting_bytes + text_bytes > KIV_CHANNEL_MAX_WAITING_BYTES) {
+    return KIV_RESULT_BUSY;
+  }
+  return kiv_delayed_push(&shell->pieces, text, text_bytes, delay_ms, now_ms);
+}
+
+static bool is_full_item(const kiv_delayed_text* piece) {
+  return is_full_piece(piece->text, piece->text_bytes);
+}
+
+static void forget_line(shell_channel* shell) {
+  shell->line_bytes = 0;
+  shell->line_too_long = false;
+  shell->join_until_ms = -1;
+}
+
+// The line whose pieces came last does not run.
+static void drop_open_line(shell_channel* shell) {
+  kiv_delayed_drop_last(&shell->pieces, is_full_item);
+  // Nothing before it waits: what is being joined is its beginning.
+  if (shell->pieces.first == NULL) forget_line(shell);
+  shell->dropped = true;
+}
+
+// A line runs whole or not at all: with one piece refused, so are those behind it, and those before
+// it are dropped, which the host is told.
+static uint32_t take(kiv_channel* self, uint32_t answer_id, const uint8_t* text,
+                     uint32_t text_bytes, uint32_t delay_ms) {
+  shell_channel* shell = (shell_channel*)self;
+  const int64_t now_ms = kiv_board_now_ms();
+  const int64_t more_until_ms = is_full_piece(text, text_bytes) ? now_ms + KIV_SHELL_JOIN_MS : -1;
+  uint32_t result = shell->skip_result;
+  if (now_ms > shell->skip_until_ms) {
+    result = push_piece(shell, text, text_bytes, delay_ms, now_ms);
+    if (result == KIV_RESULT_OK) {
+      shell->answer_id = answer_id;
+      shell->open_until_ms = more_until_ms;
+      return result;
+    }
+    if (now_ms <= shell->open_until_ms) drop_open_line(shell);
+  }
+  shell->open_until_ms = -1;
+  shell->skip_until_ms = more_until_ms;
+  shell->skip_result = result;
+  return result;
 }
 
 static void append(shell_channel* shell, const uint8_t* text, uint32_t text_bytes) {
@@ -111,9 +154,7 @@ static void finish_line(shell_channel* shell, int64_t now_ms) {
     tell(shell, "%s", why);
     answer(shell, NULL, 0);
   }
-  shell->line_bytes = 0;
-  shell->line_too_long = false;
-  shell->join_until_ms = -1;
+  forget_line(shell);
 }
 
 static void join_pieces(shell_channel* shell, int64_t now_ms) {
@@ -242,6 +283,11 @@ static void end_slowly(shell_channel* shell) {
 static void serve(kiv_channel* self, const struct pollfd* entries, int64_t now_ms) {
   (void)entries;
   shell_channel* shell = (shell_channel*)self;
+  if (shell->dropped) {
+    shell->dropped = false;
+    tell(shell, "kivagent: a part of the line was refused, it does not run\n");
+    answer(shell, NULL, 0);
+  }
   join_pieces(shell, now_ms);
   if (shell->state == SHELL_IDLE && has_room(shell)) start_next(shell, now_ms);
   if (shell->state == SHELL_RUNS) run(shell, now_ms);
@@ -275,9 +321,10 @@ static void end_session(kiv_channel* self) {
   shell_channel* shell = (shell_channel*)self;
   kiv_delayed_clear(&shell->pieces);
   kiv_delayed_clear(&shell->lines);
-  shell->line_bytes = 0;
-  shell->line_too_long = false;
-  shell->join_until_ms = -1;
+  forget_line(shell);
+  shell->open_until_ms = -1;
+  shell->skip_until_ms = -1;
+  shell->dropped = false;
   if (shell->state == SHELL_IDLE) return;
   shell->silent = true;
   shell->state = SHELL_ENDS;
@@ -313,6 +360,8 @@ kiv_channel* kiv_shell_channel_new(const kiv_shell_options* options) {
   shell->base.calls = &kCalls;
   shell->options = options;
   shell->join_until_ms = -1;
+  shell->open_until_ms = -1;
+  shell->skip_until_ms = -1;
   shell->command.terminal = -1;
   kiv_tree_init(&shell->tree);
   return &shell->base;

@@ -5,7 +5,7 @@
 //
 // A host cuts a line into pieces of 400 characters and nothing marks the last one. So a piece of
 // exactly 400 characters without a line end is followed by more; when nothing has come for
-// KIV_SHELL_JOIN_MS the line is taken as it is.
+// KIV_SHELL_JOIN_MS the line is taken as it is. A line of which a piece is refused does not run.
 //
 // Threads: one, the agent's.
 // Owns or borrows: owns its commands; borrows the options.

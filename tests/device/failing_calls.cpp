@@ -1,9 +1,11 @@
 #include "tests/device/failing_calls.h"
 
+#include <dirent.h>
 #include <sys/types.h>
 
 #include <cerrno>
 #include <cstddef>
+#include <cstdio>
 
 namespace kivtest {
 namespace {
@@ -11,6 +13,7 @@ namespace {
 int leftAllocations = 0;  // 0: none fails
 int leftFileCalls = 0;
 bool happened = false;
+int live = 0;
 
 bool IsTheOne(int* left) {
   if (*left == 0 || --*left > 0) return false;
@@ -24,7 +27,20 @@ bool FileCallFails() {
   return true;
 }
 
+bool AllocationFails() {
+  if (!IsTheOne(&leftAllocations)) return false;
+  errno = ENOMEM;
+  return true;
+}
+
+void* Counted(void* block) {
+  if (block != nullptr) ++live;
+  return block;
+}
+
 }  // namespace
+
+int LiveAllocations() { return live; }
 
 FailingCall::FailingCall(Kind kind, int nth) {
   happened = false;
@@ -44,17 +60,33 @@ extern "C" {
 
 void* __real_malloc(size_t bytes);
 void* __real_calloc(size_t count, size_t bytes);
+void __real_free(void* block);
+FILE* __real_fopen(const char* path, const char* mode);
+DIR* __real_opendir(const char* path);
 ssize_t __real_read(int file, void* bytes, size_t length);
 ssize_t __real_write(int file, const void* bytes, size_t length);
 int __real_fsync(int file);
 int __real_renameat(int fromFolder, const char* from, int toFolder, const char* to);
 
 void* __wrap_malloc(size_t bytes) {
-  return kivtest::IsTheOne(&kivtest::leftAllocations) ? nullptr : __real_malloc(bytes);
+  return kivtest::AllocationFails() ? nullptr : kivtest::Counted(__real_malloc(bytes));
 }
 
 void* __wrap_calloc(size_t count, size_t bytes) {
-  return kivtest::IsTheOne(&kivtest::leftAllocations) ? nullptr : __real_calloc(count, bytes);
+  return kivtest::AllocationFails() ? nullptr : kivtest::Counted(__real_calloc(count, bytes));
+}
+
+void __wrap_free(void* block) {
+  if (block != nullptr) --kivtest::live;
+  __real_free(block);
+}
+
+FILE* __wrap_fopen(const char* path, const char* mode) {
+  return kivtest::AllocationFails() ? nullptr : __real_fopen(path, mode);
+}
+
+DIR* __wrap_opendir(const char* path) {
+  return kivtest::AllocationFails() ? nullptr : __real_opendir(path);
 }
 
 ssize_t __wrap_read(int file, void* bytes, size_t length) {

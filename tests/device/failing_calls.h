@@ -1,5 +1,6 @@
-// Makes the n-th call of the agent's library to malloc, calloc, read, write, fsync or renameat
-// fail. The test program is linked so that calls out of static libraries pass here.
+// Makes the n-th call of the agent's library to malloc, calloc, fopen, opendir, read, write, fsync
+// or renameat fail, and counts what it has allocated and not freed. The test program is linked so
+// that calls out of static libraries pass here.
 //
 // Threads: one. Owns or borrows: nothing. Errors: the failing call answers ENOMEM or EIO.
 #ifndef TESTS_DEVICE_FAILING_CALLS_H_
@@ -10,6 +11,7 @@ namespace kivtest {
 // While it lives, the `nth` call (1 is the first) of the kind fails, and no other.
 class FailingCall {
  public:
+  // fopen and opendir are allocations: both want memory of their own.
   enum class Kind { kAllocation, kFile };
   FailingCall(Kind kind, int nth);
   ~FailingCall();
@@ -19,6 +21,9 @@ class FailingCall {
   // Whether there were so many calls that one failed.
   bool Happened() const;
 };
+
+// Blocks of malloc and calloc that were not freed.
+int LiveAllocations();
 
 }  // namespace kivtest
 
