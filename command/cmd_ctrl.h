@@ -188,6 +188,7 @@ class CmdCtrl : public QObject, public SvcKivClass::ReplyHandlers {
   QTimer* periodTimer_ = nullptr;  // a child of this object
   SvcKivClass::FlashLoad load_;
   SvcKivClass::AwaitedConfirmation awaited_;  // of the newest chunk
+  std::atomic<bool> linkWasLost_{false};      // told on another thread, and not taken up yet
   QCString loadFailure_;                      // the log line of the last chunk that failed
   SvcKivClass::ServiceContext& context_;
 };

@@ -30,10 +30,9 @@ constexpr std::int32_t kNoStatus = -1;  // log lines whose failure has no status
 constexpr wchar_t kOpeningFunction[] = L"CmdCtrl::InterpretLoadFlashCmdParam()";
 constexpr wchar_t kChunkFunction[] = L"CmdCtrl::ProcessLoadToFlashCmd()";
 
-// What wakes this object's thread. Nothing stands in the events: what they are about is where both
-// threads reach it without a lock.
-constexpr auto kChunkConfirmed = static_cast<QEvent::Type>(QEvent::User + 1);
-constexpr auto kLinkLost = static_cast<QEvent::Type>(QEvent::User + 2);
+// Wakes this object's thread. Nothing stands in the event, and nobody looks at it: what it is about
+// is in the atomics that both threads reach.
+constexpr auto kWake = static_cast<QEvent::Type>(QEvent::User + 1);
 
 // Index, count and bytes are the first three fields. A last chunk that is shorter than its field
 // leaves zeros behind it.
@@ -162,7 +161,8 @@ void CmdCtrl::EndLoad() noexcept {
 
 void CmdCtrl::EndLoadOfLostLink() noexcept try {
   if (QThread::currentThread() != thread()) {
-    QCoreApplication::postEvent(this, new QEvent(kLinkLost));
+    linkWasLost_.store(true, std::memory_order_release);
+    QCoreApplication::postEvent(this, new QEvent(kWake));
     return;
   }
   if (!load_.IsOpen()) return;
@@ -175,15 +175,15 @@ void CmdCtrl::EndLoadOfLostLink() noexcept try {
 void CmdCtrl::NoticeConfirmation(std::uint32_t cmdId, std::uint16_t tag,
                                  std::uint32_t resultCode) noexcept try {
   if (!awaited_.IsAwaited(cmdId, tag)) return;
-  auto wake = std::make_unique<QEvent>(kChunkConfirmed);
+  auto wake = std::make_unique<QEvent>(kWake);
   if (awaited_.Note(cmdId, tag, resultCode)) QCoreApplication::postEvent(this, wake.release());
 } catch (const std::bad_alloc&) {
   // As if it had been lost on the way: the line, typed again, sends the chunk again.
 }
 
-void CmdCtrl::customEvent(QEvent* event) try {
-  if (event->type() == kChunkConfirmed) ContinueLoad();
-  if (event->type() == kLinkLost) EndLoadOfLostLink();
+void CmdCtrl::customEvent(QEvent* /*event*/) try {
+  if (linkWasLost_.exchange(false, std::memory_order_acq_rel)) EndLoadOfLostLink();
+  ContinueLoad();
 } catch (const std::bad_alloc&) {
   EndLoad();
   wchar_t text[] = L"\n*** Not enough memory!\n";
