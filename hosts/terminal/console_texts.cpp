@@ -1,10 +1,26 @@
 #include "hosts/terminal/console_texts.h"
 
 #include "hosts/terminal/line_source.h"
+#include "hosts/terminal/long_word.h"
 #include "platform/base/result_codes.h"
 #include "platform/text/shown_text.h"
 
 namespace kiv {
+namespace {
+
+// Of a line or word that was typed; what is longer would push the notice's own words off the
+// screen.
+constexpr std::size_t kQuotedBytes = 160;
+
+// UTF-8, never cut inside a character.
+std::string Quoted(const std::string& typed) {
+  if (typed.size() <= kQuotedBytes) return "'" + typed + "'";
+  std::size_t end = kQuotedBytes;
+  while (end > 0 && (static_cast<unsigned char>(typed[end]) & 0xC0) == 0x80) --end;
+  return "'" + typed.substr(0, end) + "...'";
+}
+
+}  // namespace
 
 const char kPrompt[] = "kiv> ";
 
@@ -29,23 +45,29 @@ std::string UnreadableText(const std::string& name, const std::string& reason) {
 }
 
 std::string NoAnswerText(const std::string& line, std::uint32_t waitMs) {
-  return "kiv: no answer to '" + line + "' within " + std::to_string(waitMs) + " ms\n";
+  return "kiv: no answer to " + Quoted(line) + " within " + std::to_string(waitMs) + " ms\n";
 }
 
 std::string LineNotConnectedText(const std::string& line) {
-  return "kiv: not connected; '" + line + "' was not sent\n";
+  return "kiv: not connected; " + Quoted(line) + " was not sent\n";
 }
 
 std::string RefusedText(const std::string& line, std::uint32_t result) {
-  return "kiv: the device refused '" + line + "': " + ShownText(result::Text(result).view()) + "\n";
+  return "kiv: the device refused " + Quoted(line) + ": " + ShownText(result::Text(result).view()) +
+         "\n";
 }
 
 std::string NothingSentText(const std::string& line) {
-  return "kiv: nothing was sent for '" + line + "'\n";
+  return "kiv: nothing was sent for " + Quoted(line) + "\n";
+}
+
+std::string RestLostText(const std::string& line) {
+  return "kiv: the first word of " + Quoted(line) + " has more than " +
+         std::to_string(kLongestWordChars) + " characters; what stands behind it was not sent\n";
 }
 
 std::string LinkLostText(const std::string& line) {
-  return "kiv: the link was lost before '" + line + "' was answered\n";
+  return "kiv: the link was lost before " + Quoted(line) + " was answered\n";
 }
 
 std::string LineTooLongText(std::size_t number) {
@@ -65,11 +87,11 @@ std::string SettingsNotSavedText() {
 std::string SettingsNoticeText(const std::string& notice) { return "kiv: " + notice + "\n"; }
 
 std::string UnknownWordText(const std::string& word) {
-  return "kiv: '" + word + "' is none of the console's own words; :help lists them\n";
+  return "kiv: " + Quoted(word) + " is none of the console's own words; :help lists them\n";
 }
 
 std::string NoArgumentsText(const std::string& word) {
-  return "kiv: '" + word + "' takes no arguments\n";
+  return "kiv: " + Quoted(word) + " takes no arguments\n";
 }
 
 }  // namespace kiv

@@ -23,6 +23,8 @@ std::string LineNotConnectedText(const std::string& line);
 // The confirmation of a text channel's post, which the module swallows.
 std::string RefusedText(const std::string& line, std::uint32_t result);
 std::string NothingSentText(const std::string& line);
+// A text channel sent the line's first word alone, because it is too long a word.
+std::string RestLostText(const std::string& line);
 std::string LinkLostText(const std::string& line);
 std::string LineTooLongText(std::size_t number);
 // A catalogue that gave no commands, with the status of the attempt to read it.

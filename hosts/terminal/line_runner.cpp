@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "hosts/terminal/console_texts.h"
+#include "hosts/terminal/long_word.h"
 #include "platform/text/shown_text.h"
 
 namespace kiv {
@@ -22,6 +23,7 @@ bool LineRunner::Ask(FacadeThread::Question question, ViewEvent& reply) {
 
 int LineRunner::Run(std::wstring line) {
   const std::string shown = ShownText(line);
+  const bool isRestLost = IsRestLost(line);
   const std::uint64_t number = ++number_;
   pump_.ShowAll();
   pump_.ForgetAnswered();
@@ -31,7 +33,12 @@ int LineRunner::Run(std::wstring line) {
   if (!pump_.WaitForReply(number, reply)) return kInterrupted;
   display_.Reply(reply.text);
   pump_.ShowAll();
-  if (reply.takenByChannel) return ChannelStatus(reply, shown);
+  if (reply.takenByChannel) {
+    const bool isCut = isRestLost && reply.channelPosted;
+    if (isCut) display_.Notice(RestLostText(shown));
+    const int status = ChannelStatus(reply, shown);
+    return status == kDone && isCut ? kCommandFailed : status;
+  }
   if (reply.posts > 0) return WaitForAnswer(std::move(reply), shown);
   if (reply.text.empty() || reply.isHelp) return kDone;
   return reply.linkDown && reply.isCommand ? kNotConnected : kCommandFailed;

@@ -293,6 +293,26 @@ class ChannelLines(BenchCase):
         self.assertEqual(result.status, 1, result)
         self.assertIn("kiv: nothing was sent for 'sh'\n", result.err)
 
+    def test_a_first_word_beyond_eighty_characters_is_told_to_go_alone(self):
+        word = "/opt/" + "w" * 76
+        notice = (f"kiv: the first word of '{word} --dry-run now' has more than 80 characters; what stands "
+                  "behind it was not sent\n")
+        for versions, sent in (((248, 38), (frames.RAW, 0, word.encode() + b"\r\n")),
+                               ((246, 0), (frames.SDT, HCI, b"\x10\0\x5a\0\0\0" + word.encode()))):
+            with self.subTest(versions=versions):
+                device = self.device(versions=versions)
+                got, result = self.run_on(device, "-c", f"{word} --dry-run now")
+                self.assertEqual(got, [sent], result)
+                self.assertEqual(result.status, 1, result)
+                self.assertEqual(result.err.count(notice), 1, result)
+                device.received.clear()
+                for whole in (word, "/opt/" + "w" * 75 + " --dry-run", "at" + "w" * 90 + " --dry-run"):
+                    _, result = self.run_on(device, "-c", whole)
+                    self.assertEqual(result.status, 0, result)
+                    self.assertNotIn("first word", result.err)
+                device.close()
+                (self.folder / "device").unlink()
+
     def test_a_test_case_is_done_at_its_result(self):
         cases = self.cases()
         for last, status in ((b"result: pass", 0), (b"result: fail", 1)):
