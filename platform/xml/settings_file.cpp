@@ -162,7 +162,7 @@ int SettingsFile::Save(const pugi::xml_document& document) {
 
 int SettingsFile::TrySave(const pugi::xml_document& document) {
   const std::string view = xml_document::Serialise(document);
-  if (options_.openAs != OpenAs::kOwn) return Write(view, view);
+  if (options_.openAs != OpenAs::kOwn) return Write(view, view).error;
   if (IsSavedAlready(view)) return 0;
   os::FileLock lock;
   int error = lock.Acquire(LockPath(), options_.lockWaitMs);
@@ -185,7 +185,8 @@ int SettingsFile::SaveOwn(const pugi::xml_document& document, const std::string&
   StoredDocument theirs;
   bool isTheFile = true;
   if (const int error = ReadTheirs(theirs, isTheFile)) return error;
-  const bool goesOn = lock.Mark() == begun_;
+  const std::string mark = lock.Mark();
+  const bool goesOn = !mark.empty() && mark == begun_;
   const std::string merged = Merged(document, view, theirs, goesOn);
   if (isTheFile && merged == theirs.bytes && !mustWrite_) {
     NoteSaved(merged, view);
@@ -204,13 +205,13 @@ int SettingsFile::SaveOwn(const pugi::xml_document& document, const std::string&
   if (isTheFile && theirs.kind == Kind::kSound && merged != theirs.bytes) {
     copy.Prepare(path_, CopyPath());
   }
-  const int error = Write(merged, view);
-  if (error == 0) {
-    copy.Keep();
+  const Written written = Write(merged, view);
+  if (written.error == 0) copy.Keep();
+  if (written.isThere) {
     copy_ = CopyStamp();
     begun_ = lock.Mark();
   }
-  return error;
+  return written.error;
 }
 
 int SettingsFile::ReadTheirs(StoredDocument& theirs, bool& isTheFile) {
@@ -239,7 +240,6 @@ StoredDocument SettingsFile::NewestKnown() {
 std::string SettingsFile::Merged(const pugi::xml_document& ours, const std::string& view,
                                  StoredDocument& theirs, bool goesOn) {
   if (theirs.kind == Kind::kMissing) return view;
-  if (!triedFile_.empty() && theirs.bytes == triedFile_) NoteSaved(triedFile_, triedView_);
   if (view == savedView_ && goesOn) return theirs.bytes;
   if (fileIsView_ && theirs.bytes == savedFile_) return view;
   if (goesOn) {
@@ -278,28 +278,29 @@ pugi::xml_document SettingsFile::ParsedOwn(const std::string& text) const {
   return document;
 }
 
-int SettingsFile::Write(const std::string& content, const std::string& view) {
-  if (content.size() > xml_document::kMaxBytes) return EFBIG;
+SettingsFile::Written SettingsFile::Write(const std::string& content, const std::string& view) {
+  if (content.size() > xml_document::kMaxBytes) return {EFBIG, false};
   // What the next start would set aside is not written (a thousand attributes and one, say).
-  if (well_formed::FindFault(content)) return EILSEQ;
-  if (const int error = os::WriteFileSafely(path_, content, Rights())) {
-    triedFile_ = content;
-    triedView_ = view;
-    mustWrite_ = true;
-    return error;
+  if (well_formed::FindFault(content)) return {EILSEQ, false};
+  const int error = os::WriteFileSafely(path_, content, Rights());
+  mustWrite_ = error != 0;
+  // It may have come about nevertheless (the sync of the directory failed); then it must not be
+  // brought in once more when others have saved on top of it.
+  std::string now;
+  const bool isThere =
+      error == 0 ||
+      (os::ReadRegularFile(path_, xml_document::kMaxBytes, now) == 0 && now == content);
+  if (isThere) {
+    hadFile_ = true;
+    NoteSaved(content, view);
   }
-  mustWrite_ = false;
-  hadFile_ = true;
-  NoteSaved(content, view);
-  return 0;
+  return {error, isThere};
 }
 
 void SettingsFile::NoteSaved(std::string file, std::string view) {
   fileIsView_ = file == view || (fileIsView_ && file == savedFile_ && view == savedView_);
   savedFile_ = std::move(file);
   savedView_ = std::move(view);
-  triedFile_.clear();
-  triedView_.clear();
   copy_ = CopyStamp();
 }
 

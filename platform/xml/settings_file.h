@@ -56,7 +56,12 @@ class SettingsFile {
   void MergeGoingOn(const pugi::xml_document& ours, StoredDocument& theirs);
   void MergeAnew(const pugi::xml_document& ours, StoredDocument& theirs);
   pugi::xml_document ParsedOwn(const std::string& text) const;
-  int Write(const std::string& content, const std::string& view);
+  // What became of writing: the file may have the content also after an error.
+  struct Written {
+    int error;
+    bool isThere;
+  };
+  Written Write(const std::string& content, const std::string& view);
   void NoteSaved(std::string file, std::string view);
   os::FileStamp CopyStamp() const;
 
@@ -92,7 +97,4 @@ class SettingsFile {
   // The lock's mark then (os::FileLock). When it is another one the file began anew since: what it
   // lacks was not removed, it was lost.
   std::string begun_;
-
-  // What a save tried to write that failed: it may have come about nevertheless.
-  std::string triedFile_, triedView_;
 };

@@ -9,7 +9,10 @@
 #include <algorithm>
 #include <cerrno>
 #include <filesystem>
+#include <memory>
 #include <optional>
+#include <random>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -451,6 +454,64 @@ TEST_F(TwoConsoles, GetTheirEntriesBackWhateverFailsWhenTheFileBeginsAnew) {
     EXPECT_EQ((Texts{"theirs", "ours"}), History(Open())) << n;
     if (!failed) break;
     ASSERT_LT(n, 100u);
+  }
+}
+
+// Three consoles save in any order while somebody removes, empties and breaks the files between.
+// What any of them has added and holds is there in the end, each once.
+TEST_F(TwoConsoles, LoseNothingWhateverBecomesOfTheFiles) {
+  std::mt19937 random(11);
+  for (std::int64_t round = kivtest::SweepCount(300); round > 0; --round) {
+    for (const std::string& name : dir_.Names()) std::filesystem::remove(dir_.File(name));
+    std::vector<std::unique_ptr<CXmlConfig>> consoles;
+    std::multiset<std::string> added;
+    std::string story;
+    for (int i = 0; i < 3; ++i) {
+      consoles.push_back(std::make_unique<CXmlConfig>(path_, kivtest::SettingsOptions()));
+      if (random() % 2 == 0) {
+        ASSERT_EQ(0u, consoles.back()->Save(1));
+      }
+    }
+    const auto save = [&](std::size_t who) {
+      story += " save" + std::to_string(who);
+      ASSERT_EQ(0u, consoles[who]->Save(1));
+    };
+    for (int step = 0; step < 14; ++step) {
+      const std::size_t who = random() % consoles.size();
+      const char* const names[] = {"kiv.xml", "kiv.xml.bak", "kiv.xml.lock"};
+      const std::string file = names[random() % 3];
+      switch (random() % 8) {
+        case 0:
+          story += " remove:" + file;
+          std::filesystem::remove(dir_.File(file));
+          break;
+        case 1:
+          story += " break:" + file;
+          if (file != "kiv.xml.lock") dir_.Write(file, random() % 2 == 0 ? "" : "<broken");
+          break;
+        case 2:
+          os::system_calls::FailNth(1 + random() % 14, EIO);
+          story += " fail" + std::to_string(who) + "=" + std::to_string(consoles[who]->Save(1));
+          os::system_calls::FailNth(0, 0);
+          break;
+        case 3:
+        case 4:
+          save(who);
+          break;
+        default: {
+          const std::string entry = std::to_string(who) + "-" + std::to_string(step);
+          story += " add" + entry;
+          Append(*consoles[who], QCString::FromUtf8(entry));
+          added.insert(entry);
+          if (random() % 2 == 0) save(who);
+        }
+      }
+    }
+    for (int twice = 0; twice < 2; ++twice) {
+      for (std::size_t who = 0; who < consoles.size(); ++who) save(who);
+    }
+    const Texts history = History(Open());
+    ASSERT_EQ(added, std::multiset<std::string>(history.begin(), history.end())) << story;
   }
 }
 
