@@ -5,8 +5,8 @@
 // 0). Positions that are missing at the end of an instance path count as 0, so "0.2.0" with
 // "SourceData.SESSION.INSTANCE.DEFAULT.COLOR.GENERAL" is the first COLOR's first GENERAL.
 //
-// Every wchar_t text without NUL comes back as it went in (docs/settings.md says how a text stands in
-// the file). Positions far into a list cost the same as near ones when they are walked in order.
+// Every wchar_t text without NUL comes back as it went in (docs/settings.md says how a text stands
+// in the file). Positions far into a list cost the same as near ones when they are walked in order.
 //
 // The file: read once at construction (at most 16 MiB, 64 levels, no document type), replaced as
 // one by Save under a lock. Several processes may have the same file open: Save reads it again and

@@ -1,5 +1,5 @@
-// The time that this process has used of the processor: a limit on it holds on a machine where others
-// work too. What hangs without using any is caught by the test's own time-out.
+// The time that this process has used of the processor: a limit on it holds on a machine where
+// others work too. What hangs without using any is caught by the test's own time-out.
 //
 // Threads: any; all of the process count. Owns nothing. Errors: none.
 #ifndef TESTS_SUPPORT_PROCESSOR_TIME_H_
