@@ -11,6 +11,7 @@
 #include "device/linux/delayed_texts.h"
 #include "device/linux/hci_packet.h"
 #include "device/linux/notice.h"
+#include "device/linux/text_piece.h"
 
 enum { kLineBytes = 3 * KIV_HCI_MAX_SENT_BYTES + KIV_CHANNEL_MAX_TEXT_BYTES };
 enum { kFrameMark = 0x10, kFrameHeadBytes = 6, kBeyondText = 9 };
@@ -22,6 +23,7 @@ typedef struct hci_channel {
   kiv_delayed_texts texts;
   uint8_t line[kLineBytes];  // pieces of a line that is not whole yet
   uint32_t line_bytes;
+  bool line_too_long;
   int64_t give_up_ms;  // when no further piece is expected; -1 without a line
   kiv_hci_stream stream;
   uint8_t text[3 * KIV_HCI_MAX_PACKET_BYTES];
@@ -87,6 +89,7 @@ static int watch(kiv_channel* self, struct pollfd* entries, int max) {
 
 static void forget_line(hci_channel* channel) {
   channel->line_bytes = 0;
+  channel->line_too_long = false;
   channel->give_up_ms = -1;
 }
 
@@ -112,8 +115,10 @@ static void refuse(const hci_channel* channel, kiv_hci_verdict verdict) {
 static void send_line(hci_channel* channel) {
   uint8_t packet[KIV_HCI_MAX_SENT_BYTES];
   uint32_t packet_bytes = 0;
-  const kiv_hci_verdict verdict =
-      kiv_hci_of_text(channel->line, channel->line_bytes, packet, &packet_bytes);
+  kiv_hci_verdict verdict = KIV_HCI_LONG;
+  if (!channel->line_too_long) {
+    verdict = kiv_hci_of_text(channel->line, channel->line_bytes, packet, &packet_bytes);
+  }
   forget_line(channel);
   if (verdict != KIV_HCI_GOOD) {
     refuse(channel, verdict);
@@ -122,38 +127,38 @@ static void send_line(hci_channel* channel) {
   }
 }
 
-// Whether the line is the beginning of a packet, perhaps cut between two digits.
-static bool is_beginning(const hci_channel* channel) {
-  uint8_t packet[KIV_HCI_MAX_SENT_BYTES];
-  uint32_t packet_bytes = 0;
-  for (uint32_t cut = 0; cut < 2 && cut <= channel->line_bytes; ++cut) {
-    if (kiv_hci_of_text(channel->line, channel->line_bytes - cut, packet, &packet_bytes) ==
-        KIV_HCI_SHORT) {
-      return true;
-    }
+static void append(hci_channel* channel, const kiv_delayed_text* piece) {
+  if (piece->text_bytes > kLineBytes - channel->line_bytes) {
+    channel->line_too_long = true;
+    return;
   }
-  return false;
+  memcpy(channel->line + channel->line_bytes, piece->text, piece->text_bytes);
+  channel->line_bytes += piece->text_bytes;
+}
+
+// Whether no piece has come in time for the line that waits for one. A piece counts by when it
+// came: the controller may have held it up.
+static bool is_line_over(const hci_channel* channel, int64_t now_ms) {
+  if (channel->give_up_ms < 0) return false;
+  const int64_t next_ms = kiv_delayed_next_due_ms(&channel->texts);
+  return (next_ms >= 0 && next_ms < now_ms ? next_ms : now_ms) >= channel->give_up_ms;
 }
 
 static void write_texts(hci_channel* channel, int64_t now_ms) {
-  if (channel->give_up_ms >= 0 && channel->give_up_ms <= now_ms && can_go_on(channel)) {
-    send_line(channel);
-  }
   while (can_go_on(channel)) {
-    kiv_delayed_text* text = kiv_delayed_take(&channel->texts, now_ms);
-    if (text == NULL) return;
-    // The line has room: a beginning is never longer than the text of a whole packet.
-    const uint32_t room = kLineBytes - channel->line_bytes;
-    const uint32_t step = text->text_bytes < room ? text->text_bytes : room;
-    memcpy(channel->line + channel->line_bytes, text->text, step);
-    channel->line_bytes += step;
-    if (text->text_bytes == KIV_HCI_PIECE_CHARS && step == text->text_bytes &&
-        is_beginning(channel)) {
-      channel->give_up_ms = now_ms + KIV_HCI_PATIENCE_MS;
+    if (is_line_over(channel, now_ms)) {
+      send_line(channel);
+      continue;
+    }
+    kiv_delayed_text* piece = kiv_delayed_take(&channel->texts, now_ms);
+    if (piece == NULL) return;
+    append(channel, piece);
+    if (kiv_is_full_piece(piece->text, piece->text_bytes)) {
+      channel->give_up_ms = piece->due_ms + KIV_HCI_PATIENCE_MS;
     } else {
       send_line(channel);
     }
-    free(text);
+    free(piece);
   }
 }
 

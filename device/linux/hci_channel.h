@@ -1,8 +1,9 @@
 // The agent's HCI channel: a line of hexadecimal bytes becomes a packet for the Bluetooth
 // controller at a port, and each packet of the controller a line of text.
 //
-// Hosts cut a long line into pieces of 400 characters, so a piece of that length in which bytes are
-// missing waits for the next one for a second.
+// Hosts cut a long line into pieces (text_piece.h), so after a full piece the next one is waited
+// for for a second. Nothing is looked at before the line is known to its end: a packet that stands
+// whole in the first piece may still be the beginning of a line that is none.
 //
 // Threads: none of its own. Owns or borrows: borrows the place's text only while it is made.
 // Errors: a line that is no packet, and a controller that is not there or went away, are told as
@@ -16,7 +17,6 @@
 extern "C" {
 #endif
 
-#define KIV_HCI_PIECE_CHARS 400u
 #define KIV_HCI_PATIENCE_MS 1000
 
 // `place` as in byte_port.h, right. `answer_id` is for what the controller says before the host

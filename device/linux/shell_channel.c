@@ -13,6 +13,7 @@
 #include "device/linux/notice.h"
 #include "device/linux/output_text.h"
 #include "device/linux/shell_list.h"
+#include "device/linux/text_piece.h"
 
 enum { kReadBytes = 4000, kReadsInARow = 8, kTickMs = 25, kKillTickMs = 2, kCloseTries = 1000 };
 
@@ -63,20 +64,6 @@ __attribute__((format(printf, 2, 3))) static void tell(shell_channel* shell, con
   answer(shell, text, (uint32_t)length < room ? (uint32_t)length : room);
 }
 
-// Counted in UTF-8 both ways that hosts count, and in bytes for a line that is not UTF-8.
-static bool is_full_piece(const uint8_t* text, uint32_t text_bytes) {
-  if (text_bytes == KIV_SHELL_PIECE_CHARS) return text[text_bytes - 1] != '\n';
-  uint32_t points = 0;
-  uint32_t units = 0;
-  for (uint32_t i = 0; i < text_bytes; ++i) {
-    if ((text[i] & 0xC0) == 0x80) continue;
-    ++points;
-    units += text[i] >= 0xF0 ? 2 : 1;
-  }
-  return (points == KIV_SHELL_PIECE_CHARS || units == KIV_SHELL_PIECE_CHARS) &&
-         text[text_bytes - 1] != '\n';
-}
-
 static uint32_t push_piece(shell_channel* shell, const uint8_t* text, uint32_t text_bytes,
                            uint32_t delay_ms, int64_t now_ms) {
   const uint32_t waiting_bytes = shell->pieces.waiting_bytes + shell->lines.waiting_bytes;
@@ -88,7 +75,7 @@ static uint32_t push_piece(shell_channel* shell, const uint8_t* text, uint32_t t
 }
 
 static bool is_full_item(const kiv_delayed_text* piece) {
-  return is_full_piece(piece->text, piece->text_bytes);
+  return kiv_is_full_piece(piece->text, piece->text_bytes);
 }
 
 static void forget_line(shell_channel* shell) {
@@ -111,7 +98,7 @@ static uint32_t take(kiv_channel* self, uint32_t answer_id, const uint8_t* text,
                      uint32_t text_bytes, uint32_t delay_ms) {
   shell_channel* shell = (shell_channel*)self;
   const int64_t now_ms = kiv_board_now_ms();
-  const int64_t more_until_ms = is_full_piece(text, text_bytes) ? now_ms + KIV_SHELL_JOIN_MS : -1;
+  const int64_t more_until_ms = kiv_is_full_piece(text, text_bytes) ? now_ms + KIV_SHELL_JOIN_MS : -1;
   uint32_t result = shell->skip_result;
   if (now_ms > shell->skip_until_ms) {
     result = push_piece(shell, text, text_bytes, delay_ms, now_ms);
@@ -161,7 +148,7 @@ static void join_pieces(shell_channel* shell, int64_t now_ms) {
   for (kiv_delayed_text* piece = kiv_delayed_take(&shell->pieces, now_ms); piece != NULL;
        piece = kiv_delayed_take(&shell->pieces, now_ms)) {
     append(shell, piece->text, piece->text_bytes);
-    if (is_full_piece(piece->text, piece->text_bytes)) {
+    if (kiv_is_full_piece(piece->text, piece->text_bytes)) {
       shell->join_until_ms = now_ms + KIV_SHELL_JOIN_MS;
     } else {
       finish_line(shell, now_ms);

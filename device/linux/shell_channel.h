@@ -20,7 +20,6 @@
 extern "C" {
 #endif
 
-#define KIV_SHELL_PIECE_CHARS 400u
 #define KIV_SHELL_JOIN_MS 1000
 #define KIV_SHELL_MAX_LINE_BYTES 16384u
 

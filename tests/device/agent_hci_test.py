@@ -43,8 +43,10 @@ class HciTest(unittest.TestCase):
 
     def type(self, line):
         """Sends a line as hosts do: in pieces of 400 characters."""
-        for first in range(0, max(len(line), 1), 400):
-            self.peer.send(Head(frames.SDT, HCI), hci_body(line[first:first + 400]))
+        text = line.decode("utf-8", "surrogateescape")
+        for first in range(0, max(len(text), 1), 400):
+            piece = text[first:first + 400].encode("utf-8", "surrogateescape")
+            self.peer.send(Head(frames.SDT, HCI), hci_body(piece))
 
     def answer(self):
         return self.peer.indication(HCI).body
@@ -104,10 +106,33 @@ class AController:
         for line, problem in rows:
             self.type(line)
             self.assertEqual(self.answer(), b"*** HCI: " + problem + b"\n", line)
-            if len(line) > 400:
-                self.answer()  # the second piece is a line of its own
         self.type(b"01 03 0c 00")
         self.assertEqual(self.controller.read_until(RESET), RESET)  # the first that it gets
+
+    def test_gets_nothing_of_a_line_that_is_wrong_behind_its_first_piece(self):
+        self.start_plugged_in()
+        whole = b"hci 01 01 fc 80 " + b"11 " * 128  # 400 characters, a packet
+        rows = ((whole + b"ff 01 03 0c 00", b"more bytes than the packet's header says, or more than 2048"),
+                (whole + b"01 03 0c 00", b"more bytes than the packet's header says, or more than 2048"),
+                (whole + b"g", b"no hexadecimal bytes, a line looks like 01 03 0c 00"),
+                # The first piece has more bytes than characters; behind it stands a packet.
+                ("ü".encode() + b"0" * 399 + b"01 03 0c 00",
+                 b"fewer bytes than the packet's header says"),
+                (b"0" * 400 * 30 + b"01 03 0c 00",
+                 b"more bytes than the packet's header says, or more than 2048"))
+        for line, problem in rows:
+            self.type(line)
+            self.assertEqual(self.answer(), b"*** HCI: " + problem + b"\n", line)
+        self.type(b"01 03 0c 00")
+        self.assertEqual(self.controller.read_until(RESET), RESET)  # the first that it gets
+
+    def test_gets_a_line_of_exactly_one_piece_when_none_follows(self):
+        self.start_plugged_in()
+        packet = bytes.fromhex("0101fc80") + b"\x11" * 128
+        self.type(b"hci 01 01 fc 80 " + b"11 " * 128)
+        self.assertEqual(self.controller.read_until(packet), packet)
+        self.type(b"01 03 0c 00")
+        self.assertEqual(self.controller.read_until(RESET), RESET)
 
     def test_gives_up_a_piece_that_is_not_continued(self):
         self.start_plugged_in()
