@@ -34,6 +34,36 @@ TEST(TestConfig, PutsTheValuesOfAVariationBehindEachOtherLittleEndian) {
   EXPECT_EQ(read.variations[2].bytes, "");
 }
 
+TEST(TestConfig, ReadsOverAMarkOfUtf8InFrontOfTheFirstLine) {
+  const Outcome read = Read("\xEF\xBB\xBF[0]\nu8 1\n");
+  ASSERT_TRUE(read.good) << read.problem;
+  EXPECT_EQ(read.variations[0].bytes, "\x01");
+  EXPECT_EQ(Read("[0]\n\xEF\xBB\xBFu8 1\n").problem,
+            "line 2: a value begins with u8, u16, u32, text or bytes");
+}
+
+TEST(TestConfig, IsRefusedUnderANameThatNoLineReaches) {
+  EXPECT_EQ(NameProblem("cts_echo"), "");
+  EXPECT_EQ(NameProblem(std::string(63, 'n')), "");
+  EXPECT_EQ(NameProblem("a.b-\xC3\xBC"), "");
+  EXPECT_EQ(NameProblem(""), "a cts line cannot name it: its name is empty");
+  for (const char* name : {"a b", " a", "a ", "a\\b", "a\nb", "a\r"}) {
+    EXPECT_EQ(NameProblem(name),
+              "a cts line cannot name it: there is a blank, a line end or a backslash in its name");
+  }
+  EXPECT_EQ(NameProblem(std::string(64, 'n')),
+            "a device gets 63 bytes of a name, and this one has 64");
+}
+
+TEST(TestConfig, KnowsItsCompiledFilesByTheirNames) {
+  EXPECT_EQ(IndexOfCompiled("a.pcfg.rt.0", "a.pcfg"), "0");
+  EXPECT_EQ(IndexOfCompiled("a.pcfg.rt.long-run_2", "a.pcfg"), "long-run_2");
+  for (const char* other : {"a.pcfg", "a.pcfg.rt.", "a.pcfg.rt.0.bak", "b.pcfg.rt.0", "a.pcfgrt.0",
+                            "a.pcfg.rt.0 ", "xa.pcfg.rt.0"}) {
+    EXPECT_EQ(IndexOfCompiled(other, "a.pcfg"), "") << other;
+  }
+}
+
 struct ProblemRow {
   const char* source;
   const char* problem;

@@ -9,6 +9,9 @@ namespace kivcts {
 namespace {
 
 constexpr std::string_view kBlanks = " \t\r";
+constexpr std::string_view kMarkOfUtf8 = "\xEF\xBB\xBF";
+constexpr std::string_view kCompiledInfix = ".rt.";
+constexpr std::size_t kMaxNameBytes = 63;
 
 bool IsIndexCharacter(char c) {
   return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '-' ||
@@ -119,6 +122,7 @@ std::string ReadLine(std::string_view line, std::vector<Variation>& variations) 
 
 bool ReadTestConfig(std::string_view source, std::vector<Variation>& variations,
                     std::string& problem) {
+  if (source.starts_with(kMarkOfUtf8)) source.remove_prefix(kMarkOfUtf8.size());
   for (int number = 1; !source.empty(); ++number) {
     const std::string_view line = source.substr(0, source.find('\n'));
     problem = ReadLine(Trimmed(WithoutComment(line)), variations);
@@ -130,6 +134,29 @@ bool ReadTestConfig(std::string_view source, std::vector<Variation>& variations,
   }
   if (variations.empty()) problem = "there is no index in it";
   return problem.empty();
+}
+
+std::string NameProblem(std::string_view name) {
+  if (name.empty()) return "a cts line cannot name it: its name is empty";
+  const bool isReached = std::none_of(name.begin(), name.end(), [](char c) {
+    return c == ' ' || c == '\\' || c == '\r' || c == '\n';
+  });
+  if (!isReached) {
+    return "a cts line cannot name it: there is a blank, a line end or a backslash in its name";
+  }
+  if (name.size() > kMaxNameBytes) {
+    return "a device gets 63 bytes of a name, and this one has " + std::to_string(name.size());
+  }
+  return {};
+}
+
+std::string_view IndexOfCompiled(std::string_view fileName, std::string_view configName) {
+  if (!fileName.starts_with(configName)) return {};
+  fileName.remove_prefix(configName.size());
+  if (!fileName.starts_with(kCompiledInfix)) return {};
+  fileName.remove_prefix(kCompiledInfix.size());
+  return std::all_of(fileName.begin(), fileName.end(), IsIndexCharacter) ? fileName
+                                                                         : std::string_view();
 }
 
 }  // namespace kivcts

@@ -8,7 +8,8 @@
 //
 // A variation begins with its index in brackets, one or more letters, digits, '-' or '_'; a
 // console's line names it. A value's bytes stand behind those of the value before, without gaps.
-// '#' begins a comment, but not inside the quotes. Lines end with LF or CR LF.
+// '#' begins a comment, but not inside the quotes. Lines end with LF or CR LF. A mark of UTF-8 in
+// front of the first line does not count.
 //
 // Threads: any; no state. Errors: the first mistake, as a text with its line.
 #pragma once
@@ -28,5 +29,13 @@ struct Variation {
 // False with `problem` ("line N: ...") filled, and `variations` as far as they were read.
 bool ReadTestConfig(std::string_view source, std::vector<Variation>& variations,
                     std::string& problem);
+
+// Why no console's line reaches a configuration of this name (without ".pcfg"); empty when one
+// does. A line's name ends at a blank, and a device gets 63 bytes of it.
+std::string NameProblem(std::string_view name);
+
+// The index of a compiled file's name, "NAME.pcfg.rt.INDEX" for the configuration "NAME.pcfg";
+// empty when it is not one of its compiled files.
+std::string_view IndexOfCompiled(std::string_view fileName, std::string_view configName);
 
 }  // namespace kivcts
