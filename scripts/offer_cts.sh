@@ -3,12 +3,16 @@
 # the log of their runs may be written, and configures the copy. Who has configured a folder keeps it.
 # offer_cts.sh [FOLDER]: where the shipped ones are.
 set -eu
+caller=$PWD
 . "$(dirname "$0")/say.sh"
 
-shipped=${1:-build/gcc/share/kiv/cts}
+# As kiv takes them: a relative folder is the caller's, and a relative XDG_DATA_HOME does not count.
+of_caller() { case $1 in /*) printf '%s' "$1" ;; *) printf '%s' "$caller/$1" ;; esac; }
+shipped=build/gcc/share/kiv/cts
+if [ $# -gt 0 ]; then shipped=$(of_caller "$1"); fi
 home=${HOME:-$(getent passwd "$(id -u)" | cut -d: -f6)}
-data=${KIV_DATA_DIR:-${XDG_DATA_HOME:-$home/.local/share}/kiv}
-case $data in /*) ;; *) data=$PWD/$data ;; esac
+case ${XDG_DATA_HOME:-} in /*) shared=$XDG_DATA_HOME ;; *) shared=$home/.local/share ;; esac
+data=$(of_caller "${KIV_DATA_DIR:-$shared/kiv}")
 ini=$data/C/Kestrax/kit_kiv_plc_cts.ini
 
 # The file as the module reads it (platform/os/ini_document.h): the first "path" of any section "config"

@@ -5,7 +5,7 @@ import struct
 import subprocess
 import unittest
 
-from bench import BUILD, SOURCE, BenchCase, DEADLINE_S
+from bench import BUILD, KIV, SOURCE, BenchCase, DEADLINE_S
 from scripted_device import ScriptedDevice
 from tests.wire import frames
 
@@ -82,6 +82,26 @@ class ShippedCases(BenchCase):
         self.assertEqual(self.offer(), "")
         self.assertEqual(self.ini.read_text(), "[Config]\n Path = /mine\ntitle=x\n")
         self.assertFalse(self.cases.exists())
+
+    def test_a_relative_folder_is_the_callers_and_a_relative_shared_one_does_not_count(self):
+        elsewhere = self.folder / "elsewhere"
+        elsewhere.mkdir()
+        home = self.folder / "home"
+        rows = (({"KIV_DATA_DIR": "mine"}, elsewhere / "mine"),
+                ({"KIV_DATA_DIR": "", "XDG_DATA_HOME": "shared"}, home / ".local" / "share" / "kiv"),
+                ({"KIV_DATA_DIR": "", "XDG_DATA_HOME": str(home / "shared")}, home / "shared" / "kiv"))
+        for variables, data in rows:
+            with self.subTest(variables=variables):
+                environment = self.environment(HOME=str(home), **variables)
+                done = subprocess.run([SOURCE / "scripts" / "offer_cts.sh", SHIPPED], env=environment,
+                                      cwd=elsewhere, capture_output=True, timeout=DEADLINE_S, check=False)
+                self.assertEqual(done.returncode, 0, done.stderr)
+                self.assertTrue((data / "cts" / "cts_echo.pcfg").exists(), done.stderr)
+                process = self.start([KIV, "--link", self.child(), "-c", "ctscfg"], env=environment,
+                                     cwd=elsewhere)
+                out, _ = process.communicate(timeout=DEADLINE_S)
+                self.assertTrue(out.decode().startswith(f"config path: {data}/cts\n"), out)
+                self.assertEqual([file.name for file in elsewhere.iterdir()], ["mine"])
 
     def test_an_empty_choice_is_none_and_what_else_is_in_the_file_stays(self):
         self.ini.parent.mkdir(parents=True)
