@@ -76,7 +76,7 @@ TEST(FailingDocument, LosesNothingOfAStore) {
   SettingsBench whole(FullDocument());
   whole.Load();
   FillGroups(whole);
-  SetText(whole.Settings().savePath, L"/x/y.txt");
+  SetText(whole.Settings().savePath, L"/dev/null/y.txt");
   FillLists(whole);
   ASSERT_EQ(0u, whole.Config().StoreEverything(nullptr));
   ASSERT_EQ(0u, whole.Config().Save());
@@ -84,7 +84,7 @@ TEST(FailingDocument, LosesNothingOfAStore) {
     SettingsBench bench(FullDocument());
     bench.Load();
     FillGroups(bench);
-    SetText(bench.Settings().savePath, L"/x/y.txt");
+    SetText(bench.Settings().savePath, L"/dev/null/y.txt");
     FillLists(bench);
     bench.Tape().FailNth(n, 500);
     bench.Config().StoreEverything(nullptr);

@@ -104,7 +104,7 @@ inline std::string FullGroups() {
          " ACK_ARRAY_SHOW_ONELINE=\"35\" ACK_SHOW_TYPE=\"36\" WORD_WRAP=\"37\""
          " ENABLE_IND_CMD=\"38\"/><DEBUG_INFO POSTCMD_TIMEOUT=\"4000000039\"/>"
          "<AUTOINTELLISENCE AUTO_INTELLISENSE=\"40\"/><CLEARSCREEN CLEAR_SCREEN=\"41\"/>"
-         "<SAVE AUTO_SAVE=\"42\" APPEND_TIME=\"43\" SAVE_PATH=\"/x/y.txt\"/>"
+         "<SAVE AUTO_SAVE=\"42\" APPEND_TIME=\"43\" SAVE_PATH=\"/dev/null/y.txt\"/>"
          "<PLUGIN NAME=\"plug.so\"/>"
          "<KEYBOARD SPEC_KEY=\"51\" CTRLC=\"52\" ESC=\"53\" CTRLZ=\"54\">"
          "<REPEAT_CMD NAME=\"F3\" VALUE=\"61\"/><SEND_CMD NAME=\"ENTER\" VALUE=\"62\"/>"

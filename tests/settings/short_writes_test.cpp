@@ -58,7 +58,7 @@ TEST_P(EveryCallOfAWrite, MayFailAndLeavesOldOrNewContent) {
       bench.Load();
       FillGroups(bench);
       FillLists(bench);
-      SetText(bench.Settings().savePath, L"/x/y.txt");
+      SetText(bench.Settings().savePath, L"/dev/null/y.txt");
       ASSERT_EQ(0u, bench.Config().StoreEverything(nullptr));
       const std::string old = bench.Folder().Read(write.file);
       const std::size_t descriptors = OpenDescriptors();
