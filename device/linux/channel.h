@@ -32,6 +32,10 @@ typedef struct kiv_channel_out {
   void* context;
   // Queues an indication that is never dropped; copies the text.
   void (*answer)(void* context, uint32_t id, const uint8_t* text, uint32_t text_bytes);
+  // The same for a text that was taken and turned out to be none, with the reason. A shell's is the
+  // answer that ends the line.
+  void (*refuse)(void* context, uint32_t id, uint32_t result, const uint8_t* text,
+                 uint32_t text_bytes);
   // Whether the host has read enough of what it was sent. Each time it has, the channel's `watch`
   // is asked anew.
   bool (*has_room)(void* context);

@@ -171,10 +171,11 @@ void kiv_connection_indicate(kiv_connection* connection, uint32_t id, const void
   (void)kiv_queue_push(&connection->queue, &head, body, body_bytes);
 }
 
-void kiv_connection_answer(kiv_connection* connection, uint32_t id, const uint8_t* body,
-                           uint32_t body_bytes) {
+void kiv_connection_answer(kiv_connection* connection, uint32_t id, uint32_t result,
+                           const uint8_t* body, uint32_t body_bytes) {
   kiv_head head = kiv_head_of(KIV_IND);
   head.id = id;
+  head.result = result;
   if (connection->over) return;
   if (!kiv_queue_push_answer(&connection->queue, &head, body, body_bytes)) {
     end(connection, "out of memory for an answer, the connection is closed");

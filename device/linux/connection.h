@@ -67,9 +67,9 @@ void kiv_connection_send(kiv_connection* connection, const kiv_head* head, const
 void kiv_connection_indicate(kiv_connection* connection, uint32_t id, const void* body,
                              uint32_t body_bytes);
 
-// Sends an indication that is never dropped.
-void kiv_connection_answer(kiv_connection* connection, uint32_t id, const uint8_t* body,
-                           uint32_t body_bytes);
+// Sends an indication that is never dropped; `result` is 0, or why a text was refused.
+void kiv_connection_answer(kiv_connection* connection, uint32_t id, uint32_t result,
+                           const uint8_t* body, uint32_t body_bytes);
 
 #ifdef __cplusplus
 }

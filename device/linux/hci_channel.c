@@ -39,15 +39,16 @@ static void answer(const hci_channel* channel, const uint8_t* text, uint32_t tex
   channel->base.out.answer(channel->base.out.context, channel->answer_id, text, text_bytes);
 }
 
-static void tell(const hci_channel* channel, const char* text) {
-  answer(channel, (const uint8_t*)text, (uint32_t)strlen(text));
+static void refuse(const hci_channel* channel, uint32_t result, const char* text) {
+  channel->base.out.refuse(channel->base.out.context, channel->answer_id, result,
+                           (const uint8_t*)text, (uint32_t)strlen(text));
 }
 
-static void tell_of_controller(const hci_channel* channel, const char* what) {
+static void tell_of_controller(const hci_channel* channel, uint32_t result, const char* what) {
   char text[PATH_MAX + 64];
   (void)snprintf(text, sizeof text, "*** HCI: the controller at %s %s\n", channel->port.place.path,
                  what);
-  tell(channel, text);
+  refuse(channel, result, text);
 }
 
 // Cuts the head off that stands before the text: 10 00, the text's length and 9 more, 00 00.
@@ -93,22 +94,26 @@ static void forget_line(hci_channel* channel) {
   channel->give_up_ms = -1;
 }
 
-static void refuse(const hci_channel* channel, kiv_hci_verdict verdict) {
+static void refuse_line(const hci_channel* channel, kiv_hci_verdict verdict) {
   switch (verdict) {
     case KIV_HCI_NO_BYTES:
-      tell(channel, "*** HCI: no bytes, a line looks like 01 03 0c 00\n");
+      refuse(channel, KIV_RESULT_BAD_VALUE, "*** HCI: no bytes, a line looks like 01 03 0c 00\n");
       break;
     case KIV_HCI_NO_HEX:
-      tell(channel, "*** HCI: no hexadecimal bytes, a line looks like 01 03 0c 00\n");
+      refuse(channel, KIV_RESULT_BAD_VALUE,
+             "*** HCI: no hexadecimal bytes, a line looks like 01 03 0c 00\n");
       break;
     case KIV_HCI_ODD_TYPE:
-      tell(channel, "*** HCI: the first byte is the packet's type, 01 to 05\n");
+      refuse(channel, KIV_RESULT_BAD_VALUE,
+             "*** HCI: the first byte is the packet's type, 01 to 05\n");
       break;
     case KIV_HCI_SHORT:
-      tell(channel, "*** HCI: fewer bytes than the packet's header says\n");
+      refuse(channel, KIV_RESULT_BODY_SHORT,
+             "*** HCI: fewer bytes than the packet's header says\n");
       break;
     default:
-      tell(channel, "*** HCI: more bytes than the packet's header says, or more than 2048\n");
+      refuse(channel, KIV_RESULT_BODY_LONG,
+             "*** HCI: more bytes than the packet's header says, or more than 2048\n");
   }
 }
 
@@ -121,9 +126,9 @@ static void send_line(hci_channel* channel) {
   }
   forget_line(channel);
   if (verdict != KIV_HCI_GOOD) {
-    refuse(channel, verdict);
+    refuse_line(channel, verdict);
   } else if (!kiv_byte_port_put(&channel->port, packet, packet_bytes)) {
-    tell_of_controller(channel, "is not there");
+    tell_of_controller(channel, KIV_RESULT_DEVICE_FAILED, "is not there");
   }
 }
 
@@ -173,7 +178,8 @@ static void pass_on(hci_channel* channel, const uint8_t* bytes, size_t length_by
       answer(channel, channel->text,
              kiv_hci_to_text(channel->stream.packet, channel->stream.used_bytes, channel->text));
     }
-    if (stray && !channel->told_stray) tell_of_controller(channel, "sent what begins no packet");
+    if (stray && !channel->told_stray)
+      tell_of_controller(channel, KIV_RESULT_OK, "sent what begins no packet");
     if (whole || stray) channel->told_stray = stray;
   }
 }
@@ -193,7 +199,7 @@ static void serve(kiv_channel* self, const struct pollfd* entries, int64_t now_m
     write_texts(channel, now_ms);
     event = kiv_byte_port_write(&channel->port, now_ms);
   }
-  if (event == KIV_BYTE_PORT_GONE) tell_of_controller(channel, "is gone");
+  if (event == KIV_BYTE_PORT_GONE) tell_of_controller(channel, KIV_RESULT_OK, "is gone");
 }
 
 static int64_t earlier(int64_t one_ms, int64_t other_ms) {

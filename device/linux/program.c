@@ -94,9 +94,16 @@ static bool on_confirmation(void* context, kiv_head* head, const uint8_t* body,
   return kiv_faults_pass(&program->board.faults, head, body, body_bytes, kiv_board_now_ms() + 1);
 }
 
-static void answer(void* context, uint32_t id, const uint8_t* text, uint32_t text_bytes) {
+static void refuse(void* context, uint32_t id, uint32_t result, const uint8_t* text,
+                   uint32_t text_bytes) {
   const kiv_program* program = context;
-  if (program->session != NULL) kiv_connection_answer(program->session, id, text, text_bytes);
+  if (program->session != NULL) {
+    kiv_connection_answer(program->session, id, result, text, text_bytes);
+  }
+}
+
+static void answer(void* context, uint32_t id, const uint8_t* text, uint32_t text_bytes) {
+  refuse(context, id, KIV_RESULT_OK, text, text_bytes);
 }
 
 static bool has_room(void* context) {
@@ -121,7 +128,7 @@ static uint32_t take_port(void* context, const kiv_head* head, const uint8_t* bo
 
 // Null, when it was asked for, says that it cannot be had.
 static bool add_channel(kiv_program* program, kiv_port port, kiv_channel* channel) {
-  const kiv_channel_out out = {program, answer, has_room};
+  const kiv_channel_out out = {program, answer, refuse, has_room};
   kiv_channel_set_add(&program->channels, port, channel, &out);
   return channel != NULL;
 }

@@ -47,6 +47,11 @@ static void answer(shell_channel* shell, const void* text, uint32_t text_bytes) 
   shell->base.out.answer(shell->base.out.context, shell->answer_id, text, text_bytes);
 }
 
+// Ends a line that did not run; why has been told.
+static void end_refused(shell_channel* shell, uint32_t result) {
+  shell->base.out.refuse(shell->base.out.context, shell->answer_id, result, NULL, 0);
+}
+
 static bool has_room(const shell_channel* shell) {
   return shell->base.out.has_room(shell->base.out.context);
 }
@@ -98,7 +103,8 @@ static uint32_t take(kiv_channel* self, uint32_t answer_id, const uint8_t* text,
                      uint32_t text_bytes, uint32_t delay_ms) {
   shell_channel* shell = (shell_channel*)self;
   const int64_t now_ms = kiv_board_now_ms();
-  const int64_t more_until_ms = kiv_is_full_piece(text, text_bytes) ? now_ms + KIV_SHELL_JOIN_MS : -1;
+  const int64_t more_until_ms =
+      kiv_is_full_piece(text, text_bytes) ? now_ms + KIV_SHELL_JOIN_MS : -1;
   uint32_t result = shell->skip_result;
   if (now_ms > shell->skip_until_ms) {
     result = push_piece(shell, text, text_bytes, delay_ms, now_ms);
@@ -130,17 +136,15 @@ static void finish_line(shell_channel* shell, int64_t now_ms) {
   while (shell->line_bytes > 0 && is_line_end(shell->line[shell->line_bytes - 1])) {
     --shell->line_bytes;
   }
-  const char* why = NULL;
+  uint32_t result = KIV_RESULT_BODY_LONG;
   if (shell->line_too_long) {
-    why = "kivagent: the line is too long\n";
-  } else if (kiv_delayed_push(&shell->lines, (const uint8_t*)shell->line, shell->line_bytes, 0,
-                              now_ms) != KIV_RESULT_OK) {
-    why = "kivagent: out of memory for the line\n";
+    tell(shell, "kivagent: the line is too long\n");
+  } else {
+    result =
+        kiv_delayed_push(&shell->lines, (const uint8_t*)shell->line, shell->line_bytes, 0, now_ms);
+    if (result != KIV_RESULT_OK) tell(shell, "kivagent: out of memory for the line\n");
   }
-  if (why != NULL) {
-    tell(shell, "%s", why);
-    answer(shell, NULL, 0);
-  }
+  if (result != KIV_RESULT_OK) end_refused(shell, result);
   forget_line(shell);
 }
 
@@ -158,7 +162,7 @@ static void join_pieces(shell_channel* shell, int64_t now_ms) {
   if (shell->join_until_ms >= 0 && now_ms >= shell->join_until_ms) finish_line(shell, now_ms);
 }
 
-// 0, or why the line cannot run; -1 when that has been told.
+// 0, or the system's error; -1 when the line is not allowed, which has been told.
 static int start_line(shell_channel* shell, char* line) {
   const kiv_shell_options* options = shell->options;
   if (options->mode == KIV_SHELL_FULL) {
@@ -189,12 +193,12 @@ static void start_next(shell_channel* shell, int64_t now_ms) {
   if (length > 0) memcpy(line, next->text, length);
   line[length] = '\0';
   free(next);
-  int error = -1;
   if (bad) {
     tell(shell, "kivagent: a zero byte in the line\n");
-  } else {
-    error = start_line(shell, line);
+    end_refused(shell, KIV_RESULT_BAD_VALUE);
+    return;
   }
+  const int error = start_line(shell, line);
   if (error == 0) {
     shell->state = SHELL_RUNS;
     shell->silent = false;
@@ -204,7 +208,7 @@ static void start_next(shell_channel* shell, int64_t now_ms) {
     return;
   }
   if (error > 0) tell(shell, "kivagent: no process for the line (error %d)\n", error);
-  answer(shell, NULL, 0);
+  end_refused(shell, error > 0 ? KIV_RESULT_DEVICE_FAILED : KIV_RESULT_NOT_ENABLED);
 }
 
 static void end_command(shell_channel* shell) {
@@ -273,7 +277,7 @@ static void serve(kiv_channel* self, const struct pollfd* entries, int64_t now_m
   if (shell->dropped) {
     shell->dropped = false;
     tell(shell, "kivagent: a part of the line was refused, it does not run\n");
-    answer(shell, NULL, 0);
+    end_refused(shell, shell->skip_result);
   }
   join_pieces(shell, now_ms);
   if (shell->state == SHELL_IDLE && has_room(shell)) start_next(shell, now_ms);

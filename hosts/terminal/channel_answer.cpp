@@ -106,10 +106,11 @@ void ChannelAnswer::PostFailed(Channel channel) {
   if (progress.posts > 0) --progress.posts;
 }
 
-bool ChannelAnswer::Arrived(Channel channel, std::string_view text) {
+bool ChannelAnswer::Arrived(Channel channel, std::string_view text, std::uint32_t result) {
   // Both kinds of shell answer alike.
   if (channel == Channel::kShell && Of(channel).posts == 0) channel = Channel::kRawShell;
   if (Of(channel).posts == 0) return false;
+  if (result != 0) isRefused_ = true;
   if (channel == Channel::kAt) ReadAt(text);
   if (channel == Channel::kTestCase) ReadTestCase(text);
   if ((channel == Channel::kShell || channel == Channel::kRawShell) && text.empty()) {

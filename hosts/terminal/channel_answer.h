@@ -12,8 +12,8 @@
 //
 // A line may be posted by several channels; it is complete when each of them is. A post behind an
 // end mark takes the mark back: a long line goes out in pieces. A refused post (a confirmation with
-// a result other than 0) and a test case's text that begins with "***" are bad news; what else
-// there is comes until it is silent.
+// a result other than 0, an answer likewise) and a test case's text that begins with "***" are bad
+// news; what else there is comes until it is silent.
 //
 // Threads: none of its own, one caller at a time. Owns what it keeps of an unfinished line.
 // Errors: none; text that is no end mark does not matter.
@@ -53,8 +53,9 @@ class ChannelAnswer {
   void Posted(Channel channel);
   // The last post of the channel could not be written.
   void PostFailed(Channel channel);
-  // An answer's text, up to its first zero byte. False when it is none of a channel that posted.
-  bool Arrived(Channel channel, std::string_view text);
+  // An answer's text, up to its first zero byte, and its result: other than 0 when a device refuses
+  // what it had confirmed. False when it is none of a channel that posted.
+  bool Arrived(Channel channel, std::string_view text, std::uint32_t result = 0);
   // Likewise.
   bool Confirmed(Channel channel, std::uint32_t result);
 

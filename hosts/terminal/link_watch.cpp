@@ -140,9 +140,10 @@ bool LinkWatch::ReadChannels(const ReceivedPacket* records, std::uint32_t count)
   if (before == ChannelAnswer::State::kNothingPosted) return false;
   for (std::uint32_t i = 0; i < count; ++i) {
     const ReceivedPacket& record = records[i];
-    const bool isOfLine = record.isInd == 0
-                              ? answer_.Confirmed(ChannelOfRequest(record.cmdId), record.resultCode)
-                              : answer_.Arrived(ChannelOfAnswer(record.cmdId), TextOf(record));
+    const bool isOfLine =
+        record.isInd == 0
+            ? answer_.Confirmed(ChannelOfRequest(record.cmdId), record.resultCode)
+            : answer_.Arrived(ChannelOfAnswer(record.cmdId), TextOf(record), record.resultCode);
     if (isOfLine) latest_ = std::chrono::steady_clock::now();
   }
   return answer_.GetState() != before;

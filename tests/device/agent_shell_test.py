@@ -70,20 +70,21 @@ class ShellTest(unittest.TestCase):
     def post(self, line, **words):
         return self.peer.request(self.request_id, text(line), **words)
 
-    def answer(self):
-        """The answers up to the empty one, each as it came."""
+    def answer(self, result=0):
+        """The answers up to the empty one, each as it came; that one has the result."""
         pieces = []
         while True:
-            piece = self.peer.indication(self.answer_id).body
-            if not piece:
+            message = self.peer.indication(self.answer_id)
+            self.assertEqual(message.head.result, 0 if message.body else result)
+            if not message.body:
                 return pieces
-            pieces.append(piece)
+            pieces.append(message.body)
 
-    def run_line(self, line, **words):
+    def run_line(self, line, result=0, **words):
         confirmation = self.peer.confirmation(self.post(line, **words))
         self.assertEqual((confirmation.head.id, confirmation.head.result, confirmation.body),
                          (self.request_id, 0, b""))
-        return b"".join(self.answer())
+        return b"".join(self.answer(result))
 
 
 class Off(ShellTest):
@@ -162,11 +163,11 @@ class Full(ShellTest):
         for _ in range(41):
             self.post("x" * 400)
         self.post("y")
-        self.assertEqual(b"".join(self.answer()), b"kivagent: the line is too long\n")
+        self.assertEqual(b"".join(self.answer(702)), b"kivagent: the line is too long\n")
         self.assertEqual(self.run_line("echo on"), b"on\n")
 
     def test_refuses_a_zero_byte(self):
-        self.assertEqual(self.run_line(b"echo a\0; rm x"), b"kivagent: a zero byte in the line\n")
+        self.assertEqual(self.run_line(b"echo a\0; rm x", 703), b"kivagent: a zero byte in the line\n")
 
     def test_waits_as_long_as_it_was_told(self):
         self.post("echo late", word32=150)
@@ -332,7 +333,7 @@ class Listed(ShellTest):
         for line in ("ls", "uname", "uname -a", "uname -s -a", "cat", "echoes", "/bin/echo a", "",
                      "#", "# what hosts may run", "echo a; ls", "echo `ls`", "echo $HOME",
                      "echo a | cat", "echo a > b", "echo *", "echo 'a'", "echo a\nls"):
-            self.assertEqual(self.run_line(line), refused, line)
+            self.assertEqual(self.run_line(line, 704), refused, line)
 
     def test_the_list_must_be_safe(self):
         def problem(path):

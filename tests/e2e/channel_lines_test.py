@@ -263,6 +263,24 @@ class ChannelLines(BenchCase):
             self.assertRegex(result.err, f"kiv: the device refused '{line}': .+\n")
             self.assertNotIn("no answer", result.err)
 
+    def test_a_line_that_a_device_refuses_behind_its_confirmation_fails(self):
+        allowed = self.folder / "allowed"
+        allowed.write_text("echo\n")
+        allowed.chmod(0o600)
+        agent = f"{self.child()} --shell list:{allowed}"
+        for line, out, status in (("sh ls", "kivagent: this line is not among the commands that are "
+                                            "allowed\n", 1), ("sh echo a", "a\n", 0)):
+            result = self.kiv("-c", line, link=agent)
+            self.assertEqual((result.out, result.status), (out, status), result)
+
+        def refuse(device, head, body):
+            device.send(frames.Head(frames.IND, id=HCI, result=703), b"*** no packet\n")
+
+        device = ScriptedDevice(self.folder / "device", refuse, versions=(246, 0))
+        self.stack.callback(device.close)
+        _, result = self.run_on(device, "-c", "hci 01")
+        self.assertEqual((result.out, result.status), ("*** no packet\n", 1), result)
+
     def test_the_filter_hides_an_answer_but_not_its_end(self):
         device = self.device([(AT_ANSWER, b"\r\nERROR\r\n"), (SHELL_ANSWER, b"")])
         _, result = self.run_on(device, "-c", "ctsftl 1", "-c", "sh ls", "-c", "AT")

@@ -167,6 +167,25 @@ TEST(ChannelAnswer, ARefusedPostIsBadNewsAndWaitsForNoMark) {
   }
 }
 
+TEST(ChannelAnswer, WithAResultIsBadNewsOfATextThatWasConfirmed) {
+  ChannelAnswer shell;
+  shell.Posted(Channel::kShell);
+  shell.Confirmed(Channel::kShell, 0);
+  shell.Arrived(Channel::kShell, "not allowed\n");
+  EXPECT_FALSE(shell.IsFailed());
+  EXPECT_TRUE(shell.Arrived(Channel::kShell, "", 704));
+  EXPECT_EQ(shell.GetState(), State::kComplete);
+  EXPECT_TRUE(shell.IsFailed());
+  EXPECT_EQ(shell.GetRefusal(), 0u);  // the device said it in words
+  ChannelAnswer controller;
+  controller.Posted(Channel::kController);
+  EXPECT_TRUE(controller.Arrived(Channel::kController, "*** no packet\n", 703));
+  EXPECT_EQ(controller.GetState(), State::kUntilSilent);
+  EXPECT_TRUE(controller.IsFailed());
+  // An answer to somebody else's text.
+  EXPECT_FALSE(controller.Arrived(Channel::kAt, "", 703));
+}
+
 TEST(ChannelAnswer, ConfirmationsOfAtAndShellEndNothing) {
   for (const Channel channel : {Channel::kAt, Channel::kShell}) {
     ChannelAnswer answer;
