@@ -89,12 +89,11 @@ int kiv_beneath_read(int folder, const char* name, uint8_t* out, uint32_t capaci
   return result;
 }
 
-// A file beyond the limit on sizes has no room, either.
-static int write_all(int file, const uint8_t* bytes, uint32_t length_bytes) {
+int kiv_beneath_write_all(int file, const uint8_t* bytes, uint32_t length_bytes) {
   while (length_bytes > 0) {
     const ssize_t n = write(file, bytes, length_bytes);
     if (n < 0 && errno == EINTR) continue;
-    if (n < 0) return errno == EFBIG ? -ENOSPC : -errno;
+    if (n < 0) return -errno;
     bytes += n;
     length_bytes -= (uint32_t)n;
   }
@@ -126,7 +125,7 @@ int kiv_beneath_replace(int folder, const char* name, const uint8_t* bytes, uint
   (void)unlinkat(folder, temporary, 0);  // left by an agent that was killed
   const int file = kiv_beneath_open(folder, temporary, O_RDWR | O_CREAT | O_EXCL, 0600);
   if (file < 0) return file;
-  int result = write_all(file, bytes, length_bytes);
+  int result = kiv_beneath_write_all(file, bytes, length_bytes);
   if (result == 0 && fsync(file) != 0) result = -errno;
   if (result == 0) result = read_back(file, bytes, length_bytes);
   if (close(file) != 0 && result == 0) result = -errno;

@@ -23,6 +23,9 @@ int kiv_beneath_open_by_steps(int folder, const char* name, int flags, mode_t mo
 // anything but a regular file -EINVAL.
 int kiv_beneath_read(int folder, const char* name, uint8_t* out, uint32_t capacity_bytes);
 
+// Writes all bytes, in as many calls as it takes.
+int kiv_beneath_write_all(int file, const uint8_t* bytes, uint32_t length_bytes);
+
 // Replaces the file whole or not at all: written beside it, synced, read back and compared,
 // renamed, the folder synced. `name` is one component. Returns 0.
 int kiv_beneath_replace(int folder, const char* name, const uint8_t* bytes, uint32_t length_bytes);

@@ -8,6 +8,7 @@
 #include "board_catalogue.h"
 #include "device/core/result_codes.h"
 #include "device/linux/board_lists.h"
+#include "device/linux/board_load.h"
 #include "device/linux/field_text.h"
 #include "device/linux/notice.h"
 #include "kiv_version.h"
@@ -224,6 +225,8 @@ static const kiv_command kCommands[] = {
     {KIV_CMD_NOTE, 1, sizeof(kiv_dbk_str_type), note},  // a text, as long as it is
     {KIV_CMD_NV_READ, EXACTLY(KIV_CMD_NV_READ_REQ_BYTES), nv_read},
     {KIV_CMD_NV_WRITE, EXACTLY(KIV_CMD_NV_WRITE_REQ_BYTES), nv_write},
+    {KIV_CMD_LDNV, EXACTLY(KIV_CMD_LDNV_REQ_BYTES), kiv_board_ldnv},
+    {KIV_CMD_LOAD_INFO, EXACTLY(0), kiv_board_load_info},
     {KIV_CMD_IND_START, EXACTLY(KIV_CMD_IND_START_REQ_BYTES), ind_start},
     {KIV_CMD_IND_STOP, EXACTLY(KIV_CMD_IND_STOP_REQ_BYTES), ind_stop},
     {KIV_CMD_LOG_LEVEL, EXACTLY(KIV_CMD_LOG_LEVEL_REQ_BYTES), log_level},
@@ -261,16 +264,19 @@ void kiv_board_init(kiv_board* board, const char* proc_folder, const char* data_
   memset(board, 0, sizeof *board);
   board->proc_folder = proc_folder;
   kiv_nv_init(&board->nv, data_folder);
+  kiv_load_init(&board->load);
 }
 
 void kiv_board_end_session(kiv_board* board) {
   kiv_indications_reset(&board->indications);
   kiv_faults_reset(&board->faults);
+  kiv_load_end_session(&board->load);
 }
 
 void kiv_board_destroy(kiv_board* board) {
   kiv_board_end_session(board);
   kiv_nv_destroy(&board->nv);
+  kiv_load_close(&board->load);
 }
 
 const kiv_command* kiv_board_commands(uint32_t* count) {
@@ -303,11 +309,16 @@ uint32_t kiv_board_next_of_fault(kiv_board* board, uint32_t waiting, kiv_writer*
   return ind_tick(number, body);
 }
 
+// Of two times the earlier one; -1 is none.
+static int64_t earlier(int64_t one_ms, int64_t other_ms) {
+  if (one_ms < 0 || other_ms < 0) return one_ms < 0 ? other_ms : one_ms;
+  return one_ms < other_ms ? one_ms : other_ms;
+}
+
 int64_t kiv_board_next_due_ms(const kiv_board* board) {
   const int64_t indication_ms = kiv_indications_next_due_ms(&board->indications);
   const int64_t fault_ms = kiv_faults_next_due_ms(&board->faults);
-  if (indication_ms < 0 || fault_ms < 0) return indication_ms < 0 ? fault_ms : indication_ms;
-  return indication_ms < fault_ms ? indication_ms : fault_ms;
+  return earlier(indication_ms, earlier(fault_ms, kiv_load_next_due_ms(&board->load)));
 }
 
 int64_t kiv_board_now_ms(void) {

@@ -12,6 +12,7 @@
 #include "device/linux/faults.h"
 #include "device/linux/figures.h"
 #include "device/linux/indications.h"
+#include "device/linux/load.h"
 #include "device/linux/nv_store.h"
 
 #ifdef __cplusplus
@@ -30,11 +31,12 @@ typedef struct kiv_board {
   kiv_cpu_times load_indicated;  // when an indication last told
   kiv_indications indications;
   kiv_faults faults;
+  kiv_load load;  // off until kiv_load_open
 } kiv_board;
 
 void kiv_board_init(kiv_board* board, const char* proc_folder, const char* data_folder);
 void kiv_board_destroy(kiv_board* board);
-// What a session had started, indications and faults, ends with it.
+// What a session had started, indications, faults and a load, ends with it.
 void kiv_board_end_session(kiv_board* board);
 // The commands; their context is the board.
 const kiv_command* kiv_board_commands(uint32_t* count);
@@ -44,7 +46,8 @@ const uint8_t* kiv_board_fingerprint(uint8_t* length_bytes);
 uint32_t kiv_board_next_indication(kiv_board* board, int64_t now_ms, kiv_writer* body);
 // The same for the indications that a fault asked for; `waiting` is how many wait for the host.
 uint32_t kiv_board_next_of_fault(kiv_board* board, uint32_t waiting, kiv_writer* body);
-// When something is due next, an indication or a confirmation held back; -1 when nothing is.
+// When something is due next: an indication, a confirmation held back, the end of a load's time; -1
+// when nothing is.
 int64_t kiv_board_next_due_ms(const kiv_board* board);
 // Time on the clock by which all that is due.
 int64_t kiv_board_now_ms(void);

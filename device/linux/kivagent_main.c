@@ -27,6 +27,10 @@ static int run(const kiv_options* options) {
     (void)fprintf(stderr, "kivagent: as root no --shell full without --allow-root\n");
     return kStatusFailed;
   }
+  if (root && options->load_folder != NULL) {
+    (void)fprintf(stderr, "kivagent: as root no --load without --allow-root\n");
+    return kStatusFailed;
+  }
   if (root) {
     (void)fprintf(stderr, "kivagent: warning: running as root\n");
   }

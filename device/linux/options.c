@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 #include "device/linux/byte_port.h"
+#include "device/linux/load.h"
 
 static const uint16_t kDefaultVariant = 248;
 
@@ -35,6 +36,9 @@ static const char kHelp[] =
     "                  of each line: time, output, processes (default: 60,4194304,64)\n"
     "  --hci PORT      carry HCI packets to a Bluetooth controller (H4): a serial port, also\n"
     "                  as PORT?baud=N, or unix:PATH\n"
+    "  --load DIR      store the file that a host loads as DIR/loaded.bin (default: off)\n"
+    "  --load-limit BYTES\n"
+    "                  the largest file to load, 1 to 134215680 (default: 16777216)\n"
     "  --data DIR      keep what outlives the agent in DIR (default: $KIV_DATA_DIR/kivagent,\n"
     "                  else $XDG_DATA_HOME/kivagent, else ~/.local/share/kivagent)\n"
     "  --name NAME     name that hosts show (default: this machine's name)\n"
@@ -55,6 +59,8 @@ enum {
   kShellProgram,
   kShellLimits,
   kHci,
+  kLoad,
+  kLoadLimit,
   kData,
   kName,
   kVariant,
@@ -74,6 +80,8 @@ static const struct option kLong[] = {{"stdio", no_argument, NULL, kStdio},
                                       {"shell-program", required_argument, NULL, kShellProgram},
                                       {"shell-limits", required_argument, NULL, kShellLimits},
                                       {"hci", required_argument, NULL, kHci},
+                                      {"load", required_argument, NULL, kLoad},
+                                      {"load-limit", required_argument, NULL, kLoadLimit},
                                       {"data", required_argument, NULL, kData},
                                       {"name", required_argument, NULL, kName},
                                       {"variant", required_argument, NULL, kVariant},
@@ -96,6 +104,16 @@ static bool read_code(const char* text, uint16_t* code) {
   const unsigned long value = strtoul(text, &end, 10);
   if (text[0] < '0' || text[0] > '9' || *end != '\0' || errno != 0 || value > 65535) return false;
   *code = (uint16_t)value;
+  return true;
+}
+
+static bool read_limit(const char* text, uint32_t* limit_bytes) {
+  char* end = NULL;
+  errno = 0;
+  const unsigned long long value = strtoull(text, &end, 10);
+  if (text[0] < '0' || text[0] > '9' || *end != '\0' || errno != 0) return false;
+  if (value == 0 || value > KIV_LOAD_MAX_BYTES) return false;
+  *limit_bytes = (uint32_t)value;
   return true;
 }
 
@@ -194,6 +212,12 @@ static kiv_wish take(kiv_options* options, int option, bool* chosen) {
                  : wrong(options, "no limits", optarg);
     case kHci:
       return take_port(options, &options->hci_place, "no HCI port");
+    case kLoad:
+      return take_text(options, &options->load_folder, "--load");
+    case kLoadLimit:
+      return read_limit(optarg, &options->load_limit_bytes)
+                 ? KIV_WISH_RUN
+                 : wrong(options, "no limit from 1 to 134215680", optarg);
     case kData:
       options->data_folder = optarg;
       return KIV_WISH_RUN;
@@ -233,6 +257,14 @@ static kiv_wish check_token_file(kiv_options* options) {
   return KIV_WISH_RUN;
 }
 
+static kiv_wish check_load_limit(kiv_options* options) {
+  if (options->load_folder == NULL && options->load_limit_bytes != 0) {
+    return wrong(options, "a --load is needed for", "--load-limit");
+  }
+  if (options->load_limit_bytes == 0) options->load_limit_bytes = KIV_LOAD_DEFAULT_LIMIT_BYTES;
+  return KIV_WISH_RUN;
+}
+
 kiv_wish kiv_options_read(kiv_options* options, int argc, char** argv) {
   memset(options, 0, sizeof *options);
   options->variant = kDefaultVariant;
@@ -252,5 +284,6 @@ kiv_wish kiv_options_read(kiv_options* options, int argc, char** argv) {
     if (wish != KIV_WISH_RUN) return wish;
   }
   if (optind < argc) return wrong(options, "unexpected argument", argv[optind]);
-  return check_token_file(options);
+  const kiv_wish wish = check_load_limit(options);
+  return wish != KIV_WISH_RUN ? wish : check_token_file(options);
 }

@@ -35,6 +35,8 @@ typedef struct kiv_options {
   kiv_shell_options shell;
   const char* hci_place;  // null: none
   const char* data_folder;
+  const char* load_folder;  // null: no file is loaded
+  uint32_t load_limit_bytes;
   char name[65];
   uint16_t variant;
   uint16_t product;

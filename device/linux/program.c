@@ -152,14 +152,31 @@ static bool set_up_channels(kiv_program* program) {
   return all;
 }
 
+// False when the folder for loads, if one was asked for, cannot be had.
+static bool set_up_board(kiv_program* program) {
+  const kiv_options* options = program->options;
+  kiv_board_init(&program->board, "/proc", options->data_folder);
+  if (options->load_folder == NULL) return true;
+  const int error =
+      kiv_load_open(&program->board.load, options->load_folder, options->load_limit_bytes);
+  if (error == -EPERM) {
+    kiv_notice(KIV_NOTICE_ERROR, "--load %s: others may write to it, so a file could be exchanged",
+               options->load_folder);
+  } else if (error != 0) {
+    errno = -error;  // %m is its text
+    kiv_notice(KIV_NOTICE_ERROR, "--load %s: %m", options->load_folder);
+  }
+  return error == 0;
+}
+
 static void set_up_agent(kiv_program* program) {
   const kiv_options* options = program->options;
   kiv_agent_setup* setup = &program->setup;
-  kiv_board_init(&program->board, "/proc", options->data_folder);
   setup->self.variant = options->variant;
   setup->self.product = options->product;
   setup->self.abilities = KIV_ABILITY_COMMANDS | KIV_ABILITY_INDICATIONS | KIV_ABILITY_ROUTED |
                           KIV_ABILITY_LINE_TEST | KIV_ABILITY_FAULTS |
+                          (kiv_load_is_on(&program->board.load) ? KIV_ABILITY_LOADS : 0) |
                           kiv_channel_set_abilities(&program->channels);
   setup->self.fingerprint = kiv_board_fingerprint(&setup->self.fingerprint_bytes);
   setup->self.name = (const uint8_t*)options->name;
@@ -221,6 +238,7 @@ static void send_held_back(void* context, const kiv_head* head, const uint8_t* b
 
 static void send_due(kiv_program* program) {
   const int64_t now_ms = kiv_board_now_ms();
+  kiv_load_expire(&program->board.load, now_ms);
   while (program->session != NULL &&
          kiv_faults_release(&program->board.faults, now_ms, send_held_back, program->session)) {
     continue;
@@ -381,9 +399,10 @@ int kiv_program_run(const kiv_options* options) {
   program.timer = -1;
   program.signals = -1;
   program.options = options;
+  const bool board = set_up_board(&program);
   const bool ports = set_up_channels(&program);
   set_up_agent(&program);
-  const bool open = ports && open_descriptors(&program) &&
+  const bool open = board && ports && open_descriptors(&program) &&
                     kiv_transport_open(&program.transport, options, take_new_host, &program) &&
                     !program.stop;
   if (open) set_timer(&program);
