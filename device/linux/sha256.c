@@ -58,9 +58,19 @@ void kiv_sha256_begin(kiv_sha256* hash) {
 }
 
 void kiv_sha256_add(kiv_sha256* hash, const uint8_t* bytes, uint32_t length_bytes) {
-  for (uint32_t i = 0; i < length_bytes; ++i) {
-    hash->block[hash->length_bytes++ % KIV_SHA256_BLOCK_BYTES] = bytes[i];
-    if (hash->length_bytes % KIV_SHA256_BLOCK_BYTES == 0) take_block(hash->state, hash->block);
+  while (length_bytes > 0) {
+    const uint32_t used = (uint32_t)(hash->length_bytes % KIV_SHA256_BLOCK_BYTES);
+    const uint32_t room = KIV_SHA256_BLOCK_BYTES - used;
+    const uint32_t taken = length_bytes < room ? length_bytes : room;
+    if (taken == KIV_SHA256_BLOCK_BYTES) {
+      take_block(hash->state, bytes);
+    } else {
+      memcpy(hash->block + used, bytes, taken);
+      if (taken == room) take_block(hash->state, hash->block);
+    }
+    hash->length_bytes += taken;
+    bytes += taken;
+    length_bytes -= taken;
   }
 }
 

@@ -14,6 +14,14 @@ int leftAllocations = 0;  // 0: none fails
 int leftFileCalls = 0;
 bool happened = false;
 int live = 0;
+size_t mostBytesOfAWrite = 0;  // 0: any
+unsigned shortWrites = 0;
+
+size_t LengthOfWrite(size_t length) {
+  if (mostBytesOfAWrite == 0 || length <= mostBytesOfAWrite) return length;
+  ++shortWrites;
+  return mostBytesOfAWrite;
+}
 
 bool IsTheOne(int* left) {
   if (*left == 0 || --*left > 0) return false;
@@ -54,6 +62,15 @@ FailingCall::~FailingCall() {
 
 bool FailingCall::Happened() const { return happened; }
 
+ShortWrites::ShortWrites() {
+  mostBytesOfAWrite = 100;
+  shortWrites = 0;
+}
+
+ShortWrites::~ShortWrites() { mostBytesOfAWrite = 0; }
+
+unsigned ShortWrites::Count() const { return shortWrites; }
+
 }  // namespace kivtest
 
 extern "C" {
@@ -64,6 +81,7 @@ void __real_free(void* block);
 FILE* __real_fopen(const char* path, const char* mode);
 DIR* __real_opendir(const char* path);
 ssize_t __real_read(int file, void* bytes, size_t length);
+ssize_t __real_pread(int file, void* bytes, size_t length, off_t at);
 ssize_t __real_write(int file, const void* bytes, size_t length);
 int __real_fsync(int file);
 int __real_renameat(int fromFolder, const char* from, int toFolder, const char* to);
@@ -94,7 +112,12 @@ ssize_t __wrap_read(int file, void* bytes, size_t length) {
 }
 
 ssize_t __wrap_write(int file, const void* bytes, size_t length) {
-  return kivtest::FileCallFails() ? -1 : __real_write(file, bytes, length);
+  if (kivtest::FileCallFails()) return -1;
+  return __real_write(file, bytes, kivtest::LengthOfWrite(length));
+}
+
+ssize_t __wrap_pread(int file, void* bytes, size_t length, off_t at) {
+  return kivtest::FileCallFails() ? -1 : __real_pread(file, bytes, length, at);
 }
 
 int __wrap_fsync(int file) { return kivtest::FileCallFails() ? -1 : __real_fsync(file); }

@@ -1,6 +1,6 @@
-// Makes the n-th call of the agent's library to malloc, calloc, fopen, opendir, read, write, fsync
-// or renameat fail, and counts what it has allocated and not freed. The test program is linked so
-// that calls out of static libraries pass here.
+// Makes the n-th call of the agent's library to malloc, calloc, fopen, opendir, read, pread, write,
+// fsync or renameat fail, or writes short, and counts what it has allocated and not freed. The test
+// program is linked so that calls out of static libraries pass here.
 //
 // Threads: one. Owns or borrows: nothing. Errors: the failing call answers ENOMEM or EIO.
 #ifndef TESTS_DEVICE_FAILING_CALLS_H_
@@ -24,6 +24,18 @@ class FailingCall {
 
 // Blocks of malloc and calloc that were not freed.
 int LiveAllocations();
+
+// While it lives, every write takes at most 100 bytes.
+class ShortWrites {
+ public:
+  ShortWrites();
+  ~ShortWrites();
+  ShortWrites(const ShortWrites&) = delete;
+  ShortWrites& operator=(const ShortWrites&) = delete;
+
+  // How many were cut.
+  unsigned Count() const;
+};
 
 }  // namespace kivtest
 
