@@ -174,7 +174,7 @@ TEST_F(Child, IsKilledWhenItDoesNotEnd) {
   const auto begin = std::chrono::steady_clock::now();
   client_->StopConnect(256, 1, 8191);
   client_->Shutdown(100, 1);
-  EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(5));
+  EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(30));
   EXPECT_EQ(::kill(pid, 0), -1);
   EXPECT_EQ(errno, ESRCH);
 }

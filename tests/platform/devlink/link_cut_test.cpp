@@ -19,6 +19,7 @@
 namespace linktest {
 namespace {
 
+using devlink::LinkClock;
 using devlink::Milliseconds;
 using testing::HasSubstr;
 
@@ -58,19 +59,18 @@ class LinkCut : public LinkTest, public testing::WithParamInterface<std::tuple<W
   // After which a device is given up: short where that is what ends each session.
   Milliseconds Silence() const {
     if (TheWay() == Way::kSilent) return Milliseconds(kivtest::kSanitized ? 200 : 60);
-    return Milliseconds(TheWay() == Way::kHalfFrame ? 200 : 5000);
+    return Milliseconds(TheWay() == Way::kHalfFrame ? 1500 : 60'000);
   }
-  std::string SilenceText() const {
-    return TheWay() == Way::kSilent && !kivtest::kSanitized ? "0.06 s" : "0.2 s";
-  }
+  std::string SilenceText() const { return devlink::SecondsText(Silence()); }
 
-  void PlayCut(DeviceEnd& end, std::size_t cut) const {
+  void PlayCut(DeviceEnd& end, std::size_t cut) {
     const SampleSession session(1);  // a new client's first hello
     if (!end.WaitForData() ||
         !end.SendBytes(
             Bytes(session.line.begin(), session.line.begin() + static_cast<long>(cut)))) {
       return;
     }
+    sentInTime_ = LinkClock::now() - begun_.load() < Silence() / 2;
     if (TheWay() == Way::kReset) return;  // the hello was never read
     if (TheWay() == Way::kClosed) {
       end.Next();
@@ -97,7 +97,23 @@ class LinkCut : public LinkTest, public testing::WithParamInterface<std::tuple<W
       SetEndpoint(ChildEndpoint("cut " + std::to_string(cut) + " " + Path("armed")));
     }
     armed_ = static_cast<int>(cut);
+    sentInTime_ = TheWay() == Way::kKilled;  // which a program of its own does
+    begun_ = LinkClock::now();
     Start();
+  }
+
+  // The reason for which the first session of a cut was given up. A machine under load may keep
+  // device or link waiting for longer than the silence is, which gives another reason: then it is
+  // tried again.
+  std::string ReasonOfCut(std::size_t cut) {
+    constexpr int kTries = 100;
+    for (int i = 1;; ++i) {
+      StartCut(cut);
+      std::string reason = FirstReason();
+      const bool inTime = sentInTime_ && LinkClock::now() - begun_.load() < 3 * Silence();
+      if (inTime || i == kTries) return reason;
+      Stop();
+    }
   }
 
   std::string FirstReason() {
@@ -127,9 +143,9 @@ class LinkCut : public LinkTest, public testing::WithParamInterface<std::tuple<W
     ADD_FAILURE() << "the link did not come back";
   }
 
-  void ExpectReason(std::size_t cut, const SampleSession& session) {
+  void ExpectReason(const std::string& reason, std::size_t cut,
+                    const SampleSession& session) const {
     const bool greeted = cut >= session.greetingBytes;
-    const std::string reason = FirstReason();
     if (TheWay() == Way::kKilled) {
       EXPECT_THAT(reason, HasSubstr("was killed by signal 9"));
       EXPECT_EQ(reason.find("before the greeting") == std::string::npos, greeted) << reason;
@@ -173,11 +189,15 @@ class LinkCut : public LinkTest, public testing::WithParamInterface<std::tuple<W
   void TryCut(std::size_t cut) {
     SCOPED_TRACE("cut behind byte " + std::to_string(cut));
     const SampleSession session(1);
-    StartCut(cut);
+    const std::size_t asked = cut;
     // The flag that begins the next frame ends the one before it too: nothing is lost.
     if (TheWay() == Way::kHalfFrame && session.FrameEnd(cut) == cut + 1) ++cut;
     const bool goesOn = TheWay() == Way::kHalfFrame && cut >= session.greetingBytes;
-    if (!goesOn) ExpectReason(cut, session);
+    if (goesOn) {
+      StartCut(asked);
+    } else {
+      ExpectReason(ReasonOfCut(asked), cut, session);
+    }
     ComesBack();
     ExpectPackets(cut, session);
     if (goesOn && session.FrameEnd(cut) != cut) {
@@ -187,6 +207,8 @@ class LinkCut : public LinkTest, public testing::WithParamInterface<std::tuple<W
   }
 
   std::atomic<int> armed_{kWhole};
+  std::atomic<LinkClock::time_point> begun_{};
+  std::atomic<bool> sentInTime_{false};
 };
 
 TEST_P(LinkCut, IsToldCostsNothingAndComesBack) {

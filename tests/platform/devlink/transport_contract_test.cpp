@@ -142,7 +142,7 @@ TEST_P(TransportContract, ADeviceThatClosesIsToldAndTheLinkComesBack) {
 
 TEST_P(TransportContract, ASilentDeviceIsGivenUpAndTheLinkComesBack) {
   timing_.probeAfter = Milliseconds(50);
-  timing_.lostAfter = Milliseconds(250);
+  timing_.lostAfter = Milliseconds(1500);
   ConnectTo([](DeviceEnd& end, int connection) {
     if (!end.Greet()) return;
     if (connection == 0) {
@@ -153,7 +153,7 @@ TEST_P(TransportContract, ASilentDeviceIsGivenUpAndTheLinkComesBack) {
     AnswerAll(end);
   });
   ComesBack();
-  EXPECT_EQ(States()[2], "disconnected: the device has not answered for 0.25 s");
+  EXPECT_EQ(States()[2], "disconnected: the device has not answered for 1.5 s");
 }
 
 // Connection n is cut behind n bytes of the greeting and what follows.
@@ -193,7 +193,7 @@ TEST_P(TransportContract, AnAbsentDeviceIsToldOnceAndCostsNoProcessorTime) {
   const double cpuBefore = ProcessCpuSeconds();
   const auto begin = std::chrono::steady_clock::now();
   StartAt(endpoint_);
-  while (GetLinkCounters().attempts - attemptsBefore < 8) ::usleep(1000);
+  while (GetLinkCounters().attempts - attemptsBefore < 8) ::usleep(5000);
   EXPECT_GE(std::chrono::steady_clock::now() - begin, Milliseconds(390));
   EXPECT_LT(ProcessCpuSeconds() - cpuBefore, 0.3);
   EXPECT_THAT(States(), ElementsAre("connecting", Text(GetParam().absent)));
@@ -201,7 +201,6 @@ TEST_P(TransportContract, AnAbsentDeviceIsToldOnceAndCostsNoProcessorTime) {
 
 TEST_P(TransportContract, APostThatCannotBeWrittenInTimeDropsTheLinkAndAnswers3207) {
   timing_.writeLimit = Milliseconds(150);
-  timing_.lostAfter = Milliseconds(60'000);
   ConnectTo([](DeviceEnd& end, int connection) {
     if (!end.Greet()) return;
     if (connection == 0) return end.WaitForTheEnd();
@@ -224,11 +223,10 @@ TEST_P(TransportContract, AStopDuringAFloodIsQuickAndNothingComesAfterIt) {
     }
   });
   ASSERT_TRUE(record_.WaitForPackets(1000));
-  StopsWithin(Milliseconds(2000));
+  StopsWithin(Milliseconds(10'000));
 }
 
 TEST_P(TransportContract, AStopWakesAPostThatWaits) {
-  timing_.writeLimit = timing_.lostAfter = Milliseconds(60'000);
   ConnectTo([](DeviceEnd& end, int) {
     if (end.Greet()) end.WaitForTheEnd();
   });
@@ -237,7 +235,7 @@ TEST_P(TransportContract, AStopWakesAPostThatWaits) {
   ASSERT_TRUE(record_.Wait([&] {
     return std::find(record_.taps.begin(), record_.taps.end(), "> 2 7 70") != record_.taps.end();
   }));
-  StopsWithin(Milliseconds(2000));
+  StopsWithin(Milliseconds(10'000));
   poster.join();
   EXPECT_EQ(status, 3207u);
 }
