@@ -26,59 +26,40 @@ bool CmdInfoStore::FindGroup(std::string_view group, std::uint16_t& index) {
     index = records_.back().group;
     return true;
   }
-  const auto [found, isNew] = groupIndices_.emplace(std::string(group), 0);
-  if (isNew) {
-    if (groups_.size() >= kMaxGroups) return false;
-    found->second = static_cast<std::uint16_t>(groups_.size());
-    groups_.emplace_back(group);
+  if (const auto known = groupIndices_.find(group); known != groupIndices_.end()) {
+    index = known->second;
+    return true;
   }
-  index = found->second;
+  if (groups_.size() >= kMaxGroups) return false;
+  index = static_cast<std::uint16_t>(groups_.size());
+  groups_.emplace_back(group);
+  groupIndices_.emplace(group, index);
   return true;
 }
 
-std::uint32_t CmdInfoStore::RoomForName(std::size_t lengthChars) {
-  const std::size_t neededChars = lengthChars + 1;
-  const std::size_t left = names_.size() * kNameBlockChars - nameEnd_;
-  if (neededChars > left) {
-    const std::size_t blocks = (neededChars + kNameBlockChars - 1) / kNameBlockChars;
-    nameEnd_ = static_cast<std::uint32_t>(names_.size() * kNameBlockChars);
-    names_.reserve(names_.size() + blocks);
-    names_.push_back(std::make_unique_for_overwrite<wchar_t[]>(blocks * kNameBlockChars));
-    names_.resize(names_.size() + blocks - 1);
-  }
-  const std::uint32_t at = nameEnd_;
-  nameEnd_ += static_cast<std::uint32_t>(neededChars);
-  // What is left of a block that others cover is not used: a name begins where its block does.
-  if (neededChars > kNameBlockChars) {
-    nameEnd_ = static_cast<std::uint32_t>(names_.size() * kNameBlockChars);
-  }
-  return at;
+// With a zero behind it.
+template <typename Name>
+std::uint32_t CmdInfoStore::StoreName(const Name& name) {
+  const std::uint32_t place = names_.Room(name.size() + 1);
+  *std::copy(name.begin(), name.end(), names_.At(place)) = L'\0';
+  return place;
 }
 
-template <typename Name>
-void CmdInfoStore::StoreName(std::uint32_t at, const Name& name) {
-  wchar_t* const to = names_[at / kNameBlockChars].get() + at % kNameBlockChars;
-  *std::copy(name.begin(), name.end(), to) = L'\0';
+std::uint32_t CmdInfoStore::StoreText(std::string_view text) {
+  const std::uint32_t place = texts_.Room(text.size());
+  if (!text.empty()) std::copy(text.begin(), text.end(), texts_.At(place));
+  return place;
 }
 
 bool CmdInfoStore::Add(std::uint32_t id, std::string_view name, std::string_view description,
                        std::string_view group, std::uint32_t flags) {
   std::uint16_t groupIndex = 0;
-  if (names_.size() * std::size_t{kNameBlockChars} + name.size() > kMaxArena ||
-      texts_.size() + description.size() > kMaxArena || !FindGroup(group, groupIndex)) {
+  if (names_.SizeChars() + name.size() > kMaxArena ||
+      texts_.SizeChars() + description.size() > kMaxArena || !FindGroup(group, groupIndex)) {
     return false;
   }
-  const auto textBytes = static_cast<std::uint32_t>(texts_.size());
-  std::uint32_t nameChars = 0;
-  if (IsAscii(name)) {
-    nameChars = RoomForName(name.size());
-    StoreName(nameChars, name);
-  } else {
-    const std::wstring wide = os::Utf8ToWide(name);
-    nameChars = RoomForName(wide.size());
-    StoreName(nameChars, wide);
-  }
-  texts_ += description;
+  const std::uint32_t nameChars = IsAscii(name) ? StoreName(name) : StoreName(os::Utf8ToWide(name));
+  const std::uint32_t textBytes = StoreText(description);
   records_.push_back({id, nameChars, textBytes, groupIndex, static_cast<std::uint16_t>(flags)});
   return true;
 }
@@ -87,27 +68,19 @@ void CmdInfoStore::AddCombinedText(std::uint32_t index, std::string_view text) {
   combined_[index].emplace_back(text);
 }
 
-// Cuts the last block to what is used of it.
-void CmdInfoStore::TrimNames() {
-  if (names_.empty() || names_.back() == nullptr) return;
-  const std::size_t usedChars = nameEnd_ - (names_.size() - 1) * kNameBlockChars;
-  auto trimmed = std::make_unique_for_overwrite<wchar_t[]>(usedChars);
-  std::copy_n(names_.back().get(), usedChars, trimmed.get());
-  names_.back() = std::move(trimmed);
-}
-
 void CmdInfoStore::Seal() {
-  TrimNames();
+  names_.Trim();
   records_.shrink_to_fit();
-  texts_.shrink_to_fit();
+  texts_.Trim();
   groupIndices_.clear();
 }
 
 std::string_view CmdInfoStore::DescriptionAt(std::uint32_t index) const noexcept {
-  const std::size_t begin = records_[index].textBytes;
-  const std::size_t end =
-      index + 1 < records_.size() ? records_[index + 1].textBytes : texts_.size();
-  return std::string_view(texts_).substr(begin, end - begin);
+  const std::uint32_t begin = records_[index].textBytes;
+  const std::uint32_t next =
+      index + 1 < records_.size() ? records_[index + 1].textBytes : BlockArena<char>::kNoNext;
+  const std::uint32_t end = texts_.EndAt(begin, next);
+  return begin == end ? std::string_view() : std::string_view(texts_.At(begin), end - begin);
 }
 
 bool CmdInfoStore::HasCombinedText(std::uint32_t index, std::string_view text) const {
@@ -138,11 +111,24 @@ std::uint32_t CmdInfoStore::Fill(const SqliteFile& file) {
   return status;
 }
 
+// What the file says of itself is believed only as far as its size makes it likely.
+void CmdInfoStore::ReserveRecords(const SqliteFile& file) {
+  SqliteStatement said;
+  if (said.Prepare(file,
+                   "SELECT min(commands, page_count * page_size / 32) "
+                   "FROM about, pragma_page_count, pragma_page_size") != 0 ||
+      said.Step() != 0 || said.Number(0) < 0) {
+    return;
+  }
+  records_.reserve(static_cast<std::size_t>(said.Number(0)));
+}
+
 std::uint32_t CmdInfoStore::FillCommands(const SqliteFile& file) {
   SqliteStatement rows;
   std::uint32_t status =
       rows.Prepare(file, "SELECT position, id, name, text, in_group, flags FROM command");
   if (status != 0) return status;
+  ReserveRecords(file);
   std::int64_t lastId = 0;
   while ((status = rows.Step()) == 0) {
     const std::int64_t id = rows.Number(1);

@@ -1,5 +1,5 @@
 // CmdInfoStore: the commands of a catalogue as consoles enumerate them, packed: 16 bytes a command,
-// its name in one arena of wide characters, its description in one arena of UTF-8. A hundred
+// its name in an arena of wide characters, its description in one of UTF-8. A hundred
 // thousand commands fit in 16 MiB.
 //
 // Threads: immutable once filled, so any. Shared by the catalogue and every CmdInfo.
@@ -7,12 +7,14 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
 #include <unordered_map>
 #include <vector>
 
+#include "platform/catalogue/block_arena.h"
 #include "platform/catalogue/sqlite_file.h"
 
 // The records of one enumeration, names and texts in common blocks.
@@ -32,8 +34,7 @@ class CmdInfoStore {
   std::uint32_t Count() const noexcept { return static_cast<std::uint32_t>(records_.size()); }
   std::uint32_t IdAt(std::uint32_t index) const noexcept { return records_[index].id; }
   const wchar_t* NameAt(std::uint32_t index) const noexcept {
-    const std::uint32_t at = records_[index].nameChars;
-    return names_[at / kNameBlockChars].get() + at % kNameBlockChars;
+    return names_.At(records_[index].nameChars);
   }
   std::string_view DescriptionAt(std::uint32_t index) const noexcept;
   std::string_view GroupAt(std::uint32_t index) const noexcept {
@@ -47,36 +48,35 @@ class CmdInfoStore {
   std::uint32_t Find(std::uint32_t id, std::uint32_t& hint) const noexcept;
 
  private:
-  // One command; texts are offsets into the common blocks.
+  // One command; texts are places in the common blocks.
   struct Record {
     std::uint32_t id;
-    std::uint32_t nameChars;  // where the name begins in the blocks of names
-    std::uint32_t
-        textBytes;  // where the description begins in texts_; it ends where the next begins
+    std::uint32_t nameChars;  // place of the name
+    std::uint32_t textBytes;  // place of the description; it ends where the next begins
     std::uint16_t group;
     std::uint16_t flags;
   };
 
-  // Names stand in blocks of so many characters, so that a hundred thousand of them grow without
-  // being copied.
-  static constexpr std::uint32_t kNameBlockChars = 65536;
+  // So that a group is looked up without a string of its own.
+  struct GroupHash {
+    using is_transparent = void;
+    std::size_t operator()(std::string_view group) const noexcept {
+      return std::hash<std::string_view>()(group);
+    }
+  };
 
-  // Where `lengthChars` characters and a zero have room, in one block.
-  std::uint32_t RoomForName(std::size_t lengthChars);
   template <typename Name>
-  void StoreName(std::uint32_t at, const Name& name);
-  void TrimNames();
+  std::uint32_t StoreName(const Name& name);
+  std::uint32_t StoreText(std::string_view text);
+  void ReserveRecords(const SqliteFile& file);
   std::uint32_t FillCommands(const SqliteFile& file);
   std::uint32_t FillCombinedTexts(const SqliteFile& file);
   bool FindGroup(std::string_view group, std::uint16_t& index);
 
   std::vector<Record> records_;
-  // A name longer than a block has one of its own, as long as it needs, and the places in names_
-  // that this covers stay empty.
-  std::vector<std::unique_ptr<wchar_t[]>> names_;
-  std::uint32_t nameEnd_ = 0;  // of the last name, in characters of all blocks
-  std::string texts_;
+  BlockArena<wchar_t> names_;
+  BlockArena<char> texts_;
   std::vector<std::string> groups_;
-  std::unordered_map<std::string, std::uint16_t> groupIndices_;
+  std::unordered_map<std::string, std::uint16_t, GroupHash, std::equal_to<>> groupIndices_;
   std::unordered_map<std::uint32_t, std::vector<std::string>> combined_;
 };

@@ -31,6 +31,34 @@ TEST(CmdInfoStore, NamesOfAnyLengthComeBackWhole) {
   }
 }
 
+// Empty ones at the borders of blocks too.
+TEST(CmdInfoStore, DescriptionsOfAnyLengthComeBackWhole) {
+  std::vector<std::string> texts;
+  for (const std::size_t length :
+       {std::size_t{0}, kBlock - 3, std::size_t{0}, std::size_t{3}, std::size_t{0}, std::size_t{0},
+        kBlock, std::size_t{0}, kBlock + 1, std::size_t{0}, std::size_t{7}, 3 * kBlock,
+        std::size_t{1}, kBlock - 1, std::size_t{0}, std::size_t{2}, std::size_t{0}}) {
+    texts.push_back(std::string(length, static_cast<char>('a' + texts.size())));
+  }
+  for (std::size_t count = 0; count <= texts.size(); ++count) {
+    CmdInfoStore store;
+    for (std::uint32_t i = 0; i < count; ++i) ASSERT_TRUE(store.Add(i, "name", texts[i], "", 0));
+    store.Seal();
+    for (std::uint32_t i = 0; i < count; ++i) ASSERT_TRUE(store.DescriptionAt(i) == texts[i]) << i;
+  }
+}
+
+TEST(CmdInfoStore, GroupsAreFoundAgainWhateverStandsBetween) {
+  CmdInfoStore store;
+  for (std::uint32_t i = 0; i < 300; ++i) {
+    ASSERT_TRUE(store.Add(i, "name", "", "group " + std::to_string(i * 7 % 100), 0));
+  }
+  store.Seal();
+  for (std::uint32_t i = 0; i < 300; ++i) {
+    EXPECT_EQ(store.GroupAt(i), "group " + std::to_string(i * 7 % 100));
+  }
+}
+
 TEST(CmdInfoStore, NamesBeyondAsciiAreKeptAsWideText) {
   CmdInfoStore store;
   ASSERT_TRUE(store.Add(1, "\xc3\xa9\xe2\x82\xac", "", "", 0));
