@@ -52,16 +52,21 @@ bool ReadBothWays(std::string_view text, pugi::xml_document& document) {
 }
 
 void Merge(const pugi::xml_document (&documents)[3], bool isSmall) {
-  const std::vector<xml_config::MergeRule> rules = {
+  xml_config::Options options;
+  options.mergeRules = {
       {L"SourceData", MergeKind::kByAttribute, L"ID"},
       {L"SourceData.LIST", MergeKind::kAppended, nullptr},
       {L"SourceData.WHOLE", MergeKind::kWhole, nullptr},
   };
-  const std::vector<xml_config::UnsetValue> unset = {{nullptr, L""}};
+  options.unsetValues = {{nullptr, L""}};
   const std::string ours = Essence(documents[1].document_element());
-  xml_merge::Merge(documents[0].document_element(), documents[1].document_element(),
-                   documents[2].document_element(), {rules, unset},
-                   isSmall ? xml_merge::Descent::kGoesOn : xml_merge::Descent::kBeganAnew);
+  const xml_merge::Sides sides = {documents[0].document_element(), documents[1].document_element(),
+                                  documents[2].document_element()};
+  if (isSmall) {
+    xml_merge::Merge(sides.base, sides.ours, sides.theirs, options);
+  } else {
+    xml_merge::MergeAnew(sides, options);
+  }
   Require(ours == Essence(documents[1].document_element()));
   if (isSmall) Require(!well_formed::FindFault(xml_document::Serialise(documents[2])));
 }
