@@ -60,6 +60,7 @@ Console::Console(ConsoleOptions options)
       context_{options_, pump_, display_, runner_} {}
 
 int Console::Run() {
+  if (interactive_ || !options_.verbose) watch_.HideLoads();
   facade_.Start(watch_, interactive_);
   int status = kDone;
   if (interactive_) {

@@ -33,6 +33,9 @@ constexpr OptionRow kOptions[] = {
      "                          Default: 300."},
     {"variant", nullptr, "N", "Protocol variant code, instead of what the device says."},
     {"product", nullptr, "N", "Product version code, instead of what the device says."},
+    {"verify", nullptr, nullptr,
+     "After ldnv, ask the device what it has stored and compare it with the file."},
+    {"verbose", nullptr, nullptr, "In a batch, show every confirmation of ldnv."},
     {"debug", nullptr, nullptr,
      "Write the debug log to kiv-debug.log in the configuration directory."},
     {"version", nullptr, nullptr, "Print the version and end."},
@@ -151,6 +154,8 @@ std::optional<int> ReadOptions(const QStringList& arguments, ConsoleOptions& opt
   if (parser.isSet(QStringLiteral("file"))) {
     options.file = parser.value(QStringLiteral("file")).toStdString();
   }
+  options.verify = parser.isSet(QStringLiteral("verify"));
+  options.verbose = parser.isSet(QStringLiteral("verbose"));
   options.debug = parser.isSet(QStringLiteral("debug"));
   return std::nullopt;
 }

@@ -30,6 +30,8 @@ struct ConsoleOptions {
   std::optional<std::string> file;      // -f
   std::optional<std::uint32_t> waitMs;  // unset: what the settings say
   std::uint32_t settleMs = 300;         // silence that ends an answer without an end mark
+  bool verbose = false;                 // show what a batch's loads are confirmed with
+  bool verify = false;                  // compare what was loaded
   bool debug = false;
 
   bool HasScript() const { return !lines.empty() || file.has_value(); }

@@ -13,6 +13,11 @@ void Display::Arrived(const ViewEvent& event) {
 }
 
 // Elsewhere the two outputs do not meet: a notice leaves a captured text alone.
+void Display::Progress(const std::string& row) {
+  screen_.Write(flow_.Break());
+  screen_.Progress(row);
+}
+
 void Display::Notice(const std::string& text) {
   if (os::ConsoleEvents::OutputIsTerminal()) screen_.Write(flow_.Break());
   screen_.Notify(text);

@@ -29,6 +29,12 @@ class Display {
   // Standard error: a whole line that begins with "kiv: " or "link: ".
   void Notice(const std::string& text);
 
+  // A row that says how far something is; the next text takes its place. Without HasProgress there
+  // is none.
+  bool HasProgress() const { return screen_.HasProgress(); }
+  void Progress(const std::string& row);
+  void EndProgress() { screen_.Progress(""); }
+
   // The channels' texts have ended.
   void EndPieces() { screen_.Write(flow_.EndAll()); }
   // Ends what is open and shows the prompt with the line under edit.

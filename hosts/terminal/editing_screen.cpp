@@ -39,7 +39,19 @@ void EditingScreen::Flush() {
   pending_.clear();
 }
 
+// What does not fit into the row is cut by the terminal, which must not go on in the next one.
+void EditingScreen::Progress(std::string_view row) {
+  HidePrompt();
+  if (row.empty()) return;
+  isProgressShown_ = true;
+  pending_ += "\x1b[?7l" + std::string(row) + "\x1b[?7h";
+}
+
 void EditingScreen::HidePrompt() {
+  if (isProgressShown_) {
+    isProgressShown_ = false;
+    pending_ += "\r\x1b[K";
+  }
   if (!isPromptShown_) return;
   isPromptShown_ = false;
   editor_->Hide();
@@ -61,6 +73,7 @@ void EditingScreen::Notify(std::string_view text) {
 
 void EditingScreen::ShowPrompt() {
   if (isPromptShown_) return;
+  HidePrompt();
   isPromptShown_ = true;
   editor_->Show(Prompt());
   TakeOutput();

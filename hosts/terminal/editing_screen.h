@@ -27,6 +27,8 @@ class EditingScreen final : public Screen {
   void Write(std::string_view bytes) override;
   void Notify(std::string_view text) override;
   void ShowPrompt() override;
+  bool HasProgress() const override { return true; }
+  void Progress(std::string_view row) override;
   void Flush() override;
   void Typed(std::string_view bytes) override;
   bool HasTyped() const override { return editor_->HasKeys(); }
@@ -41,11 +43,13 @@ class EditingScreen final : public Screen {
 
  private:
   void TakeTerminal();
+  // And the row of a progress.
   void HidePrompt();
   void TakeOutput() { pending_ += editor_->TakeOutput(); }
 
   const std::unique_ptr<LineEditor> editor_;
   const bool noticesMeetTexts_;
+  bool isProgressShown_ = false;
   std::string pending_;  // written at the next Flush
   LineSource finished_;  // a finished line may be several
 };

@@ -1,6 +1,8 @@
 #include "hosts/terminal/facade_thread.h"
 
+#include <algorithm>
 #include <cwchar>
+#include <iterator>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -20,6 +22,16 @@ using SvcKivSpace::SvcKivMsgType;
 // What a reply holder has before a line: still there afterwards means that a text channel took the
 // line.
 constexpr wchar_t kSentinel[] = L"\x1\x2kiv: nobody has answered yet\x2\x1";
+
+constexpr wchar_t kLoadWord[] = L"ldnv";
+
+// The module takes the word in capitals, too.
+bool IsLoadWord(std::wstring_view word) {
+  return std::equal(word.begin(), word.end(), std::begin(kLoadWord), std::end(kLoadWord) - 1,
+                    [](wchar_t typed, wchar_t small) {
+                      return typed == small || (typed < 0x80 && typed + 0x20 == small);
+                    });
+}
 
 std::wstring_view FirstWord(std::wstring_view line) {
   line.remove_prefix(std::min(line.find_first_not_of(L' '), line.size()));
@@ -100,14 +112,34 @@ void FacadeThread::Run(std::uint64_t number, std::wstring line) {
       Qt::QueuedConnection);
 }
 
+std::uint32_t FacadeThread::CmdId(std::wstring_view name) {
+  const SvcKivSpace::MorviCmdList* const list = SvcKiv::GetMorviCmdList();
+  const CmdInfo* const command = list != nullptr ? list->Find(name) : nullptr;
+  return command != nullptr ? command->GetId() : 0;
+}
+
 void FacadeThread::RunHere(std::uint64_t number, const std::wstring& line) {
   KeepLine(line);
   const std::wstring_view word = FirstWord(line);
   ViewEvent event;
   event.kind = ViewEvent::Kind::kReply;
   event.isHelp = word == L"help" || word == L"?";
-  const SvcKivSpace::MorviCmdList* const list = SvcKiv::GetMorviCmdList();
-  event.isCommand = event.isHelp || (list != nullptr && list->Find(word) != nullptr);
+  event.isLoad = IsLoadWord(word);
+  event.isCommand = event.isHelp || event.isLoad || CmdId(word) != 0;
+  if (event.isLoad) watch_->BeginLoad(CmdId(kLoadWord));
+  RunThrough(number, line, event);
+  queue_.Push(std::move(event));
+}
+
+bool FacadeThread::AskDevice(const std::wstring& name, ViewEvent& answer) {
+  const std::uint32_t cmdId = CmdId(name);
+  if (cmdId == 0) return false;
+  watch_->BeginQuestion(cmdId);
+  RunThrough(answer.line, name, answer);
+  return true;
+}
+
+void FacadeThread::RunThrough(std::uint64_t number, const std::wstring& line, ViewEvent& event) {
   QCString reply(kSentinel);
   hasSpoken_ = hasFailed_ = false;
   watch_->BeginLine(number);
@@ -119,7 +151,6 @@ void FacadeThread::RunHere(std::uint64_t number, const std::wstring& line) {
   event.channelSpoke = hasSpoken_;
   event.channelFailed = hasFailed_;
   if (!event.takenByChannel) event.text = ShownText(reply.view());
-  queue_.Push(std::move(event));
 }
 
 void FacadeThread::Ask(std::uint64_t number, Question question) {
@@ -169,6 +200,7 @@ void FacadeThread::OnMessage(SvcKivMsgType kind, void* payload) {
       break;
     case SvcKivSpace::kReply:
       event.text = ShownText(static_cast<const wchar_t*>(payload));
+      if (!isHere && watch_->IsHidden(event.text)) return;
       break;
     case SvcKivSpace::kTestCase:
       event.text = ShownText(static_cast<const wchar_t*>(payload));

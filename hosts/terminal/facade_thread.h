@@ -45,6 +45,9 @@ class FacadeThread {
 
   // For questions. Reads the catalogue again; false when there are no commands now.
   bool ReloadCatalogue();
+  // For questions. Runs a command of the catalogue that nobody typed; the answer's event says what
+  // is known of it, and the watch keeps what the device says. False when there is no such command.
+  bool AskDevice(const std::wstring& name, ViewEvent& answer);
   // For questions. Null when the module did not start.
   SettingsKeeper* Settings() { return settings_ ? &*settings_ : nullptr; }
 
@@ -61,6 +64,10 @@ class FacadeThread {
   // Tells the lines of earlier runs.
   void PushHistory();
   void RunHere(std::uint64_t number, const std::wstring& line);
+  // Fills what became of the line.
+  void RunThrough(std::uint64_t number, const std::wstring& line, ViewEvent& event);
+  // 0, which no catalogue has, when there is no such command.
+  static std::uint32_t CmdId(std::wstring_view name);
   void KeepLine(const std::wstring& line);
   void Warn(std::string text);
   // Takes the payload, which may be null.

@@ -27,12 +27,14 @@ int LineRunner::Run(std::wstring line) {
   const std::uint64_t number = ++number_;
   pump_.ShowAll();
   pump_.ForgetAnswered();
+  const std::wstring typed = line;
   facade_.Run(number, std::move(line));
   ViewEvent reply;
   // Texts that arrive meanwhile stay in the queue: they stand behind the reply.
   if (!pump_.WaitForReply(number, reply)) return kInterrupted;
   display_.Reply(reply.text);
   pump_.ShowAll();
+  if (reply.isLoad) return LoadStatus(reply, typed);
   if (reply.takenByChannel) {
     const bool isCut = isRestLost && reply.channelPosted;
     if (isCut) display_.Notice(RestLostText(shown));

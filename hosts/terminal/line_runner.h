@@ -8,12 +8,14 @@
 #include <cstdint>
 #include <functional>
 #include <string>
+#include <string_view>
 
 #include "hosts/terminal/console_options.h"
 #include "hosts/terminal/display.h"
 #include "hosts/terminal/event_pump.h"
 #include "hosts/terminal/facade_thread.h"
 #include "hosts/terminal/link_watch.h"
+#include "hosts/terminal/load_notes.h"
 
 namespace kiv {
 
@@ -33,11 +35,21 @@ class LineRunner {
 
  private:
   using Clock = EventPump::Clock;
+  static constexpr int kGoesOn = -1;  // no status yet
 
   int WaitForAnswer(ViewEvent line, const std::string& shown);
   int ChannelStatus(const ViewEvent& reply, const std::string& shown);
   // Of a line that a text channel took: waits for the whole answer.
   int WaitForChannels(const ViewEvent& line, const std::string& shown);
+  // Of a line that loads a file (line_runner_load.cpp).
+  int LoadStatus(const ViewEvent& reply, std::wstring_view line);
+  // Until the device has the file, or will not have it.
+  int WaitForLoad(const ViewEvent& line, const LoadNotes& notes);
+  // kGoesOn, or the line's status; has said why when it is not kDone.
+  int EndOfLoad(const ViewEvent& line, const LoadNotes& notes, LoadState state);
+  void StopLoad(const LoadNotes& notes);
+  // Compares the file with what the device says it has.
+  int VerifyLoad(const LoadNotes& notes, const std::string& mappedPath);
   // Says why a line is not waited for any longer, and answers its status; kDone while it is.
   int GiveUp(std::uint64_t epoch, Clock::time_point deadline, const std::string& shown);
 

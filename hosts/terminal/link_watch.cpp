@@ -6,6 +6,8 @@
 
 #include "hosts/terminal/console_texts.h"
 #include "platform/base/result_codes.h"
+#include "platform/catalogue/param_codec.h"
+#include "platform/os/utf8.h"
 #include "platform/text/shown_text.h"
 
 namespace kiv {
@@ -20,6 +22,16 @@ namespace {
 std::string_view TextOf(const ReceivedPacket& record) {
   const std::string_view body(reinterpret_cast<const char*>(record.body), record.bodyLengthBytes);
   return body.substr(0, body.find('\0'));
+}
+
+// The row that a confirmation's text begins with; empty when it has no fields.
+std::string FirstRow(const ReceivedPacket& record) {
+  CParamCodec codec(nullptr);
+  CParamNode tree;
+  const DecodeDescriptor descriptor{record.cmdId, DecodeDescriptor::kCnf, record.bodyLengthBytes};
+  if (codec.Decode(descriptor, record.body, tree, CategoryIdType::Any) != result::kOk) return {};
+  const CParamNode* const first = std::as_const(tree).GetFirstChild();
+  return first != nullptr ? "." + os::WideToUtf8(first->GetVariableName()) : std::string();
 }
 
 }  // namespace
@@ -68,6 +80,48 @@ void LinkWatch::Abandon() {
   answer_.Begin();
 }
 
+void LinkWatch::BeginLoad(std::uint32_t cmdId) {
+  const std::lock_guard lock(mutex_);
+  load_.Begin(cmdId);
+}
+
+LoadState LinkWatch::Load() const {
+  const std::lock_guard lock(mutex_);
+  return load_.State();
+}
+
+void LinkWatch::BeginQuestion(std::uint32_t cmdId) {
+  const std::lock_guard lock(mutex_);
+  question_ = cmdId;
+  questionBody_.clear();
+}
+
+LinkWatch::Answer LinkWatch::TakeAnswer() {
+  const std::lock_guard lock(mutex_);
+  return {std::exchange(question_, 0), std::exchange(questionBody_, {})};
+}
+
+bool LinkWatch::HidesConfirmation(const ReceivedPacket& record) const {
+  if (record.isInd != 0 || record.resultCode != result::kOk || record.cmdId == 0) return false;
+  return record.cmdId == question_ || (hidesLoads_ && record.cmdId == load_.CmdId());
+}
+
+// A text alone in its batch needs no look. Of several, a confirmation's begins with its first
+// field; what the device sends unasked has other fields.
+bool LinkWatch::IsHidden(std::string_view text) {
+  const std::lock_guard lock(mutex_);
+  for (std::size_t i = 0; i < unshown_.size(); ++i) {
+    if (!HidesConfirmation(unshown_[i])) continue;
+    if (batchSize_ > 1) {
+      const std::string row = FirstRow(unshown_[i]);
+      if (row.empty() || text.find(row) == std::string_view::npos) continue;
+    }
+    unshown_ = unshown_.subspan(i + 1);
+    return true;
+  }
+  return false;
+}
+
 void LinkWatch::OnState(const devlink::StateChange& change) {
   const bool connected = change.state == LinkState::kConnected;
   bool changed = false;
@@ -96,13 +150,23 @@ void LinkWatch::OnNotice(const char* line, std::size_t lengthBytes) {
   queue_.PushWaiting(std::move(event));
 }
 
+// A confirmed chunk is noted here: the next one may be posted before the batch is handed over.
 void LinkWatch::OnMessage(const devlink::TapMessage& message) {
-  if (message.direction != Direction::kToDevice) return;
+  if (message.direction != Direction::kToDevice) {
+    if (message.kind != MessageKind::kCnf) return;
+    const std::lock_guard lock(mutex_);
+    if (load_.Confirmed(message.cmdId, message.tag, message.resultCode)) hasLoadEnded_ = true;
+    return;
+  }
   const Channel channel = ChannelOfPost(message.kind, message.cmdId);
   const bool isRequest = message.kind == MessageKind::kRequest;
   if (!isRequest && channel == Channel::kNone) return;
   const std::lock_guard lock(mutex_);
-  if (!collecting_ || std::this_thread::get_id() != runner_) return;
+  if (std::this_thread::get_id() != runner_) return;
+  if (isRequest) {
+    load_.Posted(message.cmdId, message.tag, {message.body, message.bodyLengthBytes});
+  }
+  if (!collecting_) return;
   if (isRequest) {
     posts_.push_back({message.cmdId, message.tag, false});
     ++open_;
@@ -114,7 +178,9 @@ void LinkWatch::OnMessage(const devlink::TapMessage& message) {
 
 void LinkWatch::OnPostFailed(std::uint16_t tag, std::uint32_t cmdId, std::uint32_t status) {
   const std::lock_guard lock(mutex_);
-  if (!collecting_ || std::this_thread::get_id() != runner_) return;
+  if (std::this_thread::get_id() != runner_) return;
+  load_.PostFailed(cmdId, tag);
+  if (!collecting_) return;
   if (status == result::kLinkDown || status == result::kNotConnected) linkDown_ = true;
   answer_.PostFailed(ChannelOfRequest(cmdId));
   const auto failed = std::find_if(posts_.rbegin(), posts_.rend(), [&](const Post& post) {
@@ -151,6 +217,7 @@ bool LinkWatch::ReadChannels(const ReceivedPacket* records, std::uint32_t count)
 
 void LinkWatch::OnHandingOver(const ReceivedPacket* records, std::uint32_t count) {
   unshown_ = {records, count};
+  batchSize_ = count;
 }
 
 Channel LinkWatch::ChannelOfText(std::string_view text) {
@@ -171,11 +238,17 @@ void LinkWatch::OnHandedOver(const ReceivedPacket* records, std::uint32_t count)
   {
     const std::lock_guard lock(mutex_);
     bool lastConfirmed = false;
-    for (std::uint32_t i = 0; i < count && !posts_.empty(); ++i) {
-      if (records[i].isInd == 0 && Confirm(records[i])) lastConfirmed = true;
+    for (std::uint32_t i = 0; i < count; ++i) {
+      const ReceivedPacket& record = records[i];
+      if (record.isInd != 0) continue;
+      if (record.cmdId == question_ && question_ != 0) {
+        questionBody_.assign(record.body, record.body + record.bodyLengthBytes);
+      }
+      if (!posts_.empty() && Confirm(record)) lastConfirmed = true;
     }
     const bool hasProgress = ReadChannels(records, count);
-    if (!(lastConfirmed || hasProgress) || collecting_)
+    const bool loadEnded = std::exchange(hasLoadEnded_, false);
+    if (!(lastConfirmed || hasProgress || loadEnded) || collecting_)
       return;  // while the line still runs, EndLine tells it
     Describe(event);
   }

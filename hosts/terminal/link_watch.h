@@ -21,6 +21,7 @@
 #include <vector>
 
 #include "hosts/terminal/channel_answer.h"
+#include "hosts/terminal/load_progress.h"
 #include "hosts/terminal/view_queue.h"
 #include "platform/devlink/link_observer.h"
 
@@ -45,6 +46,23 @@ class LinkWatch final : public devlink::LinkObserver {
   ChannelProgress Progress() const;
   // The line is not waited for any more.
   void Abandon();
+  // The line that is about to run loads a file with this command.
+  void BeginLoad(std::uint32_t cmdId);
+  LoadState Load() const;
+  // The line that is about to run is the console's own question: its good answer is not shown but
+  // kept for TakeAnswer.
+  void BeginQuestion(std::uint32_t cmdId);
+  // The confirmation's body, empty when there was none. Ends the question.
+  struct Answer {
+    std::uint32_t cmdId;
+    std::vector<std::uint8_t> body;
+  };
+  Answer TakeAnswer();
+  // Good confirmations of a load are not shown, however many there are.
+  void HideLoads() { hidesLoads_ = true; }
+  // Whether the module's text is of a confirmation that is not shown. On the link's thread, like
+  // ChannelOfText.
+  bool IsHidden(std::string_view text);
   // Whose the text is that the module shows now under the kind that shell and controller share. On
   // the link's thread. Texts come in the order of the batch; some of the batch may not come.
   Channel ChannelOfText(std::string_view text);
@@ -68,13 +86,15 @@ class LinkWatch final : public devlink::LinkObserver {
   // Whether the console has to look at the channels' progress again.
   bool ReadChannels(const ReceivedPacket* records, std::uint32_t count);
   void Describe(ViewEvent& event) const;
+  bool HidesConfirmation(const ReceivedPacket& record) const;
 
   ViewQueue& queue_;
   const std::string endpoint_;
   const std::function<void(bool)> onConnected_;
 
-  // Of the link's thread: what of the batch may still be shown.
+  // Of the link's thread: what of the batch may still be shown, and how much there was.
   std::span<const ReceivedPacket> unshown_;
+  std::size_t batchSize_ = 0;
 
   mutable std::mutex mutex_;
   std::thread::id runner_;
@@ -89,6 +109,11 @@ class LinkWatch final : public devlink::LinkObserver {
   std::uint32_t result_ = 0;
   ChannelAnswer answer_;
   std::chrono::steady_clock::time_point latest_;
+  bool hidesLoads_ = false;
+  LoadProgress load_;
+  bool hasLoadEnded_ = false;   // and was not told yet
+  std::uint32_t question_ = 0;  // command id; 0: there is none
+  std::vector<std::uint8_t> questionBody_;
 };
 
 }  // namespace kiv

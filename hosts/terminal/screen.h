@@ -34,6 +34,10 @@ class Screen {
   // Nothing happens when it is shown already. The cursor must stand in the first column.
   virtual void ShowPrompt() = 0;
   bool IsPromptShown() const { return isPromptShown_; }
+  // A row below all texts, drawn over the one before it; whatever is shown next takes its place.
+  // Empty: none. Where HasProgress says no, nothing is drawn.
+  virtual bool HasProgress() const { return false; }
+  virtual void Progress(std::string_view row) { static_cast<void>(row); }
   // What stands in front of the line from the next ShowPrompt on.
   void SetPrompt(std::string prompt) { prompt_ = std::move(prompt); }
   // Brings what was written to the terminal at the latest; before each wait.

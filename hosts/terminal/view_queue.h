@@ -43,6 +43,7 @@ struct ViewEvent {
   bool takenByChannel = false;
   bool isCommand = false;  // the word is a command of the catalogue, or help
   bool isHelp = false;
+  bool isLoad = false;         // the word loads a file
   bool linkDown = false;       // the link was not up when the line ran or its post was written
   std::uint32_t posts = 0;     // requests posted, of which the device confirms each
   bool answered = false;       // all of them are confirmed

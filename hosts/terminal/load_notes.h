@@ -1,0 +1,52 @@
+// LoadNotes: what the console says of a file load: a row with a bar while it goes on, the same in
+// plain lines where no row can be redrawn, and how it ended.
+//
+// Threads: none of its own, one caller at a time. Owns its texts. Errors: none.
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include "hosts/terminal/load_progress.h"
+
+namespace kiv {
+
+// Of one load line.
+class LoadNotes {
+ public:
+  using Clock = LoadProgress::Clock;
+
+  // `path` as it was typed; `sizeBytes` unset when the file cannot be asked.
+  LoadNotes(std::string path, std::optional<std::uint64_t> sizeBytes, Clock::time_point begin)
+      : path_(std::move(path)), sizeBytes_(sizeBytes), begin_(begin) {}
+
+  const std::string& Path() const { return path_; }
+  // "ldnv [####------]  40 %, 4096 of 10000 bytes, 1.2 MB/s, 3 s left", without a line end.
+  std::string Row(const LoadState& state, Clock::time_point now) const;
+  // A whole line for standard error, the same without the bar.
+  std::string Line(const LoadState& state, Clock::time_point now) const;
+  std::string StoredText(const LoadState& state, Clock::time_point now) const;
+  // The file ended before a chunk went out: it is empty.
+  std::string NothingSentText() const;
+  std::string NoAnswerText(const LoadState& state, std::uint32_t waitMs) const;
+  std::string LinkLostText(const LoadState& state) const;
+  // The device said no; its own words stand above.
+  std::string RefusedText(const LoadState& state) const;
+  // The module gave the load up; its own words stand above.
+  std::string EndedText(const LoadState& state) const;
+  std::string StoppedText(const LoadState& state) const;
+  std::string VerifiedText(const std::string& sha256) const;
+
+ private:
+  std::uint64_t BytesOf(std::uint32_t chunks) const;
+  std::string Figures(const LoadState& state, Clock::time_point now) const;
+  std::string Standing(const LoadState& state) const;
+
+  const std::string path_;
+  const std::optional<std::uint64_t> sizeBytes_;
+  const Clock::time_point begin_;
+};
+
+}  // namespace kiv

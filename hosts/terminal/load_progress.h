@@ -1,0 +1,59 @@
+// LoadProgress: how far a file load is, by what the link's tap sees of it: chunks that are posted,
+// one at a time, and their confirmations.
+//
+// Threads: none of its own, one caller at a time. Owns nothing.
+// Errors: none; a command that does not begin with index and count is not counted.
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <span>
+
+namespace kiv {
+
+// Of the load that began last.
+struct LoadState {
+  bool isPosted = false;        // a chunk went out
+  bool isWaiting = false;       // for the confirmation of the last one
+  std::uint32_t index = 0;      // of the last one
+  std::uint32_t first = 0;      // index at which this line began
+  std::uint32_t count = 0;      // chunks of the file
+  std::uint32_t confirmed = 0;  // chunks that the device has
+  std::uint32_t result = 0;     // of the confirmation that ended the load, if it did not go well
+  std::chrono::steady_clock::time_point latest = {};  // the last post or confirmation
+
+  // Ended by its last confirmation, good or bad.
+  bool IsStored() const { return isPosted && result == 0 && confirmed == count; }
+  bool IsRefused() const { return result != 0; }
+};
+
+// One load at a time.
+class LoadProgress {
+ public:
+  using Clock = std::chrono::steady_clock;
+
+  // A load line runs; its chunks are posted with this command. What follows may also be the rest
+  // of an earlier load, whose chunk is sent once more.
+  void Begin(std::uint32_t cmdId);
+  std::uint32_t CmdId() const { return cmdId_; }
+  const LoadState& State() const { return state_; }
+
+  void Posted(std::uint32_t cmdId, std::uint16_t tag, std::span<const std::uint8_t> body);
+  // The post could not be written.
+  void PostFailed(std::uint32_t cmdId, std::uint16_t tag);
+  // True when that ended the load.
+  bool Confirmed(std::uint32_t cmdId, std::uint16_t tag, std::uint32_t resultCode);
+
+ private:
+  void ReadFirst(std::span<const std::uint8_t> body);
+  bool IsLast(std::uint32_t cmdId, std::uint16_t tag) const {
+    return state_.isWaiting && cmdId == cmdId_ && tag == tag_;
+  }
+
+  std::uint32_t cmdId_ = 0;  // 0, which no catalogue has: none
+  std::uint16_t tag_ = 0;
+  LoadState state_;
+};
+
+}  // namespace kiv

@@ -1,0 +1,139 @@
+#include "hosts/terminal/load_progress.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "hosts/terminal/stored_file.h"
+#include "platform/base/bench_setup.h"
+#include "platform/catalogue/cmd_database.h"
+#include "tests/support/tree_paths.h"
+
+namespace kiv {
+namespace {
+
+constexpr std::uint32_t kLoad = 0x1203;  // of the shipped catalogue, as the next
+constexpr std::uint32_t kInfo = 0x1204;
+
+// Index and count, 16 bits each, small end first; 2048 bytes and their number.
+std::vector<std::uint8_t> Chunk(std::uint16_t index, std::uint16_t count) {
+  std::vector<std::uint8_t> body(2054);
+  body[0] = static_cast<std::uint8_t>(index);
+  body[1] = static_cast<std::uint8_t>(index >> 8);
+  body[2] = static_cast<std::uint8_t>(count);
+  body[3] = static_cast<std::uint8_t>(count >> 8);
+  return body;
+}
+
+class LoadProgressTest : public testing::Test {
+ protected:
+  static void SetUpTestSuite() {
+    bench::Setup setup;
+    setup.catalogue =
+        QCString::FromUtf8(std::string(kivtest::BuildDir()) + "/share/kiv/board.kcat");
+    bench::SetSetup(setup);
+    QCList<CmdInfo> rows;
+    CCmdDatabase catalogue;
+    ASSERT_EQ(catalogue.EnumCommands(rows, 3, 256, 0, 0), 0u);
+  }
+
+  LoadProgress load;
+};
+
+TEST_F(LoadProgressTest, CountsChunksAsTheyAreConfirmedUntilTheLast) {
+  load.Begin(kLoad);
+  for (std::uint16_t i = 0; i < 3; ++i) {
+    load.Posted(kLoad, i + 1, Chunk(i, 3));
+    EXPECT_TRUE(load.State().isWaiting);
+    EXPECT_EQ(load.State().index, i);
+    EXPECT_EQ(load.State().count, 3u);
+    EXPECT_FALSE(load.State().IsStored());
+    EXPECT_EQ(load.Confirmed(kLoad, i + 1, 0), i == 2);
+    EXPECT_EQ(load.State().confirmed, i + 1u);
+  }
+  EXPECT_TRUE(load.State().IsStored());
+  EXPECT_FALSE(load.State().IsRefused());
+}
+
+TEST_F(LoadProgressTest, AConfirmationOfAnotherPostOrCommandMovesNothing) {
+  load.Begin(kLoad);
+  load.Posted(kLoad, 7, Chunk(0, 2));
+  EXPECT_FALSE(load.Confirmed(kLoad, 6, 0));
+  EXPECT_FALSE(load.Confirmed(kInfo, 7, 0));
+  EXPECT_EQ(load.State().confirmed, 0u);
+  EXPECT_FALSE(load.Confirmed(kLoad, 7, 0));
+  EXPECT_EQ(load.State().confirmed, 1u);
+  EXPECT_FALSE(load.Confirmed(kLoad, 7, 0));  // a second one of the same post
+  EXPECT_EQ(load.State().confirmed, 1u);
+}
+
+TEST_F(LoadProgressTest, ARefusedChunkEndsTheLoad) {
+  load.Begin(kLoad);
+  load.Posted(kLoad, 1, Chunk(0, 2));
+  EXPECT_TRUE(load.Confirmed(kLoad, 1, 720));
+  EXPECT_TRUE(load.State().IsRefused());
+  EXPECT_FALSE(load.State().IsStored());
+  EXPECT_EQ(load.State().result, 720u);
+  EXPECT_EQ(load.State().confirmed, 0u);
+}
+
+TEST_F(LoadProgressTest, AChunkThatIsSentAgainKeepsItsIndexAndItsFirstAnswerCountsNoMore) {
+  load.Begin(kLoad);
+  load.Posted(kLoad, 1, Chunk(0, 2));
+  load.Confirmed(kLoad, 1, 0);
+  load.Posted(kLoad, 2, Chunk(1, 2));
+  load.Posted(kLoad, 3, Chunk(1, 2));
+  EXPECT_EQ(load.State().index, 1u);
+  EXPECT_FALSE(load.Confirmed(kLoad, 2, 0));
+  EXPECT_TRUE(load.Confirmed(kLoad, 3, 0));
+}
+
+TEST_F(LoadProgressTest, ALineThatSendsALaterChunkAgainGoesOnFromThere) {
+  load.Begin(kLoad);
+  load.Posted(kLoad, 40, Chunk(17, 65535));
+  EXPECT_EQ(load.State().first, 17u);
+  EXPECT_EQ(load.State().index, 17u);
+  EXPECT_EQ(load.State().confirmed, 17u);
+  EXPECT_EQ(load.State().count, 65535u);
+  load.Confirmed(kLoad, 40, 0);
+  EXPECT_EQ(load.State().confirmed, 18u);
+}
+
+TEST_F(LoadProgressTest, APostThatFailedIsNotWaitedFor) {
+  load.Begin(kLoad);
+  load.Posted(kLoad, 1, Chunk(0, 2));
+  load.PostFailed(kLoad, 1);
+  EXPECT_FALSE(load.State().isWaiting);
+  EXPECT_FALSE(load.Confirmed(kLoad, 1, 0));
+}
+
+TEST_F(LoadProgressTest, WithoutALoadAndOfOtherCommandsNothingIsCounted) {
+  load.Posted(0, 1, Chunk(0, 2));
+  EXPECT_FALSE(load.State().isPosted);
+  load.Begin(kLoad);
+  load.Posted(kInfo, 1, {});
+  EXPECT_FALSE(load.State().isPosted);
+}
+
+TEST_F(LoadProgressTest, AStoredFileIsReadByTheNamesOfItsFields) {
+  std::vector<std::uint8_t> body(45);
+  body[0] = 2;
+  body[1] = 0x40;
+  body[2] = 0xe2;
+  body[3] = 0x01;
+  for (std::uint8_t i = 0; i < 32; ++i) body[5 + i] = static_cast<std::uint8_t>(i * 8 + 1);
+  const auto stored = ReadStoredFile(kInfo, body);
+  ASSERT_TRUE(stored);
+  EXPECT_EQ(stored->sizeBytes, 123456u);
+  EXPECT_EQ(stored->sha256, "0109111921293139414951596169717981899199a1a9b1b9c1c9d1d9e1e9f1f9");
+}
+
+TEST_F(LoadProgressTest, AnAnswerWithoutTheFieldsIsNoStoredFile) {
+  EXPECT_FALSE(ReadStoredFile(kInfo, {}));
+  EXPECT_FALSE(ReadStoredFile(kLoad, Chunk(0, 2)));
+  EXPECT_FALSE(ReadStoredFile(0x7777, Chunk(0, 2)));
+}
+
+}  // namespace
+}  // namespace kiv
