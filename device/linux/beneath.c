@@ -89,11 +89,12 @@ int kiv_beneath_read(int folder, const char* name, uint8_t* out, uint32_t capaci
   return result;
 }
 
+// A file beyond the limit on sizes has no room, either.
 int kiv_beneath_write_all(int file, const uint8_t* bytes, uint32_t length_bytes) {
   while (length_bytes > 0) {
     const ssize_t n = write(file, bytes, length_bytes);
     if (n < 0 && errno == EINTR) continue;
-    if (n < 0) return -errno;
+    if (n < 0) return errno == EFBIG ? -ENOSPC : -errno;
     bytes += n;
     length_bytes -= (uint32_t)n;
   }

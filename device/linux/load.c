@@ -48,9 +48,8 @@ static uint32_t result_of(int error) {
       return KIV_RESULT_BUSY;
     case -ENOSPC:
     case -EDQUOT:
+    case -EFBIG:  // the system's limit on sizes: no room, as on a full disk
       return KIV_RESULT_STORAGE_FULL;
-    case -EFBIG:
-      return KIV_RESULT_LOAD_TOO_LARGE;
     case -EILSEQ:
       return KIV_RESULT_LOAD_DAMAGED;
     default:
@@ -163,6 +162,7 @@ uint32_t kiv_load_take(kiv_load* load, const kiv_load_part* part, int64_t now_ms
 uint32_t kiv_load_info(kiv_load* load, kiv_load_progress* state, bool* has_file) {
   if (!kiv_load_is_on(load)) return KIV_RESULT_NOT_ENABLED;
   const int found = kiv_load_file_stored(&load->file, load->limit_bytes);
+  if (found == -EFBIG) return KIV_RESULT_LOAD_TOO_LARGE;
   if (found != 0 && found != -ENOENT) return result_of(found);
   *has_file = found == 0;
   *state = found == 0 ? KIV_LOAD_STORED : KIV_LOAD_NONE;

@@ -15,11 +15,10 @@ import unittest
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1]))
 import sweep  # noqa: E402
 from wire.agent_process import AgentProcess  # noqa: E402
-from wire.load_parts import (BUSY, DAMAGED, FAILED, FULL, PART_BYTES, STORED, TOO_LARGE,  # noqa: E402
-                             load)
+from wire.load_parts import (BUSY, DAMAGED, FAILED, FULL, PART_BYTES, STORED, load)  # noqa: E402
 from wire.peer import Gone  # noqa: E402
 
-ERRORS = {"ENOSPC": FULL, "EIO": FAILED, "EINTR": None, "EDQUOT": FULL, "EFBIG": TOO_LARGE,
+ERRORS = {"ENOSPC": FULL, "EIO": FAILED, "EINTR": None, "EDQUOT": FULL, "EFBIG": FULL,
           "EROFS": FAILED, "EAGAIN": BUSY}
 OLD, NEW = b"old" * 1000, bytes(range(256)) * 20
 # The calls that store a file; the conversation, whose descriptors are below 3, is none of it.

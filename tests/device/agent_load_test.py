@@ -3,6 +3,7 @@
 import fcntl
 import os
 import pathlib
+import resource
 import shutil
 import socket
 import sys
@@ -12,7 +13,7 @@ import unittest
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1]))
 from wire.agent_process import AGENT, AgentProcess, SocketAgent, wait_until  # noqa: E402
-from wire.load_parts import (BUSY, COUNT, FAILED, LDNV, LENGTH, NO_LOAD,  # noqa: E402
+from wire.load_parts import (BUSY, COUNT, FAILED, FULL, LDNV, LENGTH, NO_LOAD,  # noqa: E402
                              NONE, NOT_ENABLED, ORDER, PART_BYTES, RECEIVING, REPEATED,
                              STORED, TOO_LARGE, Info, load, part_body, parts_of, send_part)
 from wire.peer import Peer  # noqa: E402
@@ -252,6 +253,14 @@ class Limits(LoadTest):
         self.assertEqual(Info(self.peer).result, TOO_LARGE)
         self.stored.write_bytes(bytes(5000))
         self.assertTrue(Info(self.peer).is_of(bytes(5000)))
+
+
+class SizesOfTheSystem(LoadTest):
+    def test_beyond_its_limit_count_as_no_room(self):
+        self.assertEqual(load(self.peer, content_of(100)), (0, STORED))
+        resource.prlimit(self.agent.process.pid, resource.RLIMIT_FSIZE, (5000, 5000))
+        self.assertEqual(load(self.peer, content_of(5001)), (FULL, None))
+        self.assertEqual((self.content(), self.names()), (content_of(100), ["loaded.bin"]))
 
 
 class Forgotten(LoadTest):
