@@ -113,15 +113,40 @@ std::uint32_t Catalogue::FindStructure(std::uint32_t cmdId, BodyKind kind, std::
   return status;
 }
 
+std::uint32_t Catalogue::LoadModel(std::int64_t fileId, catalogue::Model& model,
+                                   std::uint32_t& index) const {
+  loader_.Forget();
+  const std::uint32_t status = loader_.LoadStructure(fileId, model, index);
+  loader_.Forget();
+  return status;
+}
+
 std::uint32_t Catalogue::MakeLayout(std::int64_t fileId,
                                     std::shared_ptr<const TreeLayout>& layout) const {
   catalogue::Model model;
   std::uint32_t index = 0;
-  loader_.Forget();
-  const std::uint32_t status = loader_.LoadStructure(fileId, model, index);
-  loader_.Forget();
+  const std::uint32_t status = LoadModel(fileId, model, index);
   if (status == 0) layout = MakeTreeLayout(model, index);
   return status;
+}
+
+std::uint32_t Catalogue::Describe(std::uint32_t cmdId, BodyKind kind, catalogue::Model& model,
+                                  std::int32_t& structure) const {
+  model = {};
+  structure = catalogue::Command::kNoStructure;
+  try {
+    const std::lock_guard lock(fileMutex_);
+    std::int64_t fileId = 0;
+    bool isEmpty = false;
+    std::uint32_t status = FindStructure(cmdId, kind, fileId, isEmpty);
+    if (status != 0 || isEmpty) return status;
+    std::uint32_t index = 0;
+    status = LoadModel(fileId, model, index);
+    if (status == 0) structure = static_cast<std::int32_t>(index);
+    return status;
+  } catch (const std::bad_alloc&) {
+    return result::kNoMemory;
+  }
 }
 
 std::uint32_t Catalogue::Commands(std::shared_ptr<const CmdInfoStore>& commands) const {

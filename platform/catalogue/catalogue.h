@@ -17,6 +17,7 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/catalogue/catalogue_model.h"
 #include "platform/catalogue/cmd_info_store.h"
 #include "platform/catalogue/sqlite_file.h"
 #include "platform/catalogue/structure_loader.h"
@@ -39,6 +40,10 @@ class Catalogue {
   // The layout lives as long as somebody holds it. Null on failure.
   std::uint32_t Layout(std::uint32_t cmdId, BodyKind kind,
                        std::shared_ptr<const TreeLayout>& layout) const;
+  // The structure itself as the file describes it, with all that it refers to; its index in `model`,
+  // Command::kNoStructure for a request without parameters. Read anew each time.
+  std::uint32_t Describe(std::uint32_t cmdId, BodyKind kind, catalogue::Model& model,
+                         std::int32_t& structure) const;
   // All commands; read once.
   std::uint32_t Commands(std::shared_ptr<const CmdInfoStore>& commands) const;
   // Words of the host's system, in order.
@@ -64,6 +69,7 @@ class Catalogue {
                            std::shared_ptr<const TreeLayout>& layout) const;
   std::uint32_t FindStructure(std::uint32_t cmdId, BodyKind kind, std::int64_t& fileId,
                               bool& isEmpty) const;
+  std::uint32_t LoadModel(std::int64_t fileId, catalogue::Model& model, std::uint32_t& index) const;
   std::uint32_t MakeLayout(std::int64_t fileId, std::shared_ptr<const TreeLayout>& layout) const;
 
   std::uint64_t fingerprint_ = 0;

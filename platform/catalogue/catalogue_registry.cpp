@@ -88,4 +88,11 @@ std::uint32_t OpenCurrent(std::shared_ptr<const Catalogue>& opened) {
   return Open(bench::GetSetup().catalogue, true, opened);
 }
 
+std::uint32_t OpenFor(const wchar_t* path, std::shared_ptr<const Catalogue>& opened) {
+  const bool wantsCurrent = path == nullptr || *path == L'\0';
+  opened = Current(wantsCurrent ? nullptr : path);
+  if (opened != nullptr) return result::kOk;
+  return wantsCurrent ? OpenCurrent(opened) : Open(path, false, opened);
+}
+
 }  // namespace catalogue_registry

@@ -24,4 +24,7 @@ std::shared_ptr<const Catalogue> Current(const wchar_t* path = nullptr);
 // Current, or the bench setup's catalogue opened as such.
 std::uint32_t OpenCurrent(std::shared_ptr<const Catalogue>& opened);
 
+// What a path that a caller gives means: empty or null is the one that the process works with.
+std::uint32_t OpenFor(const wchar_t* path, std::shared_ptr<const Catalogue>& opened);
+
 }  // namespace catalogue_registry

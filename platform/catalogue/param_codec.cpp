@@ -29,11 +29,7 @@ bool KindOfMode(std::uint32_t mode, BodyKind& kind) {
 }  // namespace
 
 CParamCodec::CParamCodec(const wchar_t* cataloguePath) {
-  const bool wantsCurrent = cataloguePath == nullptr || *cataloguePath == L'\0';
-  catalogue_ = catalogue_registry::Current(wantsCurrent ? nullptr : cataloguePath);
-  if (catalogue_ != nullptr) return;
-  openStatus_ = wantsCurrent ? catalogue_registry::OpenCurrent(catalogue_)
-                             : catalogue_registry::Open(cataloguePath, false, catalogue_);
+  openStatus_ = catalogue_registry::OpenFor(cataloguePath, catalogue_);
 }
 
 CParamCodec::~CParamCodec() = default;
