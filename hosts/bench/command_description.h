@@ -22,6 +22,7 @@ struct CommandDescription {
   std::wstring text;
   std::wstring group;
   ParameterShape shape;
+  bool isSendable = true;  // false: it only comes as an indication; no shape, no line
   bool takesText = false;  // the parameters are sent as the text they are
   // The command with every default spelled out: typed, it fills the same tree as the defaults.
   // The name alone where there is nothing to type.

@@ -16,8 +16,10 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
+#include "hosts/bench/resemblance.h"
 #include "platform/catalogue/cmd_info.h"
 #include "platform/text/qc_string.h"
 
@@ -79,24 +81,29 @@ class CommandIndex {
  private:
   // One command's folded texts: runs of texts_.
   struct Entry {
-    std::uint32_t nameStart;  // name, then description and group up to the next entry's name
-    std::uint32_t nameEnd;
-    std::uint32_t letters;  // which letters and digits the name has, a bit each
+    PairBits pairs;         // of name, description and group
+    std::uint64_t letters;  // of the name
+    std::uint32_t start;    // name, description and group, a line feed behind each
+    std::uint32_t nameBytes;
+    std::uint32_t totalBytes;
   };
 
-  void Fold(const CmdInfo& command);
-  std::string_view FoldedName(std::uint32_t index) const noexcept;
-  std::uint32_t EntryAt(std::size_t textByte) const noexcept;
-  void AddFuzzy(std::string_view word, std::size_t limit, std::vector<bool>& taken,
-                std::vector<CommandMatch>& rows) const;
-  void AddDescribed(std::string_view word, std::size_t limit, const std::vector<bool>& taken,
-                    std::vector<CommandMatch>& rows) const;
+  void AddEntry(const CmdInfo& command);
+  std::string_view FoldedName(const Entry& entry) const noexcept;
+  std::string_view FoldedTexts(const Entry& entry) const noexcept;  // all but the name
+  // Range of byName_ whose names begin with the word.
+  std::pair<std::size_t, std::size_t> PrefixRange(std::wstring_view word) const noexcept;
+  void AddResembling(const std::string& folded, std::size_t limit, CommandMatches& matches) const;
 
   std::vector<CmdInfo> commands_;
-  std::vector<std::uint32_t> byName_;  // sorted by name, each name once
+  std::vector<std::wstring_view> names_;  // of commands_, in their store
+  std::vector<std::uint32_t> byName_;     // sorted by name, each name once
   std::string texts_;
-  std::vector<Entry> entries_;  // as commands_, and one behind the last
+  std::vector<Entry> entries_;  // as commands_
 };
+
+// As the module writes it: "0x1f".
+std::wstring CommandIdText(std::uint32_t id);
 
 // The commands that the module would take, read from the compiled catalogue at `cataloguePath` (the
 // caller's, as hosts set it up). 0, else the status of reading it; `commands` is then empty.

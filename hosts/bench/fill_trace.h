@@ -31,10 +31,12 @@ struct FillStep {
 struct FillTrace {
   bool lineTaken = false;       // SetParamLine took it
   QCString line;                // the parser's
-  std::vector<FillStep> steps;  // one for each field, in order; the last is the one that failed
+  std::vector<FillStep> steps;  // one for each field that was come to, in order
   std::uint32_t status = 0;     // of the walk; 0: all of it was taken
-  bool depthDiffered = false;   // the last step failed on its depth, before a value was asked for
-  QCString errorText;           // the parser's own, or the fill's
+  // The step that failed: the last one. Unset where no field did (a node that no catalogue makes).
+  std::optional<std::size_t> failedStep;
+  bool depthDiffered = false;  // it failed on its depth, before a value was asked for
+  bool isShortFile = false;    // it failed without a text: a binary file gave too few bytes
 
   bool IsAccepted() const noexcept { return lineTaken && status == 0; }
 };

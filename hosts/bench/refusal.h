@@ -45,7 +45,11 @@ struct Refusal {
   RefusalKind kind = RefusalKind::kOther;
   std::size_t column = 0;  // in wchar_t of the typed line; its length: behind it
   std::wstring path;       // of the field, "a.b[2].c" or "table[3]"; empty: no field was come to
+  std::optional<std::size_t> field;  // index into the shape's fields
 };
+
+// What is wrong, in the console's words: "not a number".
+const wchar_t* RefusalText(RefusalKind kind) noexcept;
 
 // `parameters` is the part of the typed line behind the word, without routing option. `tree` has
 // its defaults and `shape` is its shape; the tree is filled.

@@ -7,7 +7,7 @@
 // Columns count wchar_t from the beginning of the typed line, from 0. What a file brought in has
 // the column of its reference.
 //
-// Threads: any; no state. Owns its text. Errors: see ParameterText.
+// Threads: any; no state. Owns its text. Errors: none but PreparedAs.
 #pragma once
 
 #include <cstddef>
@@ -20,10 +20,14 @@ namespace hostbench {
 // A text and where its characters come from.
 struct TypedText {
   std::wstring text;
-  std::vector<std::size_t> columns;  // one more than text has: the last is that behind it
+  // One more than the text has: the last is that behind it.
+  std::vector<std::size_t> columns = {0};
 
   std::size_t ColumnAt(std::size_t position) const noexcept;  // beyond the end: behind it
-  TypedText Part(std::size_t from, std::size_t to) const;
+  TypedText Part(std::size_t from, std::size_t to = std::wstring::npos) const;
+  void Add(wchar_t ch, std::size_t column);  // in front of what is behind the end
+  void TrimLeft(wchar_t ch);
+  void TrimRight(wchar_t ch);
 
   // A text typed at a line's beginning.
   static TypedText Of(std::wstring_view typed);
@@ -32,16 +36,18 @@ struct TypedText {
 // A line in its parts.
 struct TypedParts {
   TypedText word;
-  TypedText rest;     // parameters and routing option, trimmed at both ends
-  bool isAt = false;  // a line for the AT channel, whole in `word`
+  TypedText rest;  // parameters and routing option; empty for a line that the module rejects
 };
 
-// As the module does: blanks and line ends at both ends, line ends within, the first blank.
+// As the module does: blanks and line ends at both ends, line ends within, the first blank. A line
+// that begins with "at" is all word.
 TypedParts SplitTyped(std::wstring_view line);
+// The same for the part of a line in front of a cursor: blanks at its end stay.
+TypedParts SplitTypedSoFar(std::wstring_view beforeCursor);
 
 // The rest with the routing option taken off.
 struct TypedRoute {
-  TypedText parameters;  // trimmed
+  TypedText parameters;  // trimmed when there is an option
   bool hasOption = false;
   TypedText path;  // behind the option, trimmed on the left; as typed, without prefixes
 };
@@ -52,12 +58,20 @@ TypedRoute SplitTypedRoute(const TypedText& rest);
 enum class PreparedAs {
   kPlain,      // no file is named
   kWithFiles,  // files were read and stand in the text
-  kRefused,    // the parser refuses it before it reads a value
-  kUnknown,    // files that are too large or too nested to follow; the text is as typed
+  kNotRead,    // it names files, which were not to be read
+  kTagOpen,    // "$(T<" without ")"
+  kFileMissing,
+  kFileNotOpened,  // also a file that names itself, or too many of them
 };
 
-// What the parser has as its line (ParamLineParser::GetLine), with columns. With `readFiles` unset
-// a text that names a command or text file gives kUnknown. Binary files are not read here.
-PreparedAs PrepareParameters(const TypedText& parameters, bool readFiles, TypedText& prepared);
+// What the parser has as its line (ParamLineParser::GetLine), with columns.
+struct PreparedText {
+  PreparedAs as = PreparedAs::kPlain;
+  TypedText text;          // of the first two
+  std::size_t column = 0;  // of the last three: the path, or the tag that is open
+};
+
+// Binary files are never read here: they do not come into the line.
+PreparedText PrepareParameters(const TypedText& parameters, bool readFiles);
 
 }  // namespace hostbench
