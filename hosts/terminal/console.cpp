@@ -57,7 +57,8 @@ Console::Console(ConsoleOptions options)
       watch_(queue_, endpoint_, [this](bool connected) { facade_.SetConnected(connected); }),
       pump_(queue_, stops_, display_, *screen_, interactive_),
       runner_(options_, facade_, watch_, pump_, display_),
-      context_{options_, pump_, display_, runner_} {}
+      help_(bench::GetSetup().catalogue),
+      context_{options_, pump_, display_, runner_, help_} {}
 
 int Console::Run() {
   if (interactive_ || !options_.verbose) watch_.HideLoads();

@@ -18,6 +18,7 @@
 #include <memory>
 #include <string>
 
+#include "hosts/terminal/command_help.h"
 #include "hosts/terminal/console_options.h"
 #include "hosts/terminal/console_words.h"
 #include "hosts/terminal/display.h"
@@ -71,6 +72,7 @@ class Console {
   LinkWatch watch_;
   EventPump pump_;
   LineRunner runner_;
+  CommandHelp help_;
   ConsoleContext context_;
 };
 

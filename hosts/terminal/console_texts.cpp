@@ -94,4 +94,30 @@ std::string NoArgumentsText(const std::string& word) {
   return "kiv: " + Quoted(word) + " takes no arguments\n";
 }
 
+std::string NoSuchCommandText(const std::string& name) {
+  return "kiv: no command '" + name + "' in the catalogue\n";
+}
+
+std::string NearestText(const std::vector<std::string>& names) {
+  std::string text = "kiv: did you mean ";
+  for (std::size_t i = 0; i < names.size(); ++i) {
+    if (i != 0) text += i + 1 == names.size() ? " or " : ", ";
+    text += names[i];
+  }
+  return text + "?\n";
+}
+
+std::string PlaceText(const std::string& line, const std::string& mark) {
+  return "kiv: " + line + "\nkiv: " + mark + "\n";
+}
+
+std::string NothingFoundText(const std::string& words) {
+  return "kiv: no command has '" + words + "' in name or description\n";
+}
+
+std::string MoreFoundText(std::size_t shown, std::size_t found) {
+  return "kiv: " + std::to_string(shown) + " of " + std::to_string(found) +
+         " commands shown; more words find fewer\n";
+}
+
 }  // namespace kiv

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include "platform/devlink/link_observer.h"
 
@@ -36,6 +37,13 @@ std::string SettingsNoticeText(const std::string& notice);
 std::string UnknownWordText(const std::string& word);
 // A word of the console's own that stands alone was given arguments.
 std::string NoArgumentsText(const std::string& word);
+std::string NoSuchCommandText(const std::string& name);
+// Names that a wrong word may have meant; at least one.
+std::string NearestText(const std::vector<std::string>& names);
+// A typed line, or a part of it, with the mark below it.
+std::string PlaceText(const std::string& line, const std::string& mark);
+std::string NothingFoundText(const std::string& words);
+std::string MoreFoundText(std::size_t shown, std::size_t found);
 
 extern const char kPrompt[];
 

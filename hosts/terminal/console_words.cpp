@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "hosts/terminal/command_words.h"
 #include "hosts/terminal/console_texts.h"
 #include "platform/text/shown_text.h"
 
@@ -62,10 +63,15 @@ int Reload(ConsoleContext& context, std::wstring_view) {
     answer.isCommand = here.ReloadCatalogue();
   };
   if (!context.runner.Ask(reload, reply)) return kInterrupted;
+  context.help.Forget();
   return reply.isCommand ? kDone : kCommandFailed;
 }
 
 constexpr ConsoleWord kWords[] = {
+    {":describe", "COMMAND", "the fields of a command, and the line that types its defaults",
+     DescribeCommand, CompleteCommandName},
+    {":find", "WORDS", "commands that have all the words in name or description", FindCommands,
+     nullptr},
     {":help", "", "this list", Help, nullptr},
     {":history", "", "the lines that were typed, in all sessions", History, nullptr},
     {":link", "", "what the console is connected to", Link, nullptr},

@@ -10,6 +10,7 @@
 #include <string_view>
 #include <vector>
 
+#include "hosts/terminal/command_help.h"
 #include "hosts/terminal/console_options.h"
 #include "hosts/terminal/display.h"
 #include "hosts/terminal/event_pump.h"
@@ -23,6 +24,7 @@ struct ConsoleContext {
   EventPump& pump;
   Display& display;
   LineRunner& runner;  // runs lines of the module, and asks the facade's thread
+  CommandHelp& help;   // what the catalogue says of its commands
   bool quit = false;   // set: the console ends behind this line
 };
 
