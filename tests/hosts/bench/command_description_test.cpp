@@ -9,6 +9,7 @@
 
 #include "command/packet/diag_packet.h"
 #include "hosts/bench/command_index.h"
+#include "platform/catalogue/cmd_database.h"
 #include "platform/os/utf8.h"
 #include "tests/platform/catalogue/catalogue_fixture.h"
 #include "tests/support/hex.h"
@@ -74,6 +75,8 @@ TEST(CommandDescription, TypesTheDefaultsOfCommandsMadeByChance) {
       QCString::FromUtf8(std::string(kivtest::BuildDir()) + "/generated/large.kcat");
   std::vector<CmdInfo> commands;
   ASSERT_EQ(hostbench::ReadCommands(path, commands), 0u);
+  CCmdDatabase open(path);  // as the module has it, so that it is not read anew each time
+  ASSERT_TRUE(open.IsCmdIdInWhiteList(hostbench::CommandIdText(commands[0].GetId()).c_str()));
   const auto count = static_cast<std::size_t>(kivtest::SweepCount(5000));
   const std::size_t step = std::max<std::size_t>(1, commands.size() / count);
   for (std::size_t i = 0; i < commands.size() && !HasFailure(); i += step) {
