@@ -63,14 +63,9 @@ Console::Console(ConsoleOptions options)
 int Console::Run() {
   if (interactive_ || !options_.verbose) watch_.HideLoads();
   facade_.Start(watch_, interactive_);
-  int status = kDone;
-  if (interactive_) {
-    RunInteractive();
-  } else {
-    status = RunBatch();
-  }
+  int status = interactive_ ? RunInteractive() : RunBatch();
   display_.EndPieces();
-  if (screen_->IsOutputGone() && !stops_.IsAny()) {
+  if (screen_->IsOutputGone() && status != kInterrupted) {
     os::WriteErr("kiv: standard output cannot be written\n");
     status = kCommandFailed;
   }
@@ -121,7 +116,7 @@ int Console::RunInput(int status) {
   return kWrongUsage;
 }
 
-void Console::RunInteractive() {
+int Console::RunInteractive() {
   display_.Notice(
       "kiv: type help for the commands of the device, :help for the console's own words\n");
   const auto next = [this](LineSource::Line& line) {
@@ -144,6 +139,8 @@ void Console::RunInteractive() {
   }
   if (!Ended()) screen_->Write("\n");
   screen_->Flush();
+  // What typed lines came to was seen; a Ctrl-C ended a line and not the run.
+  return stops_.HasEnded() ? kInterrupted : kDone;
 }
 
 // The settings, and with them the time to wait, are loaded meanwhile.

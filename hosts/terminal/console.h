@@ -49,7 +49,7 @@ class Console {
   int RunBatch();
   // The lines of standard input; `status` is that of the lines before them.
   int RunInput(int status);
-  void RunInteractive();
+  int RunInteractive();
   // False when it did not come up, or the user did not want to wait; it is told.
   bool WaitForLink();
   // Runs the lines that are there; false when the console is to end. `status` is that of the first

@@ -53,6 +53,7 @@ class ReadlineEditor final : public LineEditor {
   bool TakePaste();
   void InsertPasted(std::string_view text);
   void BeginLine();
+  void FillHistory();
   LinePosition CursorPosition() const;
 
   static ReadlineEditor* current_;
@@ -68,7 +69,9 @@ class ReadlineEditor final : public LineEditor {
   std::string prompt_;
   Outcome outcome_ = Outcome::kNothing;
   std::string line_;
+  std::vector<std::string> earlier_;  // lines of earlier runs
   std::vector<std::string> entered_;  // of this run
+  bool hasNewHistory_ = false;        // that readline does not have yet
 };
 
 ReadlineEditor* ReadlineEditor::current_ = nullptr;
@@ -117,6 +120,7 @@ std::string ReadlineEditor::TakeOutput() {
 
 void ReadlineEditor::BeginLine() {
   isLineBegun_ = true;
+  if (hasNewHistory_) FillHistory();
   rl_reset_screen_size();
   rl_callback_handler_install(prompt_.c_str(), OnLine);
 }
@@ -269,9 +273,18 @@ void ReadlineEditor::Drop() {
 }
 
 void ReadlineEditor::SetHistory(std::vector<std::string> lines) {
+  earlier_ = std::move(lines);
+  hasNewHistory_ = true;
+  // A line that is begun may be one of the history's, or a search through it.
+  if (!isLineBegun_ || (rl_end == 0 && !RL_ISSTATE(RL_STATE_ISEARCH))) FillHistory();
+}
+
+void ReadlineEditor::FillHistory() {
+  hasNewHistory_ = false;
   rl_clear_history();
-  lines.insert(lines.end(), entered_.begin(), entered_.end());
-  for (const std::string& line : lines) add_history(line.c_str());
+  for (const std::string& line : earlier_) add_history(line.c_str());
+  for (const std::string& line : entered_) add_history(line.c_str());
+  using_history();
 }
 
 }  // namespace
