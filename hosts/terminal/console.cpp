@@ -65,7 +65,7 @@ int Console::Run() {
   facade_.Start(watch_, interactive_);
   int status = interactive_ ? RunInteractive() : RunBatch();
   display_.EndPieces();
-  if (screen_->IsOutputGone() && status != kInterrupted) {
+  if (screen_->IsOutputGone() && !stops_.IsAny()) {
     os::WriteErr("kiv: standard output cannot be written\n");
     status = kCommandFailed;
   }

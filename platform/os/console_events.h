@@ -61,7 +61,7 @@ class KIVPLATFORM_API ConsoleEvents {
 };
 
 // Puts the null device where a standard descriptor is closed, so that no file or socket gets its
-// number. To be called before anything is opened.
+// number; what was closed still cannot be read or written. To be called before anything is opened.
 KIVPLATFORM_API void FillStandardDescriptors();
 
 // Writing a file beyond the limit on file sizes then fails (EFBIG) instead of ending the process.

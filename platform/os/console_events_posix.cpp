@@ -206,9 +206,10 @@ bool ConsoleEvents::ErrorIsTerminal() { return ::isatty(STDERR_FILENO) == 1; }
 void FillStandardDescriptors() {
   for (int descriptor = STDIN_FILENO; descriptor <= STDERR_FILENO; ++descriptor) {
     if (::fcntl(descriptor, F_GETFD) >= 0) continue;
-    // The lowest free number is the missing one, since those below it are filled by now. Only for
-    // reading: input ends at once, and output fails instead of getting lost.
-    [[maybe_unused]] const int opened = ::open("/dev/null", O_RDONLY);
+    // The lowest free number is the missing one, since those below it are filled by now. The wrong
+    // way round: input cannot be read, and output fails instead of getting lost.
+    const int way = descriptor == STDIN_FILENO ? O_WRONLY : O_RDONLY;
+    [[maybe_unused]] const int opened = ::open("/dev/null", way);
   }
 }
 

@@ -308,6 +308,16 @@ class Interrupting(BenchCase):
         os.kill(process.pid, signal.SIGINT)
         self.assertEqual(process.wait(timeout=60), 130)
 
+    def test_a_signal_that_asks_for_the_end_keeps_the_history_of_a_batch(self):
+        for number in (signal.SIGTERM, signal.SIGHUP, signal.SIGQUIT, signal.SIGINT):
+            process = self.start([KIV, "--link", self.child()], stderr=subprocess.DEVNULL)
+            process.stdin.write(f"help {number}\n".encode())
+            process.stdin.flush()
+            process.stdout.readline()
+            os.kill(process.pid, number)
+            self.assertEqual(process.wait(timeout=60), 130, number)
+            self.assertIn(f"help {number}\n", self.kiv("-c", ":history").out, number)
+
     def test_a_request_to_end_is_followed_while_the_link_is_not_up(self):
         process = self.start([KIV, "--wait", "600000", "--link", "unix:/nonexistent/x", "-c", "help"])
         wait_for(lambda: len(os.listdir(f"/proc/{process.pid}/task")) > 2, "its threads run")
@@ -371,10 +381,15 @@ class Interrupting(BenchCase):
             stdin.write(b"help\nhelp\nhelp\n")
         self.assertEqual(process.wait(timeout=60), 1)
 
-    def test_a_closed_standard_input_is_the_end_of_input(self):
+    def test_a_closed_standard_input_cannot_be_read(self):
         done = subprocess.run(["/bin/sh", "-c", 'exec "$@" <&-', "sh", KIV, "--link", self.child()],
                               env=self.environment(), capture_output=True, timeout=60, check=False)
-        self.assertEqual((done.returncode, done.stdout), (0, b""))
+        self.assertEqual((done.returncode, done.stdout), (2, b""))
+        self.assertTrue(done.stderr.endswith(
+            b"kiv: cannot read standard input: Bad file descriptor\n"), done)
+        done = subprocess.run(["/bin/sh", "-c", 'exec "$@" <&-', "sh", KIV, "--link", self.child(), "-c", "help"],
+                              env=self.environment(), capture_output=True, timeout=60, check=False)
+        self.assertEqual(done.returncode, 0, done)
 
     def test_an_output_that_cannot_be_written_is_told(self):
         for lines in (["-c", "sys_info"], ["-c", "help", "-c", "sys_info"], ["-c", ":link"]):

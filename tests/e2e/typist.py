@@ -20,6 +20,8 @@ from tests.wire import frames
 
 PROMPT = "kiv> "
 AT_ANSWER = 0xA011
+# Twice the bench's: a whole conversation may stand behind one look.
+LOOK_S = 2 * DEADLINE_S
 
 
 def take_terminal():
@@ -57,7 +59,7 @@ class Typist(BenchCase):
     def type(self, text):
         """Types all of it, and looks at what comes meanwhile: neither side may wait for the other."""
         data = text.encode() if isinstance(text, str) else text
-        deadline = time.monotonic() + DEADLINE_S
+        deadline = time.monotonic() + LOOK_S
         while data:
             self.assertLess(time.monotonic(), deadline, "keys are not taken")
             _, writable, _ = select.select([], [self.master], [], 0.05)
@@ -77,7 +79,7 @@ class Typist(BenchCase):
         self.screen.feed(data)
         return bool(data)
 
-    def wait(self, condition, what="the screen shows it", deadline_s=DEADLINE_S):
+    def wait(self, condition, what="the screen shows it", deadline_s=LOOK_S):
         """Looks until `condition` holds; a text: until the screen ends with it, cursor behind it."""
         wanted = condition if callable(condition) else lambda: self.ends_with(condition)
         deadline = time.monotonic() + deadline_s
@@ -105,7 +107,7 @@ class Typist(BenchCase):
 
     def wait_ended(self):
         """Looks until the console has ended; its status."""
-        deadline = time.monotonic() + DEADLINE_S
+        deadline = time.monotonic() + LOOK_S
         while self.process.poll() is None:
             self.look(0.05)
             self.assertLess(time.monotonic(), deadline, "does not end")
