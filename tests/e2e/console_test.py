@@ -169,7 +169,7 @@ class Words(BenchCase):
         result = self.kiv("-c", ":help")
         self.assertEqual(result.status, 0, result)
         self.assertEqual([line.split()[0] for line in result.out.splitlines()],
-                         [":help", ":history", ":link", ":quit", ":reload", "::x"])
+                         [":describe", ":find", ":help", ":history", ":link", ":quit", ":reload", "::x"])
 
 
 class SameTextEachWay(BenchCase):
