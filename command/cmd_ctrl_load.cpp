@@ -83,6 +83,9 @@ std::int32_t CmdCtrl::InterpretLoadFlashCmdParam() {
 }
 
 bool CmdCtrl::OpenLoad(const QCString& path) {
+  // A link that was lost and came back before now is no loss of this load. Where it is still lost
+  // the chunk is refused.
+  linkWasLost_.exchange(false, std::memory_order_acq_rel);
   switch (load_.Open(path, MaxLoadBytes())) {
     case LoadOpening::kOpen:
       return true;
