@@ -30,6 +30,7 @@ EditingScreen::~EditingScreen() {
 void EditingScreen::TakeTerminal() {
   os::NoteTerminal();
   editor_->TakeTerminal();
+  os::KeepQueuesAtSignals();
   TakeOutput();
 }
 
@@ -100,6 +101,7 @@ bool EditingScreen::NextLine(LineSource::Line& line) {
 }
 
 void EditingScreen::DropTyped() {
+  os::DropUnreadKeys();
   if (isPromptShown_) {
     editor_->LeaveRow(kInterruptMark);
     TakeOutput();
@@ -132,8 +134,7 @@ void EditingScreen::Suspend() {
 void EditingScreen::Resumed() {
   isPromptShown_ = false;
   editor_->LeaveTerminal();
-  editor_->TakeTerminal();
-  TakeOutput();
+  TakeTerminal();
 }
 
 void EditingScreen::SetHistory(std::vector<std::string> lines) {

@@ -16,6 +16,11 @@ KIVPLATFORM_API void NoteTerminal();
 // Brings the noted settings back and switches the marks around pasted text off. Does nothing when
 // nothing is noted. ExitNow does it, too.
 KIVPLATFORM_API void RestoreTerminal() noexcept;
+// A key that is a signal (Ctrl-C) leaves what is on its way to and from the terminal alone: what
+// was written is shown, and what was typed before it is the program's to drop.
+KIVPLATFORM_API void KeepQueuesAtSignals();
+// Drops what was typed and not read yet.
+KIVPLATFORM_API void DropUnreadKeys();
 // The settings are as they were before: an end has nothing to restore.
 KIVPLATFORM_API void ForgetTerminal();
 

@@ -63,6 +63,15 @@ void RestoreTerminal() noexcept {
   errno = savedErrno;
 }
 
+void KeepQueuesAtSignals() {
+  termios settings;
+  if (::tcgetattr(STDIN_FILENO, &settings) != 0) return;
+  settings.c_lflag |= NOFLSH;
+  ::tcsetattr(STDIN_FILENO, TCSADRAIN, &settings);
+}
+
+void DropUnreadKeys() { ::tcflush(STDIN_FILENO, TCIFLUSH); }
+
 void ForgetTerminal() { isNoted.store(false, std::memory_order_relaxed); }
 
 }  // namespace os
