@@ -70,8 +70,8 @@ int LineRunner::LoadStatus(const ViewEvent& reply, std::wstring_view line) {
 int LineRunner::WaitForLoad(const ViewEvent& line, const LoadNotes& notes) {
   auto shownAt = Clock::now();
   for (;;) {
-    pump_.ShowAll();
     const LoadState state = watch_.Load();
+    pump_.ShowAll();  // afterwards: what the device said last stands before what is said of it
     const int status = EndOfLoad(line, notes, state);
     if (status != kGoesOn) return status;
     const auto now = Clock::now();
@@ -89,8 +89,9 @@ int LineRunner::WaitForLoad(const ViewEvent& line, const LoadNotes& notes) {
 }
 
 int LineRunner::EndOfLoad(const ViewEvent& line, const LoadNotes& notes, LoadState state) {
-  if (state.IsStored()) return kDone;
   const auto quiet = Clock::now() - state.latest;
+  if (state.HasEnded() && !state.isHandedOver && quiet < WaitTime()) return kGoesOn;
+  if (state.IsStored()) return kDone;
   if (!state.isWaiting && !state.IsRefused()) {
     if (quiet < kNextChunkTime) return kGoesOn;
     // Whatever the module had to do behind the confirmation is done when it answers this.

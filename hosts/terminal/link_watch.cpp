@@ -83,11 +83,14 @@ void LinkWatch::Abandon() {
 void LinkWatch::BeginLoad(std::uint32_t cmdId) {
   const std::lock_guard lock(mutex_);
   load_.Begin(cmdId);
+  hasLoadEnded_ = false;
 }
 
 LoadState LinkWatch::Load() const {
   const std::lock_guard lock(mutex_);
-  return load_.State();
+  LoadState state = load_.State();
+  state.isHandedOver = !hasLoadEnded_;
+  return state;
 }
 
 void LinkWatch::BeginQuestion(std::uint32_t cmdId) {

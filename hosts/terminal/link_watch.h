@@ -111,7 +111,7 @@ class LinkWatch final : public devlink::LinkObserver {
   std::chrono::steady_clock::time_point latest_;
   bool hidesLoads_ = false;
   LoadProgress load_;
-  bool hasLoadEnded_ = false;   // and was not told yet
+  bool hasLoadEnded_ = false;   // and its end was not handed over yet
   std::uint32_t question_ = 0;  // command id; 0: there is none
   std::vector<std::uint8_t> questionBody_;
 };

@@ -22,10 +22,12 @@ struct LoadState {
   std::uint32_t confirmed = 0;  // chunks that the device has
   std::uint32_t result = 0;     // of the confirmation that ended the load, if it did not go well
   std::chrono::steady_clock::time_point latest = {};  // the last post or confirmation
+  bool isHandedOver = true;  // whether the confirmation that ended the load has been
 
   // Ended by its last confirmation, good or bad.
   bool IsStored() const { return isPosted && result == 0 && confirmed == count; }
   bool IsRefused() const { return result != 0; }
+  bool HasEnded() const { return IsStored() || IsRefused(); }
 };
 
 // One load at a time.
