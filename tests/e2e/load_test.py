@@ -203,12 +203,14 @@ class Load(LoadCase):
                       err.decode())
 
 
-class LoadOnATerminal(LoadCase):
-    def open(self, device):
+class TerminalCase(LoadCase):
+    """A console on a pseudo terminal."""
+
+    def open(self, link, *arguments):
         self.master, slave = pty.openpty()
         self.stack.callback(os.close, self.master)
         self.seen = ""
-        self.process = self.start([KIV, "--link", device.endpoint, "--wait", "50000"], stdin=slave,
+        self.process = self.start([KIV, "--link", link, "--wait", "50000", *arguments], stdin=slave,
                                   stdout=slave, stderr=slave, env=self.environment(TERM="xterm"))
         os.close(slave)
         self.read_until("kiv: connected to")
@@ -223,11 +225,13 @@ class LoadOnATerminal(LoadCase):
         text, self.seen = self.seen, ""
         return text
 
+
+class LoadOnATerminal(TerminalCase):
     def test_ctrl_c_stops_the_load_and_the_next_one_begins_anew(self):
         stuck = [True]
         flash = Flash(lambda _, __, index: stuck[0] and index == 3)
         path = self.file(9 * CHUNK)
-        self.open(self.device(flash))
+        self.open(self.device(flash).endpoint)
         os.write(self.master, f"ldnv {path}\n".encode())
         row = self.read_until(r"\[######-+\] 33 %, 6144 of 18432 bytes")
         self.assertNotIn("chunk_index", row)
