@@ -233,7 +233,8 @@ class Lines(AgentLoadCase):
         os.write(self.master, f"ldnv {path}\n".encode())
         self.read_until(r"ldnv \[[#-]+\] \d+ %, \d+ of 409600 bytes")
         self.process.send_signal(signal.SIGINT)
-        self.read_until(rf"kiv: the load was stopped behind \d+ of 200 chunks; {path} is not stored")
+        # Up to the prompt: what is typed before it is thrown away with the interrupted line.
+        self.read_until(rf"kiv: the load was stopped behind \d+ of 200 chunks; {path} is not stored\r\n.*kiv> ")
         self.assertEqual(self.stored(), other.read_bytes())
         os.write(self.master, f"link_fault 0,0,0\nldnv {path}\n".encode())
         self.read_until(rf"kiv: verified: {path}, SHA-256 ")
