@@ -53,6 +53,17 @@ Bytes FrameOf(MessageKind kind, const bench_shapes::Sample& sample, std::size_t 
   return Encoded(head, body);
 }
 
+Bytes ConfirmationOf(std::uint32_t cmdId, const Bytes& body, std::uint16_t tag,
+                     std::uint32_t sequence) {
+  FrameHead head;
+  head.kind = MessageKind::kCnf;
+  head.id = cmdId;
+  head.tag = tag;
+  head.sequence = sequence;
+  head.bodyLengthBytes = static_cast<std::uint32_t>(body.size());
+  return Encoded(head, body);
+}
+
 void WriteAll(int descriptor, const std::uint8_t* bytes, std::size_t lengthBytes) {
   while (lengthBytes != 0) {
     const ssize_t put = ::send(descriptor, bytes, lengthBytes, MSG_NOSIGNAL);
@@ -88,6 +99,11 @@ bool Answers::Take(int descriptor, const std::uint8_t* bytes, std::size_t length
 Bytes Answers::LastRequest() {
   const std::lock_guard lock(mutex_);
   return request_;
+}
+
+bool Answers::AreAllGiven() {
+  const std::lock_guard lock(mutex_);
+  return given_ == answers_.size();
 }
 
 BenchDevice::BenchDevice() {
@@ -170,6 +186,18 @@ std::vector<Bytes> BenchDevice::NextFrames(MessageKind kind, const bench_shapes:
   frames.reserve(count);
   for (std::size_t i = 0; i < count; ++i) {
     frames.push_back(FrameOf(kind, sample, i, sequence_++));
+  }
+  return frames;
+}
+
+std::vector<Bytes> BenchDevice::NextConfirmations(std::uint32_t cmdId, const Bytes& body,
+                                                  std::uint16_t firstTag, std::size_t count) {
+  const std::lock_guard lock(sequenceMutex_);
+  std::vector<Bytes> frames;
+  frames.reserve(count);
+  for (std::size_t i = 0; i < count; ++i) {
+    const auto tag = static_cast<std::uint16_t>(firstTag + i);
+    frames.push_back(ConfirmationOf(cmdId, body, tag, sequence_++));
   }
   return frames;
 }

@@ -24,6 +24,9 @@ using Bytes = std::vector<std::uint8_t>;
 // One whole frame of the line, with the set of values whose turn it is.
 Bytes FrameOf(devlink::MessageKind kind, const bench_shapes::Sample& sample, std::size_t turn,
               std::uint32_t sequence);
+// One whole confirmation that answers the request with this tag.
+Bytes ConfirmationOf(std::uint32_t cmdId, const Bytes& body, std::uint16_t tag,
+                     std::uint32_t sequence);
 // Writes everything, waiting as long as it takes.
 void WriteAll(int descriptor, const std::uint8_t* bytes, std::size_t lengthBytes);
 // Reads at least one byte; 0 at the end.
@@ -39,6 +42,8 @@ class Answers {
   bool Take(int descriptor, const std::uint8_t* bytes, std::size_t lengthBytes);
   // The bytes of the last request.
   Bytes LastRequest();
+  // Whether the last answer has been written, or is about to be.
+  bool AreAllGiven();
 
  private:
   std::mutex mutex_;
@@ -57,6 +62,9 @@ class BenchDevice {
   // The next `count` frames of the session.
   std::vector<Bytes> NextFrames(devlink::MessageKind kind, const bench_shapes::Sample& sample,
                                 std::size_t count);
+  // The next `count` confirmations of the session, with tags that follow one another.
+  std::vector<Bytes> NextConfirmations(std::uint32_t cmdId, const Bytes& body,
+                                       std::uint16_t firstTag, std::size_t count);
   Answers& Prepared() { return answers_; }
   // Writes frames from the caller's thread. Probes are not answered meanwhile: their answers would
   // come in between, and the link is alive as long as anything arrives.
