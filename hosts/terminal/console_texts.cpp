@@ -12,15 +12,22 @@ namespace {
 // screen.
 constexpr std::size_t kQuotedBytes = 160;
 
-// UTF-8, never cut inside a character.
-std::string Quoted(const std::string& typed) {
-  if (typed.size() <= kQuotedBytes) return "'" + typed + "'";
-  std::size_t end = kQuotedBytes;
-  while (end > 0 && (static_cast<unsigned char>(typed[end]) & 0xC0) == 0x80) --end;
-  return "'" + typed.substr(0, end) + "...'";
-}
+std::string Quoted(const std::string& typed) { return "'" + Cut(typed) + "'"; }
 
 }  // namespace
+
+// UTF-8, never cut inside a character.
+std::string Cut(const std::string& typed) {
+  if (typed.size() <= kQuotedBytes) return typed;
+  std::size_t end = kQuotedBytes;
+  while (end > 0 && (static_cast<unsigned char>(typed[end]) & 0xC0) == 0x80) --end;
+  return typed.substr(0, end) + "...";
+}
+
+std::string LateLoadText(const std::string& path, bool isStored) {
+  return "kiv: the answer came late: " + Cut(path) +
+         (isStored ? " is stored\n" : " is not stored\n");
+}
 
 const char kPrompt[] = "kiv> ";
 

@@ -168,6 +168,7 @@ void FacadeThread::Ask(std::uint64_t number, Question question) {
 
 bool FacadeThread::ReloadCatalogue() {
   SvcKiv::ReloadDb();
+  watch_->CloseLoad();
   if (settings_) SvcKiv::SetInstantIndTime(settings_->InstantIndMs());
   return CheckCommands();
 }

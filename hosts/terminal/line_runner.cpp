@@ -28,13 +28,14 @@ int LineRunner::Run(std::wstring line) {
   pump_.ShowAll();
   pump_.ForgetAnswered();
   const std::wstring typed = line;
+  const auto begin = Clock::now();
   facade_.Run(number, std::move(line));
   ViewEvent reply;
   // Texts that arrive meanwhile stay in the queue: they stand behind the reply.
   if (!pump_.WaitForReply(number, reply)) return kInterrupted;
   display_.Reply(reply.text);
   pump_.ShowAll();
-  if (reply.isLoad) return LoadStatus(reply, typed);
+  if (reply.isLoad) return LoadStatus(reply, typed, begin);
   if (reply.takenByChannel) {
     const bool isCut = isRestLost && reply.channelPosted;
     if (isCut) display_.Notice(RestLostText(shown));

@@ -42,7 +42,7 @@ class LineRunner {
   // Of a line that a text channel took: waits for the whole answer.
   int WaitForChannels(const ViewEvent& line, const std::string& shown);
   // Of a line that loads a file (line_runner_load.cpp).
-  int LoadStatus(const ViewEvent& reply, std::wstring_view line);
+  int LoadStatus(const ViewEvent& reply, std::wstring_view line, Clock::time_point begin);
   // Until the device has the file, or will not have it.
   int WaitForLoad(const ViewEvent& line, const LoadNotes& notes);
   // kGoesOn, or the line's status; has said why when it is not kDone.
@@ -58,6 +58,7 @@ class LineRunner {
   LinkWatch& watch_;
   EventPump& pump_;
   Display& display_;
+  std::wstring loadPath_;     // as it was typed, of the load that the module has open
   std::uint64_t number_ = 0;  // of the last line or question
 };
 

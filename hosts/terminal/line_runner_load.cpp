@@ -3,10 +3,13 @@
 #include <QByteArray>
 #include <QCryptographicHash>
 #include <algorithm>
+#include <cerrno>
 #include <string_view>
 
+#include "hosts/terminal/console_texts.h"
 #include "hosts/terminal/line_runner.h"
 #include "hosts/terminal/stored_file.h"
+#include "platform/base/version_query.h"
 #include "platform/os/error_text.h"
 #include "platform/os/file_stamp.h"
 #include "platform/os/paths.h"
@@ -23,6 +26,9 @@ constexpr Milliseconds kRowTime{100};
 constexpr Milliseconds kLineTime{1000};
 // A confirmed chunk is followed by the next one at once; this long after, it is asked why not.
 constexpr Milliseconds kNextChunkTime{100};
+// The variant and the product whose text channels take lines of every kind.
+constexpr std::uint32_t kAllToController = 246;
+constexpr std::uint32_t kAllToShell = 38;
 constexpr std::size_t kLoadLimitBytes = 65535u * 2048u;
 
 // What stands behind the word, as the module takes it.
@@ -44,26 +50,39 @@ std::string Sha256Of(const std::string& content) {
 
 }  // namespace
 
-int LineRunner::LoadStatus(const ViewEvent& reply, std::wstring_view line) {
-  const std::wstring_view path = PathOf(line);
+int LineRunner::LoadStatus(const ViewEvent& reply, std::wstring_view line,
+                           Clock::time_point begin) {
+  const std::wstring typed(PathOf(line));
+  const LoadState first = watch_.Load();
+  // While a load waits for its answer the module sends its chunk again, whatever path is typed.
+  if (!first.isResumed || loadPath_.empty()) loadPath_ = typed;
+  const bool isOther = first.isPosted && loadPath_ != typed;
+  const std::wstring path = first.isPosted ? loadPath_ : typed;
   os::FileStamp stamp;
   const bool isThere = os::StampOf(os::MapPath(path), stamp) == 0;
-  const LoadNotes notes(ShownLine(path), isThere ? std::optional(stamp.sizeBytes) : std::nullopt,
-                        Clock::now());
-  if (!watch_.Load().isPosted) {
+  const LoadNotes notes(Cut(ShownLine(path)),
+                        isThere ? std::optional(stamp.sizeBytes) : std::nullopt, begin);
+  if (!first.isPosted) {
     if (!reply.text.empty()) return reply.linkDown ? kNotConnected : kCommandFailed;
     display_.Notice(notes.NothingSentText());
     return kCommandFailed;
   }
+  if (isOther) display_.Notice(notes.OtherPathText(Cut(ShownLine(typed))));
   int status = WaitForLoad(reply, notes);
   watch_.Abandon();
   display_.EndProgress();
+  if (status == kNoAnswer) {
+    watch_.LeaveLoad(notes.Path());
+    return status;
+  }
+  watch_.CloseLoad();
+  loadPath_.clear();
+  if (status == kInterrupted) StopLoad(notes);
   if (status == kDone) {
     display_.Notice(notes.StoredText(watch_.Load(), Clock::now()));
     if (options_.verify) status = VerifyLoad(notes, os::MapPath(path));
   }
-  if (status == kInterrupted) StopLoad(notes);
-  return status;
+  return status == kDone && isOther ? kCommandFailed : status;
 }
 
 // A file is only read as fast as it is confirmed: what does not answer in time is the chunk.
@@ -131,6 +150,9 @@ int LineRunner::VerifyLoad(const LoadNotes& notes, const std::string& mappedPath
     display_.Notice("kiv: " + notes.Path() + " is not verified: " + reason + "\n");
     return kCommandFailed;
   };
+  if (CVersion::GetVersion() == kAllToController || CProductVersion::GetVersion() == kAllToShell) {
+    return failed("this device takes every question as a text");
+  }
   ViewEvent reply;
   const auto question = [](FacadeThread& here, ViewEvent& answer) {
     answer.isCommand = here.AskDevice(kStoredFileCommand, answer);
@@ -146,7 +168,8 @@ int LineRunner::VerifyLoad(const LoadNotes& notes, const std::string& mappedPath
   if (!stored) return failed("the answer to " + name + " has no size_bytes and sha256");
   std::string content;
   const int error = os::ReadRegularFile(mappedPath, kLoadLimitBytes, content);
-  if (error != 0) return failed(os::ErrorText(error));
+  if (error != 0)
+    return failed(error == EINVAL ? "it is not a regular file" : os::ErrorText(error));
   const std::string sha256 = Sha256Of(content);
   if (stored->sizeBytes != content.size() || stored->sha256 != sha256) {
     return failed("the device has " + std::to_string(stored->sizeBytes) + " bytes, SHA-256 " +

@@ -84,6 +84,28 @@ void LinkWatch::BeginLoad(std::uint32_t cmdId) {
   const std::lock_guard lock(mutex_);
   load_.Begin(cmdId);
   hasLoadEnded_ = false;
+  leftLoad_.clear();
+}
+
+void LinkWatch::CloseLoad() {
+  const std::lock_guard lock(mutex_);
+  load_.Close();
+}
+
+void LinkWatch::LeaveLoad(const std::string& path) {
+  const std::lock_guard lock(mutex_);
+  leftLoad_ = path;
+  TellLeftLoad();
+}
+
+void LinkWatch::TellLeftLoad() {
+  const LoadState& state = load_.State();
+  if (leftLoad_.empty() || !(state.IsStored() || state.IsRefused())) return;
+  ViewEvent event;
+  event.kind = ViewEvent::Kind::kWarning;
+  event.text = LateLoadText(leftLoad_, state.IsStored());
+  leftLoad_.clear();
+  queue_.Push(std::move(event));
 }
 
 LoadState LinkWatch::Load() const {
@@ -134,6 +156,7 @@ void LinkWatch::OnState(const devlink::StateChange& change) {
     changed = up_ != connected;
     up_ = connected;
     if (changed) ++epoch_;
+    if (changed && !connected) load_.Close();
     event.epoch = epoch_;
   }
   if (changed) onConnected_(connected);
@@ -251,6 +274,7 @@ void LinkWatch::OnHandedOver(const ReceivedPacket* records, std::uint32_t count)
     }
     const bool hasProgress = ReadChannels(records, count);
     const bool loadEnded = std::exchange(hasLoadEnded_, false);
+    if (loadEnded) TellLeftLoad();
     if (!(lastConfirmed || hasProgress || loadEnded) || collecting_)
       return;  // while the line still runs, EndLine tells it
     Describe(event);

@@ -49,6 +49,11 @@ class LinkWatch final : public devlink::LinkObserver {
   // The line that is about to run loads a file with this command.
   void BeginLoad(std::uint32_t cmdId);
   LoadState Load() const;
+  // The load is over, for the module too.
+  void CloseLoad();
+  // Nobody waits for the load any longer, which a late confirmation may still move: its end is then
+  // told as a warning of the queue.
+  void LeaveLoad(const std::string& path);
   // The line that is about to run is the console's own question: its good answer is not shown but
   // kept for TakeAnswer.
   void BeginQuestion(std::uint32_t cmdId);
@@ -86,6 +91,8 @@ class LinkWatch final : public devlink::LinkObserver {
   // Whether the console has to look at the channels' progress again.
   bool ReadChannels(const ReceivedPacket* records, std::uint32_t count);
   void Describe(ViewEvent& event) const;
+  // Says how a load ended that was left.
+  void TellLeftLoad();
   bool HidesConfirmation(const ReceivedPacket& record) const;
 
   ViewQueue& queue_;
@@ -111,6 +118,7 @@ class LinkWatch final : public devlink::LinkObserver {
   std::chrono::steady_clock::time_point latest_;
   bool hidesLoads_ = false;
   LoadProgress load_;
+  std::string leftLoad_;        // the path of a load that was left; empty: none
   bool hasLoadEnded_ = false;   // and its end was not handed over yet
   std::uint32_t question_ = 0;  // command id; 0: there is none
   std::vector<std::uint8_t> questionBody_;

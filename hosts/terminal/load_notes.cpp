@@ -81,6 +81,11 @@ std::string LoadNotes::Standing(const LoadState& state) const {
   return std::to_string(state.confirmed) + " of " + std::to_string(state.count) + " chunks";
 }
 
+std::string LoadNotes::OtherPathText(const std::string& other) const {
+  return "kiv: " + other + " is not sent: the load of " + path_ +
+         " waited for its answer and goes on\n";
+}
+
 std::string LoadNotes::NothingSentText() const {
   return "kiv: " + path_ + " is empty: nothing was sent\n";
 }

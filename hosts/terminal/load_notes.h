@@ -28,6 +28,8 @@ class LoadNotes {
   // A whole line for standard error, the same without the bar.
   std::string Line(const LoadState& state, Clock::time_point now) const;
   std::string StoredText(const LoadState& state, Clock::time_point now) const;
+  // The load was still open when another path was typed.
+  std::string OtherPathText(const std::string& other) const;
   // The file ended before a chunk went out: it is empty.
   std::string NothingSentText() const;
   std::string NoAnswerText(const LoadState& state, std::uint32_t waitMs) const;

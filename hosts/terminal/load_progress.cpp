@@ -18,6 +18,8 @@ bool ReadNumber(const CParamNode* node, std::uint32_t& number) {
 
 void LoadProgress::Begin(std::uint32_t cmdId) {
   cmdId_ = cmdId;
+  before_ = state_.isWaiting && !isClosed_ ? state_ : LoadState{};
+  isClosed_ = false;
   state_ = {};
 }
 
@@ -32,6 +34,8 @@ void LoadProgress::ReadFirst(std::span<const std::uint8_t> body) {
   CParamNode* const count = index != nullptr ? index->GetNextNeighbor() : nullptr;
   if (!ReadNumber(index, state_.index) || !ReadNumber(count, state_.count)) return;
   state_.confirmed = state_.first = state_.index;
+  state_.isResumed =
+      before_.isWaiting && before_.index == state_.index && before_.count == state_.count;
 }
 
 void LoadProgress::Posted(std::uint32_t cmdId, std::uint16_t tag,

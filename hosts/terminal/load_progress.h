@@ -16,6 +16,7 @@ namespace kiv {
 struct LoadState {
   bool isPosted = false;        // a chunk went out
   bool isWaiting = false;       // for the confirmation of the last one
+  bool isResumed = false;       // the line sent a chunk of the load before it once more
   std::uint32_t index = 0;      // of the last one
   std::uint32_t first = 0;      // index at which this line began
   std::uint32_t count = 0;      // chunks of the file
@@ -25,7 +26,7 @@ struct LoadState {
   bool isHandedOver = true;  // whether the confirmation that ended the load has been
 
   // Ended by its last confirmation, good or bad.
-  bool IsStored() const { return isPosted && result == 0 && confirmed == count; }
+  bool IsStored() const { return count > 0 && result == 0 && confirmed == count; }
   bool IsRefused() const { return result != 0; }
   bool HasEnded() const { return IsStored() || IsRefused(); }
 };
@@ -36,8 +37,10 @@ class LoadProgress {
   using Clock = std::chrono::steady_clock;
 
   // A load line runs; its chunks are posted with this command. What follows may also be the rest
-  // of an earlier load, whose chunk is sent once more.
+  // of the load before it, if that still waits for a confirmation: its chunk is sent once more.
   void Begin(std::uint32_t cmdId);
+  // The load is given up: what is posted next is not its rest.
+  void Close() { isClosed_ = true; }
   std::uint32_t CmdId() const { return cmdId_; }
   const LoadState& State() const { return state_; }
 
@@ -55,7 +58,9 @@ class LoadProgress {
 
   std::uint32_t cmdId_ = 0;  // 0, which no catalogue has: none
   std::uint16_t tag_ = 0;
+  bool isClosed_ = false;
   LoadState state_;
+  LoadState before_;  // of the load before, when it was still open
 };
 
 }  // namespace kiv

@@ -81,6 +81,11 @@ class Keys(Typist):
         self.assertEqual(self.wait_ended(), 0)
         self.open(link=self.device.endpoint)
         self.wait_connected()
+        while PROMPT + "nonsense" not in self.screen.text():  # until the history is loaded
+            self.type("\x10")
+            self.wait_quiet()
+        self.type("\x1b>\x15")
+        self.wait(lambda: self.ends_with("\n" + PROMPT))
         self.mark()
         self.type("\x12one")
         self.wait(lambda: "`one': nonsense one" in self.since())

@@ -190,14 +190,15 @@ class Agents(AgentLoadCase):
 class Lines(AgentLoadCase):
     """Lines that come while a load is open."""
 
-    def test_that_name_another_file_go_on_with_the_open_load_and_are_found_out_by_verify(self):
+    def test_that_name_another_file_go_on_with_the_open_load_and_say_so(self):
         path, other = self.file(3 * CHUNK), self.other_file(3 * CHUNK)
         done = self.kiv("--verify", "-c", f"link_fault {SILENCE},0,1", "-c", f"ldnv {path}", "-c",
                         f"ldnv {other}", wait=SHORT_WAIT_MS)
         self.assertIn("kiv: no answer to chunk 1 of 3 within 2500 ms; the same line sends it again\n", done.err)
         self.assertEqual(self.stored(), path.read_bytes())
-        self.assertIn(f"kiv: {other} is not verified: the device has 6144 bytes, SHA-256 "
-                      f"{hashlib.sha256(path.read_bytes()).hexdigest()}; ", done.err)
+        self.assertIn(f"kiv: {other} is not sent: the load of {path} waited for its answer and goes on\n", done.err)
+        self.assertIn(f"kiv: verified: {path}, SHA-256 {hashlib.sha256(path.read_bytes()).hexdigest()}\n", done.err)
+        self.assertNotIn(f"kiv: verified: {other}", done.err)
         self.assertEqual(done.status, 3)
 
     def test_that_read_the_catalogue_again_end_the_open_load(self):

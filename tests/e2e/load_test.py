@@ -7,6 +7,7 @@ import re
 import select
 import signal
 import struct
+import threading
 import time
 import unittest
 
@@ -134,6 +135,77 @@ class Load(LoadCase):
         self.assertRegex(done.err, rf"\nkiv: stored: {path}, 6144 bytes in \S+ s, \S+ \S+\n$")
         self.assertEqual([chunk[0] for chunk in flash.chunks], [0, 1, 1, 2])
         self.assertEqual(flash.file, path.read_bytes())
+
+    def test_another_path_typed_while_a_load_waits_is_told_not_stored(self):
+        lost = []
+
+        def lose(_, __, index):
+            if index == 1 and not lost:
+                lost.append(index)
+                return True
+            return False
+
+        flash = Flash(lose)
+        path, other = self.file(2 * CHUNK), self.file(1, "other.bin")
+        device = self.device(flash)
+        done = self.kiv("--wait", "500", "-c", f"ldnv {path}", "-c", f"ldnv {other}",
+                        link=device.endpoint)
+        self.assertEqual(done.status, 3, done)
+        self.assertIn(f"kiv: {other} is not sent: the load of {path} waited for its answer and goes on\n"
+                      f"kiv: stored: {path}, 4096 bytes in ", done.err)
+        self.assertEqual(flash.file, path.read_bytes())
+        self.assertEqual([chunk[0] for chunk in flash.chunks], [0, 1, 1])
+
+    def test_a_load_whose_answer_comes_late_tells_its_end(self):
+        late = []
+
+        def delay(_, head, index):
+            if index == 1 and not late:
+                late.append(head)
+                return True
+            return False
+
+        flash = Flash(delay)
+        path = self.file(3 * CHUNK)
+
+        def answer(device, head, body):
+            if head.id == LOAD:
+                flash(device, head, body)
+                return
+            flash.file += path.read_bytes()[CHUNK:2 * CHUNK]
+            device.confirm(late[0], struct.pack("<HHB", 1, 3, RECEIVING))
+            wait_for(lambda: len(flash.chunks) == 3, "the load goes on")
+            device.confirm(head)
+
+        def drive(device, head, body):  # the second line waits for the load on a thread of its own
+            threading.Thread(target=answer, args=(device, head, body), daemon=True).start()
+
+        device = self.device(drive)
+        done = self.kiv("--wait", "2500", "-c", f"ldnv {path}", "-c", "sys_info", link=device.endpoint)
+        self.assertEqual(done.status, 3, done)
+        self.assertIn(f"kiv: the answer came late: {path} is stored\n", done.err)
+        self.assertEqual(flash.file, path.read_bytes())
+
+    def test_a_file_of_size_0_that_has_bytes_is_never_stored(self):
+        def refuse(device, head, _):
+            device.confirm(head, result=715)
+            return True
+
+        done = self.load(self.device(Flash(refuse)), "/proc/self/maps")
+        self.assertEqual(done.status, 1, done)
+        self.assertNotIn("stored:", done.err)
+
+    def test_verify_sends_no_text_to_a_device_that_takes_texts(self):
+        for option, value in (("--product", "38"), ("--variant", "246")):
+            with self.subTest(option=option):
+                device = ScriptedDevice(self.folder / f"device{value}", Flash())
+                self.stack.callback(device.close)
+                path = self.file(1)
+                done = self.load(device, path, option, value, "--verify")
+                self.assertEqual(done.status, 1, done)
+                self.assertTrue(done.err.endswith(
+                    f"kiv: {path} is not verified: this device takes every question as a text\n"), done)
+                self.assertEqual([head.id for head, _ in device.received], [LOAD])
 
     def test_a_lost_link_is_told_and_gives_4(self):
         def drop(device, _, index):

@@ -94,6 +94,11 @@ class Typist(BenchCase):
         shown = "\n".join(rows[:self.screen.row] + [rows[self.screen.row].ljust(self.screen.column)])
         return shown.endswith(text) and not any(self.screen.behind_cursor_row())
 
+    def wait_quiet(self):
+        """Looks until nothing has come for a moment; not for what must have come."""
+        while self.look(0.2):
+            pass
+
     def wait_connected(self):
         """At the prompt, with the link up."""
         self.wait(lambda: "kiv: connected to" in self.screen.text() and self.ends_with("\n" + PROMPT))

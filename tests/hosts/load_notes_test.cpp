@@ -53,6 +53,8 @@ TEST(LoadNotes, EachEndIsALineOfItsOwn) {
             "kiv: stored: a b.bin, 2049 bytes in 0.2 s, 8.2 kB/s\n");
   EXPECT_EQ(notes.StoredText(StateOf(2, 2), kBegin + milliseconds(20'000)),
             "kiv: stored: a b.bin, 2049 bytes in 20 s, 102 B/s\n");
+  EXPECT_EQ(notes.OtherPathText("b"),
+            "kiv: b is not sent: the load of a b.bin waited for its answer and goes on\n");
   EXPECT_EQ(notes.NothingSentText(), "kiv: a b.bin is empty: nothing was sent\n");
   EXPECT_EQ(notes.NoAnswerText(half, 500),
             "kiv: no answer to chunk 2 of 2 within 500 ms; the same line sends it again\n");

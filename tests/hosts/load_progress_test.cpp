@@ -100,6 +100,36 @@ TEST_F(LoadProgressTest, ALineThatSendsALaterChunkAgainGoesOnFromThere) {
   EXPECT_EQ(load.State().confirmed, 18u);
 }
 
+TEST_F(LoadProgressTest, OnlyALoadThatStillWaitedIsResumed) {
+  load.Begin(kLoad);
+  load.Posted(kLoad, 1, Chunk(0, 2));
+  EXPECT_FALSE(load.State().isResumed);
+  load.Begin(kLoad);
+  load.Posted(kLoad, 2, Chunk(0, 2));
+  EXPECT_TRUE(load.State().isResumed);
+  load.Begin(kLoad);
+  load.Posted(kLoad, 3, Chunk(0, 3));  // another file
+  EXPECT_FALSE(load.State().isResumed);
+  load.Close();
+  load.Begin(kLoad);
+  load.Posted(kLoad, 4, Chunk(0, 3));
+  EXPECT_FALSE(load.State().isResumed);
+  load.Confirmed(kLoad, 4, 0);
+  load.Posted(kLoad, 5, Chunk(1, 3));
+  load.Confirmed(kLoad, 5, 713);
+  load.Begin(kLoad);
+  load.Posted(kLoad, 6, Chunk(1, 3));
+  EXPECT_FALSE(load.State().isResumed);
+}
+
+TEST_F(LoadProgressTest, AFileOfNoChunksIsNeverStored) {
+  load.Begin(kLoad);
+  load.Posted(kLoad, 1, Chunk(0, 0));
+  EXPECT_FALSE(load.State().IsStored());
+  EXPECT_FALSE(load.Confirmed(kLoad, 1, 0));
+  EXPECT_FALSE(load.State().IsStored());
+}
+
 TEST_F(LoadProgressTest, APostThatFailedIsNotWaitedFor) {
   load.Begin(kLoad);
   load.Posted(kLoad, 1, Chunk(0, 2));
