@@ -97,7 +97,7 @@ int LineRunner::WaitForChannels(const ViewEvent& line, const std::string& shown)
     // A loss shown here came behind the answers that the progress then has.
     pump_.ShowAll();
     const LinkWatch::ChannelProgress progress = watch_.Progress();
-    const auto silentAt = std::max(progress.latest, held) + settle;
+    const auto silentAt = std::max(progress.latest, held) + std::max(settle, progress.leastSilence);
     const bool canBeSilent = progress.state == State::kUntilSilent;
     const bool isSilent =
         canBeSilent && pump_.News().lostEpoch <= line.epoch && Clock::now() >= silentAt;

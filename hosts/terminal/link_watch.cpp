@@ -18,6 +18,12 @@ using devlink::MessageKind;
 
 namespace {
 
+// A controller's text travels in pieces of so many characters behind a head, and a device waits a
+// second for the next piece behind a whole one.
+constexpr std::size_t kPieceChars = 400;
+constexpr std::size_t kFrameHeadBytes = 6;
+constexpr std::chrono::milliseconds kNextPieceTime{1500};
+
 // An answer's text ends at its first zero byte.
 std::string_view TextOf(const ReceivedPacket& record) {
   const std::string_view body(reinterpret_cast<const char*>(record.body), record.bodyLengthBytes);
@@ -50,6 +56,7 @@ void LinkWatch::BeginLine(std::uint64_t line) {
   linkDown_ = !up_;
   result_ = 0;
   answer_.Begin();
+  isLastPieceWhole_ = false;
 }
 
 void LinkWatch::Describe(ViewEvent& event) const {
@@ -70,7 +77,8 @@ void LinkWatch::EndLine(ViewEvent& outcome) {
 
 LinkWatch::ChannelProgress LinkWatch::Progress() const {
   const std::lock_guard lock(mutex_);
-  return {answer_.GetState(), answer_.IsFailed(), answer_.GetRefusal(), latest_};
+  return {answer_.GetState(), answer_.IsFailed(), answer_.GetRefusal(), latest_,
+          isLastPieceWhole_ ? kNextPieceTime : std::chrono::milliseconds(0)};
 }
 
 void LinkWatch::Abandon() {
@@ -198,6 +206,9 @@ void LinkWatch::OnMessage(const devlink::TapMessage& message) {
     ++open_;
   }
   answer_.Posted(channel);
+  if (channel == Channel::kController) {
+    isLastPieceWhole_ = message.bodyLengthBytes >= kFrameHeadBytes + kPieceChars;
+  }
   latest_ = std::chrono::steady_clock::now();
   lineEpoch_ = epoch_;
 }

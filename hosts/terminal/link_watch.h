@@ -42,6 +42,9 @@ class LinkWatch final : public devlink::LinkObserver {
     bool failed;
     std::uint32_t refusal;                         // first confirmation result that is not 0
     std::chrono::steady_clock::time_point latest;  // the last post, or answer of these channels
+    // The silence that ends the answer is at least as long: a whole piece was the line's last,
+    // which the device takes for the last one only when no other follows.
+    std::chrono::milliseconds leastSilence;
   };
   ChannelProgress Progress() const;
   // The line is not waited for any more.
@@ -116,6 +119,7 @@ class LinkWatch final : public devlink::LinkObserver {
   std::uint32_t result_ = 0;
   ChannelAnswer answer_;
   std::chrono::steady_clock::time_point latest_;
+  bool isLastPieceWhole_ = false;  // of the controller's text
   bool hidesLoads_ = false;
   LoadProgress load_;
   std::string leftLoad_;        // the path of a load that was left; empty: none

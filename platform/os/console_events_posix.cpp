@@ -10,6 +10,7 @@
 #include <climits>
 #include <cstdint>
 #include <optional>
+#include <string>
 
 #include "platform/os/console_events.h"
 #include "platform/os/descriptor.h"
@@ -91,9 +92,25 @@ bool WaitForRoom(int descriptor, Clock::time_point end) {
   }
 }
 
+// A terminal says that it has room and then waits for more of it: it is written through an opening
+// of its own, which does not wait and which nobody else shares. Where that is refused, as it is.
+int WaitingNever(int descriptor) {
+  static int opened[STDERR_FILENO + 1] = {-1, -1, -1};
+  static bool tried[STDERR_FILENO + 1] = {};
+  if (!tried[descriptor]) {
+    tried[descriptor] = true;
+    if (::isatty(descriptor) == 1) {
+      const std::string path = "/proc/self/fd/" + std::to_string(descriptor);
+      opened[descriptor] = ::open(path.c_str(), O_WRONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
+    }
+  }
+  return opened[descriptor] >= 0 ? opened[descriptor] : descriptor;
+}
+
 // In pieces that a pipe with any room takes whole, so that no write blocks for want of a reader.
 // Waits for one until `end`; `bytes` is then what was not written.
-Written WriteAll(int descriptor, std::string_view& bytes, Clock::time_point end) {
+Written WriteAll(int standard, std::string_view& bytes, Clock::time_point end) {
+  const int descriptor = WaitingNever(standard);
   while (!bytes.empty()) {
     if (!WaitForRoom(descriptor, end)) return Written::kGivenUp;
     const ssize_t written =
@@ -102,6 +119,10 @@ Written WriteAll(int descriptor, std::string_view& bytes, Clock::time_point end)
       bytes.remove_prefix(static_cast<std::size_t>(written));
     } else if (written == 0 || (errno != EINTR && errno != EAGAIN && errno != EWOULDBLOCK)) {
       return Written::kFailed;
+    } else if (errno != EINTR) {
+      // Room for less than a character and what the terminal adds to it.
+      if (!IsPatient() || Clock::now() >= end) return Written::kGivenUp;
+      ::poll(nullptr, 0, 1);
     }
   }
   return Written::kAll;

@@ -4,6 +4,8 @@ import fcntl
 import json
 import os
 import platform
+import pty
+import select
 import shutil
 import signal
 import socket
@@ -363,6 +365,19 @@ class Interrupting(BenchCase):
         self.wait_until_full(process.stderr)
         os.kill(process.pid, signal.SIGTERM)
         self.assertEqual(process.wait(timeout=60), 130)
+
+    def test_a_signal_ends_a_console_whose_terminal_nobody_reads(self):
+        for _ in range(5):
+            master, slave = pty.openpty()
+            try:
+                process = self.start([KIV, "--link", self.child(), "--wait", WAIT_MS, *["-c", "help"] * 400],
+                                     stdin=subprocess.DEVNULL, stdout=slave)
+                wait_for(lambda: select.select([master], [], [], 0)[0], "it writes")
+                process.terminate()
+                self.assertEqual(process.wait(timeout=60), 130)
+            finally:
+                os.close(slave)
+                os.close(master)
 
     @staticmethod
     def wait_until_full(pipe):

@@ -267,6 +267,25 @@ TEST_F(LinkWatchTest, RawTextAndFramesOfALineAreItsPosts) {
   EXPECT_EQ(watch.Progress().refusal, 704u);
 }
 
+TEST_F(LinkWatchTest, BehindAWholePieceOfAControllersTextTheDeviceGetsTimeForAnother) {
+  Up();
+  const auto post = [this](std::size_t lengthBytes) {
+    const std::vector<std::uint8_t> body(lengthBytes);
+    watch.OnMessage({Direction::kToDevice, MessageKind::kSdtFrame, 0x7E0C, 0, 0, 0, 0, 0,
+                     body.data(), body.size(), 0});
+  };
+  watch.BeginLine(1);
+  post(406);
+  EXPECT_EQ(watch.Progress().leastSilence, std::chrono::milliseconds(1500));
+  post(405);
+  EXPECT_EQ(watch.Progress().leastSilence, std::chrono::milliseconds(0));
+  post(406);
+  End();
+  EXPECT_EQ(watch.Progress().leastSilence, std::chrono::milliseconds(1500));
+  watch.BeginLine(2);
+  EXPECT_EQ(watch.Progress().leastSilence, std::chrono::milliseconds(0));
+}
+
 TEST_F(LinkWatchTest, TextThatCouldNotBeWrittenIsNoPostOfTheLine) {
   Up();
   watch.BeginLine(1);
