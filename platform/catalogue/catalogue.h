@@ -40,8 +40,8 @@ class Catalogue {
   // The layout lives as long as somebody holds it. Null on failure.
   std::uint32_t Layout(std::uint32_t cmdId, BodyKind kind,
                        std::shared_ptr<const TreeLayout>& layout) const;
-  // The structure itself as the file describes it, with all that it refers to; its index in `model`,
-  // Command::kNoStructure for a request without parameters. Read anew each time.
+  // The structure itself as the file describes it, with all that it refers to; its index in
+  // `model`, Command::kNoStructure for a request without parameters. Read anew each time.
   std::uint32_t Describe(std::uint32_t cmdId, BodyKind kind, catalogue::Model& model,
                          std::int32_t& structure) const;
   // All commands; read once.

@@ -43,6 +43,19 @@ class Flash:
         return device.confirm(head, struct.pack("<HHB", index, count, state))
 
 
+def losing_one_answer():
+    """The second chunk's first answer gets lost."""
+    lost = []
+
+    def lose(_, __, index):
+        if index == 1 and not lost:
+            lost.append(index)
+            return True
+        return False
+
+    return lose
+
+
 class LoadCase(BenchCase):
     def device(self, answer):
         device = ScriptedDevice(self.folder / "device", answer)
@@ -116,15 +129,7 @@ class Load(LoadCase):
         self.assertEqual(len(flash.chunks), 2)
 
     def test_a_chunk_without_an_answer_gives_3_and_the_same_line_sends_it_again(self):
-        lost = []
-
-        def lose(_, __, index):
-            if index == 1 and not lost:
-                lost.append(index)
-                return True
-            return False
-
-        flash = Flash(lose)
+        flash = Flash(losing_one_answer())
         path = self.file(3 * CHUNK)
         device = self.device(flash)
         done = self.kiv("--wait", "500", "-c", f"ldnv {path}", "-c", f"ldnv {path}",
@@ -137,15 +142,7 @@ class Load(LoadCase):
         self.assertEqual(flash.file, path.read_bytes())
 
     def test_another_path_typed_while_a_load_waits_is_told_not_stored(self):
-        lost = []
-
-        def lose(_, __, index):
-            if index == 1 and not lost:
-                lost.append(index)
-                return True
-            return False
-
-        flash = Flash(lose)
+        flash = Flash(losing_one_answer())
         path, other = self.file(2 * CHUNK), self.file(1, "other.bin")
         device = self.device(flash)
         done = self.kiv("--wait", "500", "-c", f"ldnv {path}", "-c", f"ldnv {other}",
