@@ -17,4 +17,8 @@ void ReadSettingRows(const CXmlConfig& document, const SettingsPlace& place,
 void WriteSettingRows(CXmlConfig& document, const SettingsPlace& place,
                       std::span<const SettingRow> rows, SettingsMemory& memory);
 
+// Adds each value that the document lacks here and a starting document has; true when there was
+// one. What is never written comes only together with its element.
+bool AddMissingSettings(CXmlConfig& document, const SettingsPlace& place);
+
 }  // namespace SvcKivClass

@@ -30,6 +30,7 @@ CSVCKIVConfig::~CSVCKIVConfig() = default;
 KivSettings& CSVCKIVConfig::Settings() { return Impl(*this).Memory().settings; }
 KivKeyBindings& CSVCKIVConfig::KeyBindings() { return Impl(*this).Memory().keys; }
 KivCommandLists& CSVCKIVConfig::Lists() { return Impl(*this).Memory().lists; }
+std::uint32_t CSVCKIVConfig::CompleteCurrentInstance() { return Impl(*this).CompleteSettings(); }
 QCString CSVCKIVConfig::SettingsPrefix() const { return Impl(*this).Place().prefix; }
 QCString CSVCKIVConfig::SettingsInstancePath() const { return Impl(*this).Place().instancePath; }
 

@@ -146,6 +146,29 @@ std::uint32_t SvcKivConfigImpl::LoadEverything() {
   return found ? result::kOk : result::kInstanceMissing;
 }
 
+std::uint32_t SvcKivConfigImpl::AddInstance() {
+  std::uint32_t count = 0;
+  document_->GetSubNodeCount(count, kSessionTagPath, kInstanceTag, sessionPath_);
+  return WriteAddingNode(*document_, IdText(instanceId_), kIdAttribute, kInstanceTagPath,
+                         ChildPath(sessionPath_, count));
+}
+
+std::uint32_t SvcKivConfigImpl::CompleteSettings() {
+  if (!HasDocument()) return result::kNoDocument;
+  if (sessionPath_.IsEmpty()) return result::kInstanceMissing;
+  bool isChanged = false;
+  if (!SelectInstance()) {
+    const std::uint32_t added = AddInstance();
+    if (added != result::kOk) return added;
+    if (!SelectInstance()) return result::kInstanceMissing;
+    isChanged = true;
+  }
+  isChanged = AddMissingSettings(*document_, place_) || isChanged;
+  if (!isChanged) return result::kOk;
+  LoadEverything();
+  return Save();
+}
+
 std::uint32_t SvcKivConfigImpl::StoreEverything(const KivCommandRecord* newEntry) {
   if (!HasDocument()) return result::kNoDocument;
   if (newEntry != nullptr && !newEntry->name.IsEmpty() &&
@@ -269,27 +292,39 @@ std::uint32_t SvcKivConfigImpl::Import(const wchar_t* path, bool keyboard, bool 
   if (status != result::kOk) return status;
   if (!HasDocument()) return result::kNoDocument;
   const SettingsPlace first = FirstInstance();
+  const bool isMade = place_.prefix.IsEmpty() && !HasFirstInstance();
   SettingsImport import({*other, otherPlace}, {*document_, first},
-                        place_ == first ? &memory_ : nullptr, sender_);
+                        place_ == first || isMade ? &memory_ : nullptr, sender_);
   const std::uint32_t imported = import.Run({keyboard, favourites, shortcuts});
-  NumberFirstInstance();
+  if (NumberFirstInstance() && place_.prefix.IsEmpty()) {
+    // Without a place nothing that is stored from now on would be kept. What an instance had that
+    // only lacked its ID would else be lost with the next store.
+    SelectInstance();
+    if (!isMade) LoadEverything();
+  }
   return imported;
+}
+
+bool SvcKivConfigImpl::HasFirstInstance() const {
+  return document_->GetNode(kInstanceTagPath, ChildPath(sessionPath_, 0)) == result::kOk;
 }
 
 // In a session that has no instance an import makes one, which only its ID lets anybody find: that
 // of the current instance, which is the one that the groups were taken from.
-void SvcKivConfigImpl::NumberFirstInstance() {
-  if (sessionPath_.IsEmpty() || place_.instancePath.StartsWith((sessionPath_ + L".").view()))
-    return;
+bool SvcKivConfigImpl::NumberFirstInstance() {
+  if (sessionPath_.IsEmpty() || place_.instancePath.StartsWith((sessionPath_ + L".").view())) {
+    return false;
+  }
   const QCString first = ChildPath(sessionPath_, 0);
   QCString found = first;
   if (document_->ReadAttrValue(found, kIdAttribute, kInstanceTagPath, first) !=
           xml_config::kAttributeMissing ||
       document_->FindAttrValByTagPath(kIdAttribute, IdText(instanceId_), kInstanceTagPath, found,
                                       nullptr) == result::kOk) {
-    return;
+    return false;
   }
-  document_->WriteAttrValue(IdText(instanceId_), kIdAttribute, kInstanceTagPath, first);
+  return document_->WriteAttrValue(IdText(instanceId_), kIdAttribute, kInstanceTagPath, first) ==
+         result::kOk;
 }
 
 std::uint32_t SvcKivConfigImpl::Export(const wchar_t* path, bool keyboard, bool favourites,

@@ -83,6 +83,9 @@ class SvcKivConfigImpl final : public SvcKivSpace::CSVCKIVConfig {
   // 0 when it is missing, negative or no document is open.
   std::uint32_t NvLoadFileMaxSizeBytes();
 
+  // See CSVCKIVConfig::CompleteCurrentInstance.
+  std::uint32_t CompleteSettings();
+
   // What the non-virtual operations of the interface reach into.
   SettingsMemory& Memory() noexcept { return memory_; }
   const SettingsMemory& Memory() const noexcept { return memory_; }
@@ -97,7 +100,10 @@ class SvcKivConfigImpl final : public SvcKivSpace::CSVCKIVConfig {
   std::uint32_t WriteRows(std::span<const SettingRow> rows);
   std::uint32_t AddSession();
   bool SelectInstance();
-  void NumberFirstInstance();
+  std::uint32_t AddInstance();
+  bool HasFirstInstance() const;
+  // Whether it gave the instance its ID.
+  bool NumberFirstInstance();
   std::unique_ptr<CXmlConfig> OpenOther(const QCString& path, xml_config::OpenAs openAs) const;
   void TellNotice();
   // The first instance of the current session, where imports go.

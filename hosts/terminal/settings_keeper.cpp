@@ -50,6 +50,8 @@ bool IsSaved(std::uint32_t status) {
 
 SettingsKeeper::SettingsKeeper(CSVCKIVConfig& config, bool saveEachLine)
     : config_(config), saveEachLine_(saveEachLine) {
+  // A setting that is missing would count as 0: no history, no indications, and not a word of it.
+  config_.CompleteCurrentInstance();
   HoldWholeSavePath();
 }
 

@@ -136,9 +136,9 @@ class SVCKIV_API CSVCKIVConfig {
   virtual std::uint32_t SetSessionAndInstance(std::uint32_t sessionId,
                                               std::uint32_t instanceId) = 0;
   // One more than the largest id among the current session's instances, or the lowest free one when
-  // the largest is 4294967295; 1 when it has none or no document is open. No operation makes an
-  // instance: a host writes its "ID" (WriteAttribute on "SourceData.SESSION.INSTANCE" at the next
-  // position) and one value below its DEFAULT.
+  // the largest is 4294967295; 1 when it has none or no document is open. Loading makes no
+  // instance: a host calls CompleteCurrentInstance, or writes its "ID" (WriteAttribute on
+  // "SourceData.SESSION.INSTANCE" at the next position) and one value below its DEFAULT.
   virtual std::uint32_t NextInstanceId() = 0;
   // Finds the session's node. A session that is not in the document is added and saved at once.
   virtual std::uint32_t SelectSession() = 0;
@@ -146,7 +146,7 @@ class SVCKIV_API CSVCKIVConfig {
   // document; when the current instance is the first, memory follows. 3005: the file is not there
   // or has no such session or instance; 3004: it lacks an asked-for group; 10007: its keys cannot
   // be taken. What earlier groups brought stays. A session without an instance gets the one with
-  // the current id. Does not save.
+  // the current id, which is selected if none was. Does not save.
   virtual std::uint32_t Import(const wchar_t* path, bool keyboard, bool favourites,
                                bool shortcuts) = 0;
   // Writes groups of the current instance, as the document has them, into a new file. 3005: session
@@ -205,6 +205,13 @@ class SVCKIV_API CSVCKIVConfig {
   // with a full stop at its end, and the positions. Both empty until an instance was found.
   QCString SettingsPrefix() const;
   QCString SettingsInstancePath() const;
+  // For a host that keeps settings whatever the document looks like: makes the current instance
+  // when its session has none of that id, gives it the starting document's value of each setting
+  // that it lacks (of those that are never written only together with their element), reads
+  // everything again and saves. Does nothing when nothing was missing. 2: no document is open;
+  // 3005: no session was selected; 3018: not saved, but in the document and brought by the next
+  // save.
+  std::uint32_t CompleteCurrentInstance();
   // The three that replies depend on, kept once for the whole module and never copied.
   std::int32_t OneLineArrays() const;
   void SetOneLineArrays(std::int32_t value);

@@ -98,7 +98,7 @@ StoredDocument SettingsFile::LoadOwn() {
   hadFile_ = stored.kind == Kind::kSound;
   if (stored.kind == Kind::kUnreadable) {
     const bool isOther = stored.error == EINVAL;  // a pipe, a device
-    Tell("cannot be read: " +
+    Tell((stored.problem.empty() ? "cannot be read: " : stored.problem) +
          (isOther ? std::string("it is not a regular file") : os::ErrorText(stored.error)) +
          ". No settings are kept.");
   }
@@ -122,7 +122,11 @@ StoredDocument SettingsFile::Recover(StoredDocument broken) {
   }
   if (broken.kind != Kind::kBroken) return broken;
   StoredDocument instead = ReadCopy();
-  if (instead.kind == Kind::kUnreadable) return instead;
+  if (instead.kind == Kind::kUnreadable) {
+    instead.problem = "is broken (" + broken.problem + ") and its last good copy " + CopyPath() +
+                      " cannot be read: ";
+    return instead;
+  }
   std::string aside;
   if (error == 0) error = os::SetAside(path_, aside);
   const bool isCopy = instead.kind == Kind::kSound;
@@ -141,9 +145,11 @@ StoredDocument SettingsFile::Recover(StoredDocument broken) {
   return instead;
 }
 
-// A copy that is broken itself is set aside too: the next one would take its place.
+// A copy that is broken itself is set aside too: the next one would take its place. A directory or
+// a pipe under that name is no copy.
 StoredDocument SettingsFile::ReadCopy() {
   StoredDocument copy = StoredDocument::Read(CopyPath(), rootTag_);
+  if (copy.kind == Kind::kUnreadable && (copy.error == EISDIR || copy.error == EINVAL)) return {};
   if (copy.kind != Kind::kBroken) return copy;
   std::string ignored;
   os::SetAside(CopyPath(), ignored);

@@ -12,7 +12,8 @@ struct StoredDocument {
     kMissing,     // no such file
     kSound,       // `bytes` and `document` are set
     kBroken,      // not a document within the limits; `problem` says why
-    kUnreadable,  // rights, I/O, memory, not a regular file; `error` is the system's number
+    kUnreadable,  // rights, I/O, memory, not a regular file; `error` is the system's number, and
+                  // `problem` what it befell when that is not the file itself
   };
 
   Kind kind = Kind::kMissing;

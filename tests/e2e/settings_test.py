@@ -33,6 +33,17 @@ class Settings(BenchCase):
         self.assertEqual((third.status, third.out, third.err.count("kiv: ")),
                          (0, "nonsense  <a> \u2603\nmem_info\nsys_info\n", 1), third)
 
+    def test_the_history_is_kept_whatever_the_file_lacks(self):
+        session = '<SourceData><SESSION ID="1">{}</SESSION></SourceData>'
+        self.config.mkdir()
+        for text in ("<SourceData/>", session.format(""), session.format('<INSTANCE ID="2"/>'),
+                     session.format('<INSTANCE ID="1"/>'),
+                     session.format('<INSTANCE ID="1"><DEFAULT><POPULAR/></DEFAULT></INSTANCE>')):
+            self.file.write_text(text, encoding="utf-8")
+            self.run_here("-c", "one 1")
+            listed = self.run_here("-c", ":history")
+            self.assertEqual((listed.status, listed.out), (0, "one 1\n"), (text, listed))
+
     def test_a_directory_that_is_not_utf8_is_refused(self):
         for variable in ("KIV_CONFIG_DIR", "KIV_DATA_DIR", "XDG_CONFIG_HOME", "XDG_DATA_HOME", "HOME"):
             folder = os.fsencode(self.folder) + b"/m\xe4"

@@ -1,6 +1,7 @@
 // What the console keeps of typed lines, and the save path that the module's record would cut.
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <string>
@@ -38,6 +39,12 @@ class SettingsKeeperTest : public testing::Test {
   CSVCKIVConfig& Restarted() {
     SvcKiv::Stop();
     return *SvcKiv::Start();
+  }
+  // A document that somebody else wrote.
+  void PutDocument(const std::string& text) {
+    SvcKiv::Stop();
+    std::filesystem::create_directories(folder_.Path("config"));
+    folder_.Write("config/kiv.xml", text);
   }
   std::string SavedText() const {
     std::ifstream file(folder_.Path("config/kiv.xml"));
@@ -98,6 +105,66 @@ TEST_F(SettingsKeeperTest, KeepsNothingForAUserWhoWantsNoHistory) {
   SettingsKeeper keeper(Restarted(), true);
   EXPECT_TRUE(keeper.Keep(L"nv_read 7"));
   EXPECT_EQ(keeper.Lines(), Lines());
+}
+
+// Documents that a user wrote by hand, or an exported file that was put in the place of the own
+// one.
+TEST_F(SettingsKeeperTest, KeepsLinesWhateverTheDocumentLacks) {
+  const std::string session = "<SourceData><SESSION ID=\"1\">";
+  const std::string end = "</SESSION></SourceData>";
+  for (const std::string& text :
+       {std::string("<SourceData/>"), session + end, session + "<INSTANCE ID=\"2\"/>" + end,
+        session + "<INSTANCE/>" + end, session + "<INSTANCE ID=\"1\"/>" + end,
+        session + "<INSTANCE ID=\"1\"><DEFAULT/></INSTANCE>" + end,
+        session + "<INSTANCE ID=\"1\"><DEFAULT><POPULAR TITLE=\"t\"/></DEFAULT></INSTANCE>" + end,
+        session + "<INSTANCE ID=\"1\"><DEFAULT><KEYBOARD/></DEFAULT></INSTANCE>" + end,
+        std::string("<SourceData><SESSION ID=\"2\"><INSTANCE ID=\"1\"/></SESSION></SourceData>")}) {
+    for (const bool saveEachLine : {true, false}) {
+      PutDocument(text);
+      SettingsKeeper keeper(Restarted(), saveEachLine);
+      EXPECT_TRUE(keeper.AreThere()) << text;
+      EXPECT_TRUE(keeper.Keep(L"one 1"));
+      EXPECT_TRUE(keeper.SaveAll());
+      EXPECT_EQ(SettingsKeeper(Restarted(), true).Lines(), Lines{L"one 1"}) << text;
+    }
+  }
+}
+
+TEST_F(SettingsKeeperTest, GivesAnInstanceThatHasNothingTheValuesOfANewDocument) {
+  PutDocument(
+      "<SourceData><SESSION ID=\"1\"><INSTANCE ID=\"2\"><DEFAULT><POPULAR TITLE=\"two\"/>"
+      "</DEFAULT></INSTANCE></SESSION></SourceData>");
+  const SettingsKeeper keeper(Restarted(), true);
+  EXPECT_EQ(keeper.TimeoutMs(), 5000u);
+  const std::string text = SavedText();
+  for (const char* value :
+       {"<POPULAR TITLE=\"two\" />", "<INSTANCE ID=\"1\">", "TITLE=\"Kiv\"", "ENABLE_IND_CMD=\"1\"",
+        "NV_LOAD_FILE_MAX_SIZE=\"16777216\"", "FONT_SIZE=\"10\"", "BACKGROUND=\"1973790\""}) {
+    EXPECT_NE(text.find(value), std::string::npos) << value << text;
+  }
+}
+
+// What it does not say is said on purpose: a missing one of these has a meaning of its own.
+TEST_F(SettingsKeeperTest, AddsNothingThatOnlyTheUserWritesToAGroupThatIsThere) {
+  PutDocument(
+      "<SourceData><SESSION ID=\"1\"><INSTANCE ID=\"1\"><DEFAULT><POPULAR TITLE=\"mine\" "
+      "HISTORY_CMD=\"0\"/></DEFAULT></INSTANCE></SESSION></SourceData>");
+  SettingsKeeper keeper(Restarted(), true);
+  EXPECT_TRUE(keeper.Keep(L"one 1"));
+  EXPECT_EQ(keeper.Lines(), Lines());
+  const std::string text = SavedText();
+  EXPECT_NE(text.find("<POPULAR TITLE=\"mine\" HISTORY_CMD=\"0\""), std::string::npos) << text;
+  EXPECT_NE(text.find("DISPLAY_LINE_NUMBER=\"1000\""), std::string::npos) << text;
+  for (const char* attribute : {"NV_LOAD_FILE_MAX_SIZE", "ACK_SHOW_TYPE", "ACK_ARRAY_SHOW_ONELINE"})
+    EXPECT_EQ(text.find(attribute), std::string::npos) << attribute;
+}
+
+TEST_F(SettingsKeeperTest, WritesNothingIntoADocumentThatLacksNothing) {
+  StartWith("FONT_SIZE", "010");
+  const std::string before = SavedText();
+  const SettingsKeeper keeper(Restarted(), true);
+  SvcKiv::Stop();
+  EXPECT_EQ(SavedText(), before);
 }
 
 TEST_F(SettingsKeeperTest, SaysHowLongToWait) {

@@ -189,6 +189,9 @@ std::string LargeDocument() {
         Cmd("command" + std::to_string(i), std::string(100, static_cast<char>('a' + i % 26)));
   }
   std::string document = FullDocument();
+  // A damaged path would be made, wherever it leads.
+  const std::string path = " SAVE_PATH=\"/dev/null/y.txt\"";
+  document.erase(document.find(path), path.size());
   const std::string empty = Cmd("h0", "a") + Cmd("h1", "b");
   document.replace(document.find(empty), empty.size(), history);
   while (document.size() < 20'000) {

@@ -343,6 +343,55 @@ TEST(Import, IntoASessionWithoutAnInstanceMakesTheCurrentOne) {
   EXPECT_EQ(L"F3", bench.Keys().repeatCmd.name.str());
 }
 
+// A console that goes on after the import stores into the instance that the import made.
+TEST(Import, IntoASessionWithoutAnInstanceIsGoneOnWith) {
+  SettingsBench bench(RootDocument("<SESSION ID=\"1\"/>"));
+  bench.Folder().Write("other.xml", FullDocument());
+  bench.Load();
+  EXPECT_EQ(0u,
+            bench.Config().Import(bench.Folder().WideFile("other.xml").c_str(), true, true, true));
+  EXPECT_EQ(L"0.0.0.0", bench.Config().SettingsInstancePath().str());
+  SvcKivSpace::KivCommandRecord typed;
+  typed.name = L"typed";
+  EXPECT_EQ(0u, bench.Config().StoreEverything(&typed));
+  EXPECT_EQ(0u, bench.Config().Save());
+  bench.Load();
+  ASSERT_EQ(1u, bench.Lists().history.GetCount());
+  EXPECT_EQ(L"typed", bench.Lists().history[0].name.str());
+  ASSERT_EQ(1u, bench.Lists().favourites.GetCount());
+  EXPECT_EQ(L"f0", bench.Lists().favourites[0].name.str());
+  EXPECT_EQ(L"F3", bench.Keys().repeatCmd.name.str());
+}
+
+// What it had is not lost with the next store either.
+TEST(Import, IntoAnInstanceWithoutAnIdReadsWhatThatHas) {
+  SettingsBench bench(
+      RootDocument("<SESSION ID=\"1\"><INSTANCE><DEFAULT><POPULAR TITLE=\"own\"/><FAVORATE_CMD>" +
+                   Cmd("own", "") + "</FAVORATE_CMD></DEFAULT></INSTANCE></SESSION>"));
+  bench.Folder().Write("other.xml", FullDocument());
+  bench.Load();
+  EXPECT_EQ(0u,
+            bench.Config().Import(bench.Folder().WideFile("other.xml").c_str(), true, true, true));
+  EXPECT_EQ(0u, bench.Config().StoreEverything(nullptr));
+  EXPECT_EQ(0u, bench.Config().Save());
+  bench.Load();
+  EXPECT_EQ(L"own", std::wstring(bench.Settings().title));
+  ASSERT_EQ(2u, bench.Lists().favourites.GetCount());
+  EXPECT_EQ(L"own", bench.Lists().favourites[0].name.str());
+  EXPECT_EQ(L"f0", bench.Lists().favourites[1].name.str());
+}
+
+// A host that has not loaded yet has nothing that a store should write.
+TEST(Import, SelectsNoInstanceThatTheDocumentHasAlready) {
+  SettingsBench bench(RootDocument("<SESSION ID=\"1\"><INSTANCE ID=\"1\"/></SESSION>"));
+  bench.Folder().Write("other.xml", FullDocument());
+  bench.Open();
+  EXPECT_EQ(0u, bench.Config().SetSessionAndInstance(1, 1));
+  EXPECT_EQ(0u,
+            bench.Config().Import(bench.Folder().WideFile("other.xml").c_str(), true, true, true));
+  EXPECT_EQ(L"", bench.Config().SettingsPrefix().str());
+}
+
 // An instance of the file that has the current id stays the one that has it.
 TEST(Import, GivesNoIdThatAnotherInstanceHas) {
   SettingsBench bench(RootDocument("<SESSION ID=\"1\"><INSTANCE/><INSTANCE ID=\"1\"/></SESSION>"));

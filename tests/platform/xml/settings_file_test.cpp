@@ -283,10 +283,39 @@ TEST_F(SettingsFile, IsNotOpenWithoutTheRightToRead) {
 
 TEST_F(SettingsFile, IsNotOpenWhenTheCopyOfABrokenOneCannotBeRead) {
   dir_.Write("kiv.xml", "broken");
-  fs::create_directory(File("kiv.xml.bak"));
-  CXmlConfig config = Open();
-  EXPECT_FALSE(config.IsOpen());
+  dir_.Write("kiv.xml.bak", Titled("copy"));
+  fs::permissions(File("kiv.xml.bak"), fs::perms::none);
+  fs::permissions(dir_.path(), fs::perms::all);
+  EXPECT_TRUE(kivtest::HoldsUnprivileged([this] {
+    CXmlConfig config = Open();
+    return !config.IsOpen() && config.LastError() == EACCES && config.Save(1) == 2 &&
+           TakeNotice(config) ==
+               Notice("is broken (line 1: text before the root) and its last good copy " +
+                      File("kiv.xml.bak") +
+                      " cannot be read: Permission denied. No settings are kept.");
+  }));
   EXPECT_EQ("broken", dir_.Read("kiv.xml"));
+}
+
+TEST_F(SettingsFile, BeginsAnewWhenWhatIsNamedLikeTheCopyIsNone) {
+  for (const bool isPipe : {false, true}) {
+    const TempDir dir;
+    dir.Write("kiv.xml", "broken");
+    if (isPipe) {
+      ASSERT_EQ(0, mkfifo(dir.File("kiv.xml.bak").c_str(), 0666));
+    } else {
+      fs::create_directory(dir.File("kiv.xml.bak"));
+    }
+    CXmlConfig config(QCString(dir.WideFile("kiv.xml")), Options());
+    EXPECT_EQ("starting", Title(config));
+    EXPECT_EQ("*** The settings file " + dir.File("kiv.xml") +
+                  " is broken (line 1: text before the root) and was set aside as " +
+                  dir.File("kiv.xml.corrupt-1") + ". The default settings are used.",
+              TakeNotice(config));
+    EXPECT_EQ("broken", dir.Read("kiv.xml.corrupt-1"));
+    EXPECT_EQ(0u, SaveTitle(config, L"new"));
+    EXPECT_EQ(Titled("new"), dir.Read("kiv.xml"));
+  }
 }
 
 TEST_F(SettingsFile, DoesNotWaitForAPipe) {
