@@ -53,16 +53,16 @@ std::string Sha256Of(const std::string& content) {
 int LineRunner::LoadStatus(const ViewEvent& reply, std::wstring_view line,
                            Clock::time_point begin) {
   const std::wstring typed(PathOf(line));
-  const LoadState first = watch_.Load();
+  const bool isPosted = reply.posts > 0;
   // While a load waits for its answer the module sends its chunk again, whatever path is typed.
-  if (!first.isResumed || loadPath_.empty()) loadPath_ = typed;
-  const bool isOther = first.isPosted && loadPath_ != typed;
-  const std::wstring path = first.isPosted ? loadPath_ : typed;
+  if (isPosted && (!watch_.Load().isResumed || loadPath_.empty())) loadPath_ = typed;
+  const bool isOther = isPosted && loadPath_ != typed;
+  const std::wstring path = isPosted ? loadPath_ : typed;
   os::FileStamp stamp;
   const bool isThere = os::StampOf(os::MapPath(path), stamp) == 0;
   const LoadNotes notes(Cut(ShownLine(path)),
                         isThere ? std::optional(stamp.sizeBytes) : std::nullopt, begin);
-  if (!first.isPosted) {
+  if (!isPosted) {
     if (!reply.text.empty()) return reply.linkDown ? kNotConnected : kCommandFailed;
     display_.Notice(notes.NothingSentText());
     return kCommandFailed;

@@ -72,6 +72,7 @@ void LinkWatch::Describe(ViewEvent& event) const {
 void LinkWatch::EndLine(ViewEvent& outcome) {
   const std::lock_guard lock(mutex_);
   collecting_ = false;
+  load_.EndLine();
   Describe(outcome);
 }
 
@@ -90,9 +91,7 @@ void LinkWatch::Abandon() {
 
 void LinkWatch::BeginLoad(std::uint32_t cmdId) {
   const std::lock_guard lock(mutex_);
-  load_.Begin(cmdId);
-  hasLoadEnded_ = false;
-  leftLoad_.clear();
+  load_.BeginLine(cmdId);
 }
 
 void LinkWatch::CloseLoad() {
@@ -198,7 +197,10 @@ void LinkWatch::OnMessage(const devlink::TapMessage& message) {
   const std::lock_guard lock(mutex_);
   if (std::this_thread::get_id() != runner_) return;
   if (isRequest) {
-    load_.Posted(message.cmdId, message.tag, {message.body, message.bodyLengthBytes});
+    if (load_.Posted(message.cmdId, message.tag, {message.body, message.bodyLengthBytes})) {
+      hasLoadEnded_ = false;
+      leftLoad_.clear();
+    }
   }
   if (!collecting_) return;
   if (isRequest) {

@@ -81,6 +81,12 @@ std::string LoadNotes::Standing(const LoadState& state) const {
   return std::to_string(state.confirmed) + " of " + std::to_string(state.count) + " chunks";
 }
 
+std::string LoadNotes::Fate(const LoadState& state) const {
+  const bool isLastOut = state.isWaiting && state.index + 1 == state.count;
+  return path_ +
+         (isLastOut ? " may be stored, the answer to its last chunk is missing" : " is not stored");
+}
+
 std::string LoadNotes::OtherPathText(const std::string& other) const {
   return "kiv: " + other + " is not sent: the load of " + path_ +
          " waited for its answer and goes on\n";
@@ -97,7 +103,7 @@ std::string LoadNotes::NoAnswerText(const LoadState& state, std::uint32_t waitMs
 }
 
 std::string LoadNotes::LinkLostText(const LoadState& state) const {
-  return "kiv: the link was lost behind " + Standing(state) + "; " + path_ + " is not stored\n";
+  return "kiv: the link was lost behind " + Standing(state) + "; " + Fate(state) + "\n";
 }
 
 std::string LoadNotes::RefusedText(const LoadState& state) const {
@@ -110,7 +116,7 @@ std::string LoadNotes::EndedText(const LoadState& state) const {
 }
 
 std::string LoadNotes::StoppedText(const LoadState& state) const {
-  return "kiv: the load was stopped behind " + Standing(state) + "; " + path_ + " is not stored\n";
+  return "kiv: the load was stopped behind " + Standing(state) + "; " + Fate(state) + "\n";
 }
 
 std::string LoadNotes::VerifiedText(const std::string& sha256) const {

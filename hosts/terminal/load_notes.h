@@ -45,6 +45,8 @@ class LoadNotes {
   std::uint64_t BytesOf(std::uint32_t chunks) const;
   std::string Figures(const LoadState& state, Clock::time_point now) const;
   std::string Standing(const LoadState& state) const;
+  // What became of the file: when the last chunk is out and not confirmed, nobody knows.
+  std::string Fate(const LoadState& state) const;
 
   const std::string path_;
   const std::optional<std::uint64_t> sizeBytes_;

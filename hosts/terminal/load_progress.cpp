@@ -1,5 +1,7 @@
 #include "hosts/terminal/load_progress.h"
 
+#include <utility>
+
 #include "platform/base/result_codes.h"
 #include "platform/catalogue/param_codec.h"
 
@@ -16,15 +18,16 @@ bool ReadNumber(const CParamNode* node, std::uint32_t& number) {
 
 }  // namespace
 
-void LoadProgress::Begin(std::uint32_t cmdId) {
+void LoadProgress::BeginLine(std::uint32_t cmdId) {
   cmdId_ = cmdId;
-  before_ = state_.isWaiting && !isClosed_ ? state_ : LoadState{};
-  isClosed_ = false;
-  state_ = {};
+  isFirst_ = true;
 }
 
 // Index and count are the first two fields, whatever their sizes are.
-void LoadProgress::ReadFirst(std::span<const std::uint8_t> body) {
+void LoadProgress::BeginLoad(std::span<const std::uint8_t> body) {
+  const LoadState before = IsOpen() ? state_ : LoadState{};
+  state_ = {};
+  isClosed_ = false;
   CParamCodec codec(nullptr);
   CParamNode tree;
   const DecodeDescriptor descriptor{cmdId_, DecodeDescriptor::kReq,
@@ -34,21 +37,24 @@ void LoadProgress::ReadFirst(std::span<const std::uint8_t> body) {
   CParamNode* const count = index != nullptr ? index->GetNextNeighbor() : nullptr;
   if (!ReadNumber(index, state_.index) || !ReadNumber(count, state_.count)) return;
   state_.confirmed = state_.first = state_.index;
-  state_.isResumed =
-      before_.isWaiting && before_.index == state_.index && before_.count == state_.count;
+  // A confirmation may have come that the module has not looked at yet.
+  state_.isResumed = before.isPosted && before.index == state_.index &&
+                     before.count == state_.count && (before.isWaiting || before.index > 0);
 }
 
-void LoadProgress::Posted(std::uint32_t cmdId, std::uint16_t tag,
+bool LoadProgress::Posted(std::uint32_t cmdId, std::uint16_t tag,
                           std::span<const std::uint8_t> body) {
-  if (cmdId == 0 || cmdId != cmdId_) return;
-  if (!state_.isPosted) {
-    ReadFirst(body);
+  if (cmdId == 0 || cmdId != cmdId_) return false;
+  const bool isFirst = std::exchange(isFirst_, false);
+  if (isFirst) {
+    BeginLoad(body);
   } else if (!state_.isWaiting) {
     ++state_.index;
   }
   state_.isPosted = state_.isWaiting = true;
   state_.latest = Clock::now();
   tag_ = tag;
+  return isFirst;
 }
 
 void LoadProgress::PostFailed(std::uint32_t cmdId, std::uint16_t tag) {

@@ -36,31 +36,36 @@ class LoadProgress {
  public:
   using Clock = std::chrono::steady_clock;
 
-  // A load line runs; its chunks are posted with this command. What follows may also be the rest
-  // of the load before it, if that still waits for a confirmation: its chunk is sent once more.
-  void Begin(std::uint32_t cmdId);
+  // A load line runs, until EndLine; its chunks are posted with this command. The first one may be
+  // of the load before it, sent once more. A line that posts nothing leaves that load as it is.
+  void BeginLine(std::uint32_t cmdId);
+  void EndLine() { isFirst_ = false; }
   // The load is given up: what is posted next is not its rest.
   void Close() { isClosed_ = true; }
   std::uint32_t CmdId() const { return cmdId_; }
   const LoadState& State() const { return state_; }
 
-  void Posted(std::uint32_t cmdId, std::uint16_t tag, std::span<const std::uint8_t> body);
+  // True when it is the first of its line.
+  bool Posted(std::uint32_t cmdId, std::uint16_t tag, std::span<const std::uint8_t> body);
   // The post could not be written.
   void PostFailed(std::uint32_t cmdId, std::uint16_t tag);
   // True when that ended the load.
   bool Confirmed(std::uint32_t cmdId, std::uint16_t tag, std::uint32_t resultCode);
 
  private:
-  void ReadFirst(std::span<const std::uint8_t> body);
+  void BeginLoad(std::span<const std::uint8_t> body);
+  bool IsOpen() const {
+    return state_.isPosted && !isClosed_ && !state_.IsStored() && !state_.IsRefused();
+  }
   bool IsLast(std::uint32_t cmdId, std::uint16_t tag) const {
     return state_.isWaiting && cmdId == cmdId_ && tag == tag_;
   }
 
   std::uint32_t cmdId_ = 0;  // 0, which no catalogue has: none
   std::uint16_t tag_ = 0;
+  bool isFirst_ = false;  // the next post is
   bool isClosed_ = false;
   LoadState state_;
-  LoadState before_;  // of the load before, when it was still open
 };
 
 }  // namespace kiv

@@ -153,6 +153,17 @@ class Load(LoadCase):
         self.assertEqual(flash.file, path.read_bytes())
         self.assertEqual([chunk[0] for chunk in flash.chunks], [0, 1, 1])
 
+    def test_lines_in_between_that_send_nothing_do_not_hide_the_open_load(self):
+        flash = Flash(losing_one_answer())
+        path, other = self.file(2 * CHUNK), self.file(1, "other.bin")
+        device = self.device(flash)
+        done = self.kiv("--wait", "500", "-c", f"ldnv {path}", "-c", "ldnv", "-c",
+                        f"ldnv {self.folder}/none", "-c", f"ldnv {other}", link=device.endpoint)
+        self.assertEqual(done.status, 3, done)
+        self.assertIn(f"kiv: {other} is not sent: the load of {path} waited for its answer and goes on\n"
+                      f"kiv: stored: {path}, 4096 bytes in ", done.err)
+        self.assertEqual(flash.file, path.read_bytes())
+
     def test_a_load_whose_answer_comes_late_tells_its_end(self):
         late = []
 

@@ -66,6 +66,14 @@ TEST(LoadNotes, EachEndIsALineOfItsOwn) {
             "kiv: the load ended behind 1 of 2 chunks; a b.bin is not stored\n");
   EXPECT_EQ(notes.StoppedText(half),
             "kiv: the load was stopped behind 1 of 2 chunks; a b.bin is not stored\n");
+  LoadState last = half;
+  last.isWaiting = true;
+  EXPECT_EQ(notes.LinkLostText(last),
+            "kiv: the link was lost behind 1 of 2 chunks; a b.bin may be stored, the answer to its "
+            "last chunk is missing\n");
+  EXPECT_EQ(notes.StoppedText(last),
+            "kiv: the load was stopped behind 1 of 2 chunks; a b.bin may be stored, the answer to "
+            "its last chunk is missing\n");
   EXPECT_EQ(notes.VerifiedText("ab12"), "kiv: verified: a b.bin, SHA-256 ab12\n");
 }
 

@@ -42,7 +42,7 @@ class LoadProgressTest : public testing::Test {
 };
 
 TEST_F(LoadProgressTest, CountsChunksAsTheyAreConfirmedUntilTheLast) {
-  load.Begin(kLoad);
+  load.BeginLine(kLoad);
   for (std::uint16_t i = 0; i < 3; ++i) {
     load.Posted(kLoad, i + 1, Chunk(i, 3));
     EXPECT_TRUE(load.State().isWaiting);
@@ -57,7 +57,7 @@ TEST_F(LoadProgressTest, CountsChunksAsTheyAreConfirmedUntilTheLast) {
 }
 
 TEST_F(LoadProgressTest, AConfirmationOfAnotherPostOrCommandMovesNothing) {
-  load.Begin(kLoad);
+  load.BeginLine(kLoad);
   load.Posted(kLoad, 7, Chunk(0, 2));
   EXPECT_FALSE(load.Confirmed(kLoad, 6, 0));
   EXPECT_FALSE(load.Confirmed(kInfo, 7, 0));
@@ -69,7 +69,7 @@ TEST_F(LoadProgressTest, AConfirmationOfAnotherPostOrCommandMovesNothing) {
 }
 
 TEST_F(LoadProgressTest, ARefusedChunkEndsTheLoad) {
-  load.Begin(kLoad);
+  load.BeginLine(kLoad);
   load.Posted(kLoad, 1, Chunk(0, 2));
   EXPECT_TRUE(load.Confirmed(kLoad, 1, 720));
   EXPECT_TRUE(load.State().IsRefused());
@@ -79,7 +79,7 @@ TEST_F(LoadProgressTest, ARefusedChunkEndsTheLoad) {
 }
 
 TEST_F(LoadProgressTest, AChunkThatIsSentAgainKeepsItsIndexAndItsFirstAnswerCountsNoMore) {
-  load.Begin(kLoad);
+  load.BeginLine(kLoad);
   load.Posted(kLoad, 1, Chunk(0, 2));
   load.Confirmed(kLoad, 1, 0);
   load.Posted(kLoad, 2, Chunk(1, 2));
@@ -90,7 +90,7 @@ TEST_F(LoadProgressTest, AChunkThatIsSentAgainKeepsItsIndexAndItsFirstAnswerCoun
 }
 
 TEST_F(LoadProgressTest, ALineThatSendsALaterChunkAgainGoesOnFromThere) {
-  load.Begin(kLoad);
+  load.BeginLine(kLoad);
   load.Posted(kLoad, 40, Chunk(17, 65535));
   EXPECT_EQ(load.State().first, 17u);
   EXPECT_EQ(load.State().index, 17u);
@@ -101,29 +101,58 @@ TEST_F(LoadProgressTest, ALineThatSendsALaterChunkAgainGoesOnFromThere) {
 }
 
 TEST_F(LoadProgressTest, OnlyALoadThatStillWaitedIsResumed) {
-  load.Begin(kLoad);
+  load.BeginLine(kLoad);
   load.Posted(kLoad, 1, Chunk(0, 2));
   EXPECT_FALSE(load.State().isResumed);
-  load.Begin(kLoad);
+  load.BeginLine(kLoad);
   load.Posted(kLoad, 2, Chunk(0, 2));
   EXPECT_TRUE(load.State().isResumed);
-  load.Begin(kLoad);
+  load.BeginLine(kLoad);
   load.Posted(kLoad, 3, Chunk(0, 3));  // another file
   EXPECT_FALSE(load.State().isResumed);
   load.Close();
-  load.Begin(kLoad);
+  load.BeginLine(kLoad);
   load.Posted(kLoad, 4, Chunk(0, 3));
   EXPECT_FALSE(load.State().isResumed);
   load.Confirmed(kLoad, 4, 0);
   load.Posted(kLoad, 5, Chunk(1, 3));
   load.Confirmed(kLoad, 5, 713);
-  load.Begin(kLoad);
+  load.BeginLine(kLoad);
   load.Posted(kLoad, 6, Chunk(1, 3));
   EXPECT_FALSE(load.State().isResumed);
 }
 
+TEST_F(LoadProgressTest, ALineThatPostsNothingLeavesTheOpenLoadAsItIs) {
+  load.BeginLine(kLoad);
+  load.Posted(kLoad, 1, Chunk(0, 3));
+  load.BeginLine(kLoad);
+  load.EndLine();
+  EXPECT_TRUE(load.State().isWaiting);
+  EXPECT_FALSE(load.Confirmed(kLoad, 1, 0));
+  load.Posted(kLoad, 2, Chunk(1, 3));  // by itself
+  EXPECT_EQ(load.State().index, 1u);
+  EXPECT_FALSE(load.State().isResumed);
+  load.BeginLine(kLoad);
+  load.EndLine();
+  load.BeginLine(kLoad);
+  EXPECT_TRUE(load.Posted(kLoad, 3, Chunk(1, 3)));
+  EXPECT_TRUE(load.State().isResumed);
+}
+
+TEST_F(LoadProgressTest, AChunkWhoseConfirmationTheModuleHasNotSeenIsResumed) {
+  load.BeginLine(kLoad);
+  load.Posted(kLoad, 1, Chunk(0, 3));
+  load.EndLine();
+  load.Confirmed(kLoad, 1, 0);
+  load.Posted(kLoad, 2, Chunk(1, 3));
+  load.Confirmed(kLoad, 2, 0);
+  load.BeginLine(kLoad);
+  load.Posted(kLoad, 3, Chunk(1, 3));
+  EXPECT_TRUE(load.State().isResumed);
+}
+
 TEST_F(LoadProgressTest, AFileOfNoChunksIsNeverStored) {
-  load.Begin(kLoad);
+  load.BeginLine(kLoad);
   load.Posted(kLoad, 1, Chunk(0, 0));
   EXPECT_FALSE(load.State().IsStored());
   EXPECT_FALSE(load.Confirmed(kLoad, 1, 0));
@@ -131,7 +160,7 @@ TEST_F(LoadProgressTest, AFileOfNoChunksIsNeverStored) {
 }
 
 TEST_F(LoadProgressTest, APostThatFailedIsNotWaitedFor) {
-  load.Begin(kLoad);
+  load.BeginLine(kLoad);
   load.Posted(kLoad, 1, Chunk(0, 2));
   load.PostFailed(kLoad, 1);
   EXPECT_FALSE(load.State().isWaiting);
@@ -141,7 +170,7 @@ TEST_F(LoadProgressTest, APostThatFailedIsNotWaitedFor) {
 TEST_F(LoadProgressTest, WithoutALoadAndOfOtherCommandsNothingIsCounted) {
   load.Posted(0, 1, Chunk(0, 2));
   EXPECT_FALSE(load.State().isPosted);
-  load.Begin(kLoad);
+  load.BeginLine(kLoad);
   load.Posted(kInfo, 1, {});
   EXPECT_FALSE(load.State().isPosted);
 }
