@@ -82,8 +82,16 @@ std::vector<xml_config::MergeRule> SettingsMergeRules() {
   };
 }
 
+// What a document is completed with is nobody's choice either.
 std::vector<xml_config::UnsetValue> UnsetSettingValues() {
-  return {{nullptr, L""}, {nullptr, L"0"}, {L"AUTO_INTELLISENSE", L"1"}};
+  std::vector<xml_config::UnsetValue> values = {
+      {nullptr, L""}, {nullptr, L"0"}, {L"AUTO_INTELLISENSE", L"1"}};
+  for (const auto rows : AllSettingRows()) {
+    for (const SettingRow& row : rows) {
+      if (row.initial != nullptr) values.push_back({row.attribute, row.initial});
+    }
+  }
+  return values;
 }
 
 }  // namespace SvcKivClass

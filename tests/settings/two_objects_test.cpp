@@ -1,6 +1,7 @@
 // Two settings objects on one file, each with its own view of it: what one adds, the other keeps.
 #include <gtest/gtest.h>
 
+#include <cwchar>
 #include <filesystem>
 #include <set>
 #include <string>
@@ -120,6 +121,24 @@ TEST(TwoSettingsObjects, DoNotBeatAValueWithOneThatWasNeverSet) {
 }
 
 // Spelt as no console would: what one reads and stores back is no change of it.
+TEST(TwoSettingsObjects, DoNotBeatAValueWithTheOneThatCompletesADocument) {
+  SettingsBench bench(
+      "<SourceData><SESSION ID=\"1\"><INSTANCE "
+      "ID=\"1\"><DEFAULT/></INSTANCE></SESSION></SourceData>");
+  bench.Load();
+  Other other;
+  other.config.SetSessionAndInstance(1, 1);
+  EXPECT_EQ(0u, other.config.CompleteSettings());
+  std::wcscpy(other.config.Memory().settings.title, L"mine");
+  other.config.Memory().settings.fontSize = 44;
+  EXPECT_EQ(0u, other.config.StoreEverything(nullptr));
+  EXPECT_EQ(0u, other.config.Save());
+  EXPECT_EQ(0u, bench.Config().CompleteSettings());
+  const wchar_t* popular = L"SourceData.SESSION.INSTANCE.DEFAULT.POPULAR";
+  EXPECT_EQ(L"mine", bench.OnDisk(popular, L"TITLE", L"0.0.0.0.0"));
+  EXPECT_EQ(L"44", bench.OnDisk(popular, L"FONT_SIZE", L"0.0.0.0.0"));
+}
+
 TEST(TwoSettingsObjects, DoNotBeatAValueWithAnotherSpellingOfTheOldOne) {
   SettingsBench bench(Document(
       "<POPULAR FONT_SIZE=\"010\" PROMPT=\"&gt;&gt;\" TITLE=\"" + std::string(300, 't') +
