@@ -70,7 +70,10 @@ int Console::Run() {
     status = kCommandFailed;
   }
   queue_.Close();
-  if (!facade_.Stop(kStopTimeoutMs)) os::ExitNow(status);
+  if (!facade_.Stop(kStopTimeoutMs)) {
+    if (facade_.IsSaving()) display_.Notice(SettingsNotSavedText());
+    os::ExitNow(status);
+  }
   if (facade_.IsUnsaved()) display_.Notice(SettingsNotSavedText());
   return status;
 }

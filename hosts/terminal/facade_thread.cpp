@@ -38,6 +38,9 @@ std::wstring_view FirstWord(std::wstring_view line) {
   return line.substr(0, line.find(L' '));
 }
 
+// A save waits 5 seconds for its turn, and there are two of them: what was typed, and the module's.
+constexpr std::uint32_t kSaveTimeoutMs = 12000;
+
 }  // namespace
 
 FacadeThread::FacadeThread(ViewQueue& queue) : queue_(queue), context_(new QObject) {
@@ -239,6 +242,7 @@ bool FacadeThread::Stop(std::uint32_t timeoutMs) {
   QMetaObject::invokeMethod(
       context_,
       [this] {
+        isSaving_ = true;
         if (settings_) isUnsaved_ = !settings_->SaveAll();
         settings_.reset();
         SvcKiv::Stop();
@@ -246,7 +250,7 @@ bool FacadeThread::Stop(std::uint32_t timeoutMs) {
         thread_.quit();
       },
       Qt::QueuedConnection);
-  return thread_.wait(timeoutMs);
+  return thread_.wait(timeoutMs) || (isSaving_ && thread_.wait(kSaveTimeoutMs));
 }
 
 }  // namespace kiv

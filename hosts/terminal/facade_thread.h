@@ -12,6 +12,7 @@
 
 #include <QObject>
 #include <QThread>
+#include <atomic>
 #include <cstdint>
 #include <functional>
 #include <optional>
@@ -51,11 +52,14 @@ class FacadeThread {
   // For questions. Null when the module did not start.
   SettingsKeeper* Settings() { return settings_ ? &*settings_ : nullptr; }
 
-  // Close the queue first. Stops the module and ends the thread; false when that took longer than
-  // `timeoutMs`: the process must then end without waiting.
+  // Close the queue first. Stops the module and ends the thread; false when a line that still runs
+  // took longer than `timeoutMs`, or saving much longer than a save may: the process must then end
+  // without waiting.
   bool Stop(std::uint32_t timeoutMs);
   // Whether the settings could not be saved; after a Stop that answered true.
   bool IsUnsaved() const { return isUnsaved_; }
+  // Whether a Stop that answered false was given up in the middle of saving.
+  bool IsSaving() const { return isSaving_; }
 
  private:
   // Whether the list has commands; warns when it has none.
@@ -78,6 +82,7 @@ class FacadeThread {
   LinkWatch* watch_ = nullptr;
   std::optional<SettingsKeeper> settings_;  // between Start and Stop of the module
   bool isUnsaved_ = false;
+  std::atomic<bool> isSaving_ = false;
   // What the module sent to the view while the line runs, from this thread.
   bool hasSpoken_ = false;
   bool hasFailed_ = false;

@@ -1,5 +1,6 @@
 """What the console keeps in its settings file from one run to the next."""
 
+import fcntl
 import os
 import re
 import subprocess
@@ -32,6 +33,14 @@ class Settings(BenchCase):
         third = self.run_here("-c", ":history")
         self.assertEqual((third.status, third.out, third.err.count("kiv: ")),
                          (0, "nonsense  <a> \u2603\nmem_info\nsys_info\n", 1), third)
+
+    def test_a_save_that_never_gets_its_turn_is_told(self):
+        self.run_here("-c", "first")
+        with open(self.config / "kiv.xml.lock", "r+b") as lock:
+            fcntl.lockf(lock, fcntl.LOCK_EX)
+            held = self.run_here("-c", "second")
+        self.assertTrue(held.err.endswith("kiv: the settings, with the history, could not be saved\n"), held)
+        self.assertEqual(self.run_here("-c", ":history").out, "first\n")
 
     def test_the_history_is_kept_whatever_the_file_lacks(self):
         session = '<SourceData><SESSION ID="1">{}</SESSION></SourceData>'
