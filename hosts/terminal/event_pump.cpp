@@ -50,7 +50,7 @@ os::ConsoleEvents::Ready EventPump::Sleep(int timeoutMs, bool withInput) {
 
 bool EventPump::Wait(std::optional<Clock::time_point> deadline, bool withInput,
                      os::ConsoleEvents::Ready* ready) {
-  // What a write was told of the end was told once.
+  // A write may have seen the request to end; it does not come a second time.
   if (stops_.IsAny()) return false;
   const int timeoutMs = deadline ? MillisecondsUntil(*deadline) : -1;
   const os::ConsoleEvents::Ready now = Sleep(hasMore_ ? 0 : timeoutMs, withInput);

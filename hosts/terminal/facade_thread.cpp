@@ -148,7 +148,7 @@ void FacadeThread::RunThrough(std::uint64_t number, const std::wstring& line, Vi
   watch_->BeginLine(number);
   SvcKiv::GetDiagCmdResponse(line.c_str(), reply);
   watch_->EndLine(event);
-  // The module refuses a line by what it was told of the link, which may be behind the link.
+  // The module refuses a line by the connect status that it last got, which may lag the link.
   if (!isConnected_) event.linkDown = true;
   event.takenByChannel = reply == kSentinel;
   event.channelSpoke = hasSpoken_;

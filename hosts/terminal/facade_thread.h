@@ -86,7 +86,7 @@ class FacadeThread {
   // What the module sent to the view while the line runs, from this thread.
   bool hasSpoken_ = false;
   bool hasFailed_ = false;
-  bool isConnected_ = false;  // what the module was told; of the facade's own thread
+  bool isConnected_ = false;  // the module's connect status; of the facade's own thread
   QThread thread_;
   QObject* context_;  // lives in thread_; its events run there
 };

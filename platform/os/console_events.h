@@ -43,7 +43,7 @@ class KIVPLATFORM_API ConsoleEvents {
   void WatchTerminal();
   // Stops the process, as Ctrl-Z does where nobody handles it; returns when it is continued.
   void Suspend();
-  // A Ctrl-C that Wait has told is over: writes wait for their reader again.
+  // A Ctrl-C that Wait has reported is over: writes wait for their reader again.
   void ForgetInterrupt();
   // Appends what is there to `bytes`; false at the end of input, or when it cannot be read.
   bool ReadInput(std::string& bytes);

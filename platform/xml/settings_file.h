@@ -34,7 +34,7 @@ class SettingsFile {
   // error the file is as it was, or (when only the sync of its directory failed) has it already.
   int Save(const pugi::xml_document& document);
 
-  // What was taken counts as told when something is saved or the object ends.
+  // What was taken counts as shown when something is saved or the object ends.
   std::string TakeNotice();
   int lastError() const { return lastError_; }
 
@@ -73,7 +73,7 @@ class SettingsFile {
   std::string CopyPath() const { return path_ + ".bak"; }
   std::string LockPath() const { return path_ + ".lock"; }
   void Tell(const std::string& what);
-  // The same, kept until it was told: the file is repaired next.
+  // The same, kept until the user has seen it: the file is repaired next.
   void TellForSure(const std::string& what);
   void ForgetTold();
 

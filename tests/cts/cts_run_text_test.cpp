@@ -150,7 +150,7 @@ TEST_F(TestRun, TellsTheFirstThingThatIsMissing) {
   const std::string noDevice = "*** Failed to execute cts command. No UE is connected.\n";
   const std::string noPath =
       "***error: failed to find config path. Use ctscfg <path> to set cts config path.\n";
-  // Everything is missing at first; each step mends what was told.
+  // Everything is missing at first; each step supplies what the message named.
   SvcKivClass::KivCts fresh;
   fresh.Init(kivtest::RecordingServices());
   const auto run = [&](const wchar_t* rest) {
