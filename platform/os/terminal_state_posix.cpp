@@ -3,8 +3,10 @@
 #include <termios.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
+#include <iterator>
 
 #include "platform/os/terminal_state.h"
 
@@ -17,15 +19,22 @@ std::atomic<bool> isNoted{false};
 
 constexpr char kPasteMarksOff[] = "\x1b[?2004l";
 
-// Those whose default action ends the process, but for the ones that the console handles itself.
-constexpr int kEndingSignals[] = {SIGABRT, SIGALRM, SIGBUS,  SIGFPE,  SIGILL,  SIGPOLL, SIGPROF,
-                                  SIGSEGV, SIGSYS,  SIGTRAP, SIGUSR1, SIGUSR2, SIGXCPU, SIGVTALRM};
+// Whose default action does not end the process, or that cannot be handled. All others do, the
+// real-time ones and those of one system alone included.
+constexpr int kHarmlessSignals[] = {SIGCHLD, SIGCONT, SIGKILL, SIGSTOP, SIGTSTP,
+                                    SIGTTIN, SIGTTOU, SIGURG,  SIGWINCH};
+
+bool EndsProcess(int number) {
+  return std::find(std::begin(kHarmlessSignals), std::end(kHarmlessSignals), number) ==
+         std::end(kHarmlessSignals);
+}
 
 void RestoreAndEnd(int number) {
   RestoreTerminal();
   ::raise(number);  // whose default action is back by now
 }
 
+// Leaves those alone that somebody handles already; the thread library's own are refused.
 void HandleWhereFree(int number) {
   struct sigaction action = {};
   if (::sigaction(number, nullptr, &action) != 0 || action.sa_handler != SIG_DFL) return;
@@ -41,7 +50,9 @@ void HandleWhereFree(int number) {
 void NoteTerminal() {
   if (isNoted.load(std::memory_order_relaxed) || ::tcgetattr(STDIN_FILENO, &noted) != 0) return;
   isNoted.store(true, std::memory_order_release);
-  for (const int number : kEndingSignals) HandleWhereFree(number);
+  for (int number = 1; number <= SIGRTMAX; ++number) {
+    if (EndsProcess(number)) HandleWhereFree(number);
+  }
 }
 
 void RestoreTerminal() noexcept {

@@ -221,7 +221,8 @@ class Resizing(Typist):
 class Ending(Typist):
     def test_a_signal_restores_the_terminal(self):
         ends = {signal.SIGTERM: 130, signal.SIGHUP: 130, signal.SIGQUIT: 130,
-                signal.SIGUSR1: -signal.SIGUSR1, signal.SIGALRM: -signal.SIGALRM}
+                signal.SIGUSR1: -signal.SIGUSR1, signal.SIGSTKFLT: -signal.SIGSTKFLT,
+                signal.SIGRTMIN: -signal.SIGRTMIN, signal.SIGRTMAX: -signal.SIGRTMAX}
         device = ScriptedDevice(self.folder / "device", lambda device, head, body: None)
         self.stack.callback(device.close)
         for number, status in ends.items():
