@@ -31,7 +31,10 @@ struct ConsoleContext {
 struct ConsoleWord {
   // What stands behind the word, without the blanks around it.
   using Run = int (*)(ConsoleContext& context, std::wstring_view arguments);
-  // What the last of the arguments typed so far may become; whole arguments.
+  // What the last of the arguments typed so far may become: what begins behind the last blank, or
+  // nothing behind a blank at the end. `arguments` is what stands between the word and the cursor,
+  // without the blanks in front. Whole arguments, each in the place of the last one, those that fit
+  // it alone; the first are the best. It may ask the facade's thread.
   using Complete = std::vector<std::wstring> (*)(ConsoleContext& context,
                                                  std::wstring_view arguments);
 
