@@ -105,8 +105,7 @@ void EventPump::Show(const ViewEvent& event) {
       LinkIsDown(event);
       break;
     case ViewEvent::Kind::kSettings:
-      news_.settingsLoaded = true;
-      if (event.result != 0) news_.settingsWaitMs = event.result;
+      TakeSettings(event);
       break;
     case ViewEvent::Kind::kHistory:
       screen_.SetHistory(LinesOf(event.text));
@@ -115,6 +114,14 @@ void EventPump::Show(const ViewEvent& event) {
       news_.answered = event;
       break;
   }
+}
+
+void EventPump::TakeSettings(const ViewEvent& event) {
+  const std::uint32_t waitMs = event.settings->values.postCmdTimeoutMs;
+  news_.settingsLoaded = true;
+  news_.settings = event.settings;
+  news_.settingsWaitMs = waitMs != 0 ? waitMs : kFirstWaitMs;
+  for (const SettingsObserver& observer : observers_) observer(*news_.settings);
 }
 
 void EventPump::LinkIsUp(const ViewEvent& event) {

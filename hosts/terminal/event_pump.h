@@ -6,8 +6,12 @@
 
 #include <chrono>
 #include <cstdint>
+#include <functional>
+#include <memory>
 #include <optional>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "hosts/terminal/display.h"
 #include "hosts/terminal/stop_requests.h"
@@ -25,7 +29,9 @@ struct ConsoleNews {
   std::string lastReason = {};        // why the link is not up
   std::optional<ViewEvent> answered;  // the last kAnswered; of the line that is waited for, or none
   bool settingsLoaded = false;
-  std::uint32_t settingsWaitMs = 5000;
+  // Never null; before they are loaded, what a console without settings goes by.
+  std::shared_ptr<const ConsoleSettings> settings = std::make_shared<const ConsoleSettings>();
+  std::uint32_t settingsWaitMs = kFirstWaitMs;
 };
 
 class EventPump {
@@ -51,6 +57,10 @@ class EventPump {
   bool WaitForReply(std::uint64_t number, ViewEvent& reply);
   // False when there was nothing to show.
   bool ShowAll();
+  // Calls `observer` with the settings each time that they are loaded or set, after News has them.
+  // Texts that stand in front of the change are shown by then.
+  using SettingsObserver = std::function<void(const ConsoleSettings& settings)>;
+  void OnSettings(SettingsObserver observer) { observers_.push_back(std::move(observer)); }
 
   const ConsoleNews& News() const { return news_; }
   void ForgetAnswered() { news_.answered.reset(); }
@@ -62,6 +72,7 @@ class EventPump {
   // Shows a part, so that keys are seen to between two; what is left needs no wake-up.
   void ShowSome();
   void Show(const ViewEvent& event);
+  void TakeSettings(const ViewEvent& event);
   void LinkIsUp(const ViewEvent& event);
   void LinkIsDown(const ViewEvent& event);
 
@@ -72,6 +83,7 @@ class EventPump {
   const bool interactive_;
   bool hasMore_ = false;  // texts in the queue that were not taken
   ConsoleNews news_;
+  std::vector<SettingsObserver> observers_;
 };
 
 }  // namespace kiv

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cwchar>
 #include <iterator>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -67,12 +68,16 @@ void FacadeThread::StartHere(bool saveEachLine) {
   SvcKiv::SetInstantIndTime(settings_->InstantIndMs());
   // Without settings everything is shown: nobody said otherwise.
   SvcKiv().SetIsEnableInstantInd(!settings_->AreThere());
-  ViewEvent event;
-  event.kind = ViewEvent::Kind::kSettings;
-  event.result = settings_->TimeoutMs();
-  queue_.Push(std::move(event));
+  PushSettings();
   if (saveEachLine) PushHistory();
   CheckCommands();
+}
+
+void FacadeThread::PushSettings() {
+  ViewEvent event;
+  event.kind = ViewEvent::Kind::kSettings;
+  event.settings = std::make_shared<const ConsoleSettings>(settings_->Values());
+  queue_.Push(std::move(event));
 }
 
 void FacadeThread::PushHistory() {

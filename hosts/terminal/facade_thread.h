@@ -65,6 +65,8 @@ class FacadeThread {
   // Whether the list has commands; warns when it has none.
   bool CheckCommands();
   void StartHere(bool saveEachLine);
+  // Tells the values of all groups.
+  void PushSettings();
   // Tells the lines of earlier runs.
   void PushHistory();
   void RunHere(std::uint64_t number, const std::wstring& line);

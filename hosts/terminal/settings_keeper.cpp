@@ -18,10 +18,31 @@ constexpr int kAlwaysMs = 86'400'000;    // from one command to the next, whatev
 constexpr int kFreshCommandMs = 10'000;  // what a command has started is seen
 constexpr wchar_t kSavePathAttribute[] = L"SAVE_PATH";
 
+constexpr wchar_t kLogSuffix[] = L".txt";
+
 QCString SaveElement(const CSVCKIVConfig& config) { return config.SettingsPrefix() + L"SAVE"; }
 
 QCString SaveElementPath(const CSVCKIVConfig& config) {
   return config.SettingsInstancePath() + L".0";
+}
+
+// An attribute as the document has it; empty when it has none.
+std::wstring Stored(CSVCKIVConfig& config, const wchar_t* element, const wchar_t* attribute) {
+  QCString text;
+  config.ReadAttribute(text, attribute, (config.SettingsPrefix() + element).c_str(),
+                       (config.SettingsInstancePath() + L".0").c_str());
+  return text.str();
+}
+
+QCString Absolute(const QCString& stored) {
+  return GetAppPrefs().RelativeFile2AbsoluteFile(stored, CFilePath::GetAppPath());
+}
+
+// The module works it out in the same way, but its record cuts what comes of it.
+QCString LogPath(const QCString& stored) {
+  if (stored.IsEmpty()) return GetAppPrefs().GetDirectory() + L"\\kiv" + kLogSuffix;
+  const QCString path = Absolute(stored);
+  return path.EndsWith(kLogSuffix) ? path : path + kLogSuffix;
 }
 
 KivCommandRecord RecordOf(std::wstring_view line) {
@@ -62,7 +83,7 @@ void SettingsKeeper::HoldWholeSavePath() {
       stored.IsEmpty()) {
     return;
   }
-  QCString path = GetAppPrefs().RelativeFile2AbsoluteFile(stored, CFilePath::GetAppPath());
+  QCString path = Absolute(stored);
   if (!Fits(path)) path = stored;
   if (!Fits(path)) {
     longSavePath_ = stored;
@@ -72,7 +93,20 @@ void SettingsKeeper::HoldWholeSavePath() {
   *end = L'\0';
 }
 
-std::uint32_t SettingsKeeper::TimeoutMs() const { return config_.Settings().postCmdTimeoutMs; }
+ConsoleSettings SettingsKeeper::Values() const {
+  ConsoleSettings values;
+  values.areThere = AreThere();
+  if (!values.areThere) return values;
+  values.values = config_.Settings();
+  values.keys = config_.KeyBindings();
+  values.oneLineArrays = config_.OneLineArrays();
+  values.showType = config_.ShowType();
+  values.indicationsEnabled = config_.IndicationsEnabled();
+  values.storedSavePath = Stored(config_, L"SAVE", kSavePathAttribute);
+  values.storedPluginPath = Stored(config_, L"PLUGIN", L"NAME");
+  values.logPath = LogPath(QCString(values.storedSavePath)).str();
+  return values;
+}
 
 bool SettingsKeeper::AreThere() const { return !config_.SettingsPrefix().IsEmpty(); }
 

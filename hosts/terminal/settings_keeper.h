@@ -15,6 +15,7 @@
 #include <string_view>
 #include <vector>
 
+#include "hosts/terminal/console_settings.h"
 #include "svckiv/svc_kiv_config.h"
 
 namespace kiv {
@@ -25,8 +26,8 @@ class SettingsKeeper {
   // else when SaveAll does.
   SettingsKeeper(SvcKivSpace::CSVCKIVConfig& config, bool saveEachLine);
 
-  // How long to wait for an answer; 0 when the settings do not say.
-  std::uint32_t TimeoutMs() const;
+  // The values of all groups, as they are now.
+  ConsoleSettings Values() const;
   // Whether the settings of this console were found.
   bool AreThere() const;
   // How long indications are shown after a command where the settings show none otherwise.

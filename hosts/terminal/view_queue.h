@@ -13,10 +13,12 @@
 #include <cstdint>
 #include <deque>
 #include <functional>
+#include <memory>
 #include <mutex>
 #include <string>
 
 #include "hosts/terminal/channel_answer.h"
+#include "hosts/terminal/console_settings.h"
 
 namespace kiv {
 
@@ -29,7 +31,7 @@ struct ViewEvent {
     kConnected,     // `text` says to what
     kDisconnected,  // `text` says why, may be empty
     kReply,         // a typed line has been run: `text` is its reply; see LineOutcome
-    kSettings,      // the settings are loaded: `result` is their time-out in ms
+    kSettings,      // the settings are loaded, or one was set: `settings`
     kHistory,       // the settings are loaded: `text` has the lines typed in earlier runs
     kAnswered,      // every confirmation that `line` waits for has been handed over
   };
@@ -53,6 +55,8 @@ struct ViewEvent {
   bool channelSpoke = false;
   bool channelFailed = false;
   std::uint64_t epoch = 0;  // changes of the link's state: so far, or before the line's last post
+  std::shared_ptr<const ConsoleSettings> settings =
+      nullptr;  // of kSettings alone, never null there
 };
 
 // Bounded towards link threads, unbounded towards the facade's own.

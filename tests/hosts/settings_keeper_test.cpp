@@ -135,7 +135,7 @@ TEST_F(SettingsKeeperTest, GivesAnInstanceThatHasNothingTheValuesOfANewDocument)
       "<SourceData><SESSION ID=\"1\"><INSTANCE ID=\"2\"><DEFAULT><POPULAR TITLE=\"two\"/>"
       "</DEFAULT></INSTANCE></SESSION></SourceData>");
   const SettingsKeeper keeper(Restarted(), true);
-  EXPECT_EQ(keeper.TimeoutMs(), 5000u);
+  EXPECT_EQ(keeper.Values().values.postCmdTimeoutMs, 5000u);
   const std::string text = SavedText();
   for (const char* value :
        {"<POPULAR TITLE=\"two\" />", "<INSTANCE ID=\"1\">", "TITLE=\"Kiv\"", "ENABLE_IND_CMD=\"1\"",
@@ -169,7 +169,20 @@ TEST_F(SettingsKeeperTest, WritesNothingIntoADocumentThatLacksNothing) {
 
 TEST_F(SettingsKeeperTest, SaysHowLongToWait) {
   StartWith("POSTCMD_TIMEOUT", "1234");
-  EXPECT_EQ(SettingsKeeper(Restarted(), true).TimeoutMs(), 1234u);
+  EXPECT_EQ(SettingsKeeper(Restarted(), true).Values().values.postCmdTimeoutMs, 1234u);
+}
+
+TEST_F(SettingsKeeperTest, KnowsTheWholePathOfTheLog) {
+  const std::wstring data = QCString::FromUtf8(folder_.Path("data")).str();
+  const auto path = [this](const std::string& stored) {
+    StartWith("SAVE_PATH", stored);
+    const kiv::ConsoleSettings values = SettingsKeeper(Restarted(), true).Values();
+    EXPECT_EQ(QCString(values.storedSavePath).ToUtf8(), stored);
+    return values.logPath;
+  };
+  EXPECT_EQ(path(""), data + L"\\kiv.txt");
+  EXPECT_NE(path("logs/today").find(L"logs/today.txt"), std::wstring::npos);
+  EXPECT_EQ(path("/tmp/a.txt"), L"/tmp/a.txt");
 }
 
 TEST_F(SettingsKeeperTest, ASavePathStaysWholeHoweverOftenSettingsAreStored) {
