@@ -130,10 +130,14 @@ int Console::RunInteractive() {
   while (!Ended() && !screen_->HasInputEnded()) {
     const auto promptAt = display_.WhenToPrompt(std::chrono::milliseconds(options_.settleMs));
     if (!promptAt) display_.ShowPrompt();
+    const auto keysDue = screen_->KeysDue();
     os::ConsoleEvents::Ready ready;
-    pump_.Wait(promptAt, true, &ready);
+    pump_.Wait(promptAt && keysDue ? std::min(promptAt, keysDue)
+               : promptAt          ? promptAt
+                                   : keysDue,
+               true, &ready);
     if (Ended()) break;
-    if (!stops_.IsInterrupted() && ready.input) {
+    if (!stops_.IsInterrupted() && (ready.input || keysDue)) {
       if (screen_->IsEchoOfTerminal()) display_.RowWasEnded();
       RunLines(next, status);
     }

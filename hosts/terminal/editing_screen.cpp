@@ -91,6 +91,11 @@ bool EditingScreen::NextLine(LineSource::Line& line) {
     const LineEditor::Outcome outcome = editor_->Next(text);
     TakeOutput();
     if (outcome == LineEditor::Outcome::kNothing) return false;
+    if (outcome == LineEditor::Outcome::kKey) {
+      HidePrompt();
+      finished_.Add(text + "\n");
+      continue;
+    }
     isPromptShown_ = false;
     if (outcome == LineEditor::Outcome::kEnd) {
       EndOfInput();

@@ -9,8 +9,10 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "hosts/terminal/line_editor.h"
@@ -32,6 +34,7 @@ class EditingScreen final : public Screen {
   void Flush() override;
   void Typed(std::string_view bytes) override;
   bool HasTyped() const override { return editor_->HasKeys(); }
+  std::optional<Clock::time_point> KeysDue() const override { return editor_->KeysDue(); }
   bool ReadsAhead() const override { return true; }
   bool NextLine(LineSource::Line& line) override;
   void DropTyped() override;
@@ -40,6 +43,8 @@ class EditingScreen final : public Screen {
   void Suspend() override;
   void Resumed() override;
   void SetHistory(std::vector<std::string> lines) override;
+  void AddHistory(const std::string& line) override { editor_->AddHistory(line); }
+  void BindKeys(std::vector<EditorKey> keys) override { editor_->BindKeys(std::move(keys)); }
 
  private:
   void TakeTerminal();

@@ -7,17 +7,27 @@
 // Threads: the main thread. Errors: none.
 #pragma once
 
+#include <chrono>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 namespace kiv {
 
+// A key that does something else here than the editor knows.
+struct EditorKey {
+  std::string sequence;            // the bytes that the terminal sends for it
+  const char* function = nullptr;  // of the editor's own, by its name in an inputrc; else `line`
+  std::string line = {};           // what Next hands out with kKey
+};
+
 class LineEditor {
  public:
+  using Clock = std::chrono::steady_clock;
   // What has come of the keys so far.
-  enum class Outcome { kNothing, kLine, kEnd };
+  enum class Outcome { kNothing, kLine, kKey, kEnd };
 
   virtual ~LineEditor() = default;
 
@@ -38,13 +48,20 @@ class LineEditor {
   virtual void AddKeys(std::string_view keys) = 0;
   virtual bool HasKeys() const = 0;
   // While prompt and line are shown. kLine: `line` is finished, which may have line feeds in it;
-  // the cursor is on the row below. kEnd: the user ended the input.
+  // the cursor is on the row below. kKey: a bound key stands for `line`, and what is under edit
+  // stays. kEnd: the user ended the input.
   virtual Outcome Next(std::string& line) = 0;
+  // Until when an Esc that may yet begin another key's bytes is held back; Next then takes it.
+  virtual std::optional<Clock::time_point> KeysDue() const = 0;
   // Forgets the line and all keys that wait.
   virtual void Drop() = 0;
 
   // What was typed in earlier runs, oldest first; lines of this run stand behind.
   virtual void SetHistory(std::vector<std::string> lines) = 0;
+  // A line of this run that was not typed whole: a key or a word brought it.
+  virtual void AddHistory(const std::string& line) = 0;
+  // In place of the keys bound before, which do again what they did.
+  virtual void BindKeys(std::vector<EditorKey> keys) = 0;
 
   // What is to be written, since the last call.
   virtual std::string TakeOutput() = 0;

@@ -3,6 +3,7 @@
 #include <readline/history.h>
 #include <readline/readline.h>
 #include <stdio.h>
+#include <string.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -20,6 +21,41 @@ constexpr char kPasteBegin[] = "\x1b[200~";
 constexpr std::string_view kPasteEnd = "\x1b[201~";
 constexpr std::string_view kLineEnds = "\r\n";
 
+constexpr std::string_view kEscape = "\x1b";
+
+// What a key did before it was bound.
+struct KeyBefore {
+  std::string sequence;
+  Keymap map = nullptr;
+  rl_command_func_t* function = nullptr;  // null: nothing, or the macro
+  std::optional<std::string> macro = {};
+};
+
+// How readline takes the bytes of a sequence: a backslash begins a name there.
+std::string Quoted(const std::string& sequence) {
+  std::string quoted;
+  for (const char byte : sequence) {
+    if (byte == '\\') quoted += '\\';
+    quoted += byte;
+  }
+  return quoted;
+}
+
+void Restore(const KeyBefore& key) {
+  const std::string sequence = Quoted(key.sequence);
+  if (key.macro) {
+    rl_generic_bind(ISMACR, sequence.c_str(), ::strdup(key.macro->c_str()), key.map);
+  } else {
+    rl_bind_keyseq_in_map(sequence.c_str(), key.function, key.map);
+  }
+}
+
+// How long readline itself waits for the rest of a key's bytes; 0: for ever.
+std::chrono::milliseconds RestOfKeyTimeout() {
+  const char* const text = rl_variable_value("keyseq-timeout");
+  return std::chrono::milliseconds(text != nullptr ? std::max(std::atoi(text), 0) : 0);
+}
+
 class ReadlineEditor final : public LineEditor {
  public:
   ReadlineEditor();
@@ -33,11 +69,14 @@ class ReadlineEditor final : public LineEditor {
   void Hide() override;
   void LeaveRow(const char* mark) override;
   void Resized() override;
-  void AddKeys(std::string_view keys) override { keys_ += keys; }
+  void AddKeys(std::string_view keys) override;
   bool HasKeys() const override { return from_ < keys_.size(); }
   Outcome Next(std::string& line) override;
   void Drop() override;
+  std::optional<Clock::time_point> KeysDue() const override;
   void SetHistory(std::vector<std::string> lines) override;
+  void AddHistory(const std::string& line) override;
+  void BindKeys(std::vector<EditorKey> keys) override;
   std::string TakeOutput() override;
 
  private:
@@ -45,6 +84,7 @@ class ReadlineEditor final : public LineEditor {
   static int OnPasteBegin(int, int);
   static int OnGetKey(FILE*);
   static int OnInputAvailable();
+  static int OnBoundKey(int, int);
 
   std::string_view Keys() const { return std::string_view(keys_).substr(from_); }
   // Whether a whole character, or what is none, waits.
@@ -52,7 +92,14 @@ class ReadlineEditor final : public LineEditor {
   // Takes pasted text up to a line's end, or as much as there is; false when nothing is left to do.
   bool TakePaste();
   void InsertPasted(std::string_view text);
+  void Bind(const EditorKey& key, Keymap map);
+  void Press(const EditorKey& key);
+  void PressEscape();
+  const EditorKey* KeyOf(std::string_view sequence) const;
+  // Whether all that waits is an Esc for which there is a row.
+  bool IsEscapeAlone() const;
   void BeginLine();
+  void TakeNewHistory();
   void FillHistory();
   LinePosition CursorPosition() const;
 
@@ -72,6 +119,9 @@ class ReadlineEditor final : public LineEditor {
   std::vector<std::string> earlier_;  // lines of earlier runs
   std::vector<std::string> entered_;  // of this run
   bool hasNewHistory_ = false;        // that readline does not have yet
+  std::vector<EditorKey> bound_;
+  std::vector<KeyBefore> before_;  // what the bound keys did
+  Clock::time_point escapeDue_;
 };
 
 ReadlineEditor* ReadlineEditor::current_ = nullptr;
@@ -232,11 +282,90 @@ bool ReadlineEditor::TakePaste() {
   return false;
 }
 
+void ReadlineEditor::AddKeys(std::string_view keys) {
+  keys_ += keys;
+  escapeDue_ = Clock::now() + RestOfKeyTimeout();
+}
+
+const EditorKey* ReadlineEditor::KeyOf(std::string_view sequence) const {
+  const auto key = std::find_if(bound_.begin(), bound_.end(), [sequence](const EditorKey& row) {
+    return row.sequence == sequence;
+  });
+  return key != bound_.end() ? &*key : nullptr;
+}
+
+// In vi's manner Esc has a meaning of its own; so it has behind the first byte of another key.
+bool ReadlineEditor::IsEscapeAlone() const {
+  return Keys() == kEscape && rl_editing_mode == 1 && !RL_ISSTATE(RL_STATE_MULTIKEY) &&
+         RestOfKeyTimeout().count() > 0 && KeyOf(kEscape) != nullptr;
+}
+
+std::optional<LineEditor::Clock::time_point> ReadlineEditor::KeysDue() const {
+  if (isPasting_ || !IsEscapeAlone()) return std::nullopt;
+  return escapeDue_;
+}
+
+void ReadlineEditor::Press(const EditorKey& key) {
+  if (key.function == nullptr) {
+    outcome_ = Outcome::kKey;
+    line_ = key.line;
+  } else if (rl_command_func_t* const function = rl_named_function(key.function)) {
+    function(1, 0);
+    rl_redisplay();
+  }
+}
+
+// It ends a search, as it always does.
+void ReadlineEditor::PressEscape() {
+  if (RL_ISSTATE(RL_STATE_ISEARCH)) return rl_callback_read_char();
+  ++from_;
+  Press(*KeyOf(kEscape));
+}
+
+int ReadlineEditor::OnBoundKey(int, int) {
+  const std::string_view sequence(rl_executing_keyseq,
+                                  static_cast<std::size_t>(rl_key_sequence_length));
+  if (const EditorKey* const key = current_->KeyOf(sequence)) current_->Press(*key);
+  return 0;
+}
+
+// What only begins other keys stays as it is.
+void ReadlineEditor::Bind(const EditorKey& key, Keymap map) {
+  KeyBefore before{key.sequence, map};
+  int type = ISFUNC;
+  rl_command_func_t* const function =
+      rl_function_of_keyseq_len(key.sequence.data(), key.sequence.size(), map, &type);
+  if (type == ISKMAP) return;
+  if (type == ISMACR) {
+    before.macro = reinterpret_cast<const char*>(function);
+  } else {
+    before.function = function;
+  }
+  before_.push_back(std::move(before));
+  rl_command_func_t* const own =
+      key.function != nullptr ? rl_named_function(key.function) : nullptr;
+  rl_bind_keyseq_in_map(Quoted(key.sequence).c_str(), own != nullptr ? own : OnBoundKey, map);
+}
+
+void ReadlineEditor::BindKeys(std::vector<EditorKey> keys) {
+  for (auto before = before_.rbegin(); before != before_.rend(); ++before) Restore(*before);
+  before_.clear();
+  bound_ = std::move(keys);
+  for (const EditorKey& key : bound_) {
+    for (Keymap map : {emacs_standard_keymap, vi_insertion_keymap, vi_movement_keymap}) {
+      Bind(key, map);
+    }
+  }
+}
+
 LineEditor::Outcome ReadlineEditor::Next(std::string& line) {
   outcome_ = Outcome::kNothing;
   while (outcome_ == Outcome::kNothing) {
     if (isPasting_) {
       if (!TakePaste()) break;
+    } else if (IsEscapeAlone()) {
+      if (Clock::now() < escapeDue_) break;
+      PressEscape();
     } else {
       if (!HasWholeKey()) break;
       rl_callback_read_char();
@@ -246,8 +375,9 @@ LineEditor::Outcome ReadlineEditor::Next(std::string& line) {
     keys_.erase(0, from_);
     from_ = 0;
   }
-  if (outcome_ != Outcome::kLine) return outcome_;
+  if (outcome_ != Outcome::kLine && outcome_ != Outcome::kKey) return outcome_;
   line = std::move(line_);
+  if (outcome_ == Outcome::kKey) return outcome_;
   if (!line.empty() && (entered_.empty() || entered_.back() != line)) {
     add_history(line.c_str());
     entered_.push_back(line);
@@ -272,8 +402,18 @@ void ReadlineEditor::Drop() {
   std::fputs(shown.c_str(), output_);
 }
 
+void ReadlineEditor::AddHistory(const std::string& line) {
+  if (!entered_.empty() && entered_.back() == line) return;
+  entered_.push_back(line);
+  TakeNewHistory();
+}
+
 void ReadlineEditor::SetHistory(std::vector<std::string> lines) {
   earlier_ = std::move(lines);
+  TakeNewHistory();
+}
+
+void ReadlineEditor::TakeNewHistory() {
   hasNewHistory_ = true;
   // A line that is begun may be one of the history's, or a search through it.
   if (!isLineBegun_ || (rl_end == 0 && !RL_ISSTATE(RL_STATE_ISEARCH))) FillHistory();

@@ -9,12 +9,15 @@
 // what a signal cuts short is dropped.
 #pragma once
 
+#include <chrono>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
 
 #include "hosts/terminal/console_texts.h"
+#include "hosts/terminal/line_editor.h"
 #include "hosts/terminal/line_source.h"
 #include "hosts/terminal/stop_requests.h"
 
@@ -22,6 +25,8 @@ namespace kiv {
 
 class Screen {
  public:
+  using Clock = std::chrono::steady_clock;
+
   explicit Screen(StopRequests& stops) : stops_(stops) {}
   virtual ~Screen() = default;
   Screen(const Screen&) = delete;
@@ -50,6 +55,8 @@ class Screen {
   bool HasInputEnded() const { return hasInputEnded_; }
   // Whether something that was typed waits for the prompt to be shown.
   virtual bool HasTyped() const { return false; }
+  // Until when some of that is held back, because more of it may come; NextLine then looks at it.
+  virtual std::optional<Clock::time_point> KeysDue() const { return std::nullopt; }
   // Whether what is typed while a line runs is to be read then: the terminal keeps little.
   virtual bool ReadsAhead() const { return false; }
   // The next whole line; false when there is none yet.
@@ -67,6 +74,11 @@ class Screen {
   virtual void Resumed() {}
   // The lines of earlier runs, oldest first, for those who can bring them back.
   virtual void SetHistory(std::vector<std::string> lines) { static_cast<void>(lines); }
+  // A line of this run that was not typed whole.
+  virtual void AddHistory(const std::string& line) { static_cast<void>(line); }
+  // Keys with a meaning of their own, in place of those before. A key's line comes from NextLine
+  // while what is under edit stays.
+  virtual void BindKeys(std::vector<EditorKey> keys) { static_cast<void>(keys); }
 
   bool IsOutputGone() const { return isOutputGone_; }
 
