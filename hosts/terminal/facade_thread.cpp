@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "hosts/terminal/console_texts.h"
+#include "platform/base/ini_values.h"
 #include "platform/bounded/pool.h"
 #include "platform/catalogue/cmd_database.h"
 #include "platform/os/utf8.h"
@@ -65,6 +66,7 @@ void FacadeThread::Start(LinkWatch& watch, bool saveEachLine) {
 
 void FacadeThread::StartHere(bool saveEachLine) {
   settings_.emplace(*SvcKiv::Start(), saveEachLine);
+  TellWatchOfIndications();
   SvcKiv::SetInstantIndTime(settings_->InstantIndMs());
   // Without settings everything is shown: nobody said otherwise.
   SvcKiv().SetIsEnableInstantInd(!settings_->AreThere());
@@ -126,6 +128,12 @@ std::uint32_t FacadeThread::CmdId(std::wstring_view name) {
   return command != nullptr ? command->GetId() : 0;
 }
 
+// A device generation without indications has none of them shown, whatever the settings say.
+void FacadeThread::TellWatchOfIndications() {
+  watch_->SetShowsIndications(settings_ && settings_->ShowsIndications() &&
+                              GetIniUint32(L"plc", L"VER", 0) != 0);
+}
+
 void FacadeThread::RunHere(std::uint64_t number, const std::wstring& line) {
   KeepLine(line);
   const std::wstring_view word = FirstWord(line);
@@ -159,6 +167,7 @@ void FacadeThread::RunThrough(std::uint64_t number, const std::wstring& line, Vi
   event.channelSpoke = hasSpoken_;
   event.channelFailed = hasFailed_;
   if (!event.takenByChannel) event.text = ShownText(reply.view());
+  if (event.posts > 0) event.shown = ShownKind::kRequest;
 }
 
 void FacadeThread::Ask(std::uint64_t number, Question question) {
@@ -169,6 +178,7 @@ void FacadeThread::Ask(std::uint64_t number, Question question) {
         event.kind = ViewEvent::Kind::kReply;
         event.line = number;
         question(*this, event);
+        TellWatchOfIndications();
         queue_.Push(std::move(event));
       },
       Qt::QueuedConnection);
@@ -200,7 +210,10 @@ void FacadeThread::OnMessage(SvcKivMsgType kind, void* payload) {
   }
   const bool isPiece =
       kind == SvcKivSpace::kAt || kind == SvcKivSpace::kText || kind == SvcKivSpace::kShell;
-  if (payload == nullptr && !isPiece) return;
+  if (payload == nullptr && !isPiece) {
+    if (kind == SvcKivSpace::kReply && !isHere) watch_->RecordOfText("");
+    return;
+  }
   ViewEvent event;
   switch (kind) {
     case SvcKivSpace::kNotice:
@@ -209,10 +222,11 @@ void FacadeThread::OnMessage(SvcKivMsgType kind, void* payload) {
       break;
     case SvcKivSpace::kReply:
       event.text = ShownText(static_cast<const wchar_t*>(payload));
-      if (!isHere && watch_->IsHidden(event.text)) return;
+      if (!isHere && !Attribute(event)) return;
       break;
     case SvcKivSpace::kTestCase:
       event.text = ShownText(static_cast<const wchar_t*>(payload));
+      event.shown = ShownKind::kTestCase;
       PoolFree(payload);
       break;
     case SvcKivSpace::kAt:
@@ -229,6 +243,13 @@ void FacadeThread::OnMessage(SvcKivMsgType kind, void* payload) {
   }
 }
 
+bool FacadeThread::Attribute(ViewEvent& event) {
+  const LinkWatch::ShownRecord record = watch_->RecordOfText(event.text);
+  event.shown = record.isIndication ? ShownKind::kIndication : ShownKind::kConfirmation;
+  event.cmdId = record.cmdId;
+  return !record.isHidden;
+}
+
 ViewEvent FacadeThread::PieceOf(SvcKivMsgType kind, char* payload) {
   ViewEvent event;
   if (payload != nullptr) event.text = payload;
@@ -236,6 +257,7 @@ ViewEvent FacadeThread::PieceOf(SvcKivMsgType kind, char* payload) {
   event.channel = kind == SvcKivSpace::kAt      ? Channel::kAt
                   : kind == SvcKivSpace::kShell ? Channel::kShell
                                                 : watch_->ChannelOfText(event.text);
+  event.shown = KindOfChannel(event.channel);
   // A controller's text is whole; a shell's ends with an empty one.
   event.endsText = event.channel == Channel::kController ||
                    (event.channel == Channel::kShell && event.text.empty());

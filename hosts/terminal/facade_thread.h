@@ -76,6 +76,9 @@ class FacadeThread {
   static std::uint32_t CmdId(std::wstring_view name);
   void KeepLine(const std::wstring& line);
   void Warn(std::string text);
+  void TellWatchOfIndications();
+  // What the rendered text is of; false when it is not to be shown. On the link's thread.
+  bool Attribute(ViewEvent& event);
   // Takes the payload, which may be null.
   ViewEvent PieceOf(SvcKivSpace::SvcKivMsgType kind, char* payload);
   void OnMessage(SvcKivSpace::SvcKivMsgType kind, void* payload);

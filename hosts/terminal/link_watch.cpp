@@ -30,11 +30,33 @@ std::string_view TextOf(const ReceivedPacket& record) {
   return body.substr(0, body.find('\0'));
 }
 
-// The row that a confirmation's text begins with; empty when it has no fields.
+// Packets of this id with this first byte are the device's own bookkeeping: no text comes of them.
+constexpr std::uint32_t kSilentCmdId = 0x7007;
+constexpr std::uint8_t kSilentFirstByte = 255;
+
+// Whether no text is rendered of it: a channel's, or the device's bookkeeping.
+bool IsTakenOrSilent(const ReceivedPacket& record) {
+  if (record.cmdId == kSilentCmdId) {
+    return record.bodyLengthBytes > 0 && record.body[0] == kSilentFirstByte;
+  }
+  return (record.isInd != 0 ? ChannelOfAnswer(record.cmdId) : ChannelOfRequest(record.cmdId)) !=
+         Channel::kNone;
+}
+
+// A command that was sent by a route comes back within a head that has its id.
+constexpr std::uint32_t kWrappedCmdId = 0x7000;
+constexpr std::uint32_t kInnerIdAt = 8;
+
+std::uint32_t InnerCmdId(const ReceivedPacket& record) {
+  if (record.cmdId != kWrappedCmdId || record.bodyLengthBytes < kInnerIdAt + 2) return record.cmdId;
+  return record.body[kInnerIdAt] | record.body[kInnerIdAt + 1] << 8;
+}
+
+// The row that an indication's text begins with; empty when it has no fields.
 std::string FirstRow(const ReceivedPacket& record) {
   CParamCodec codec(nullptr);
   CParamNode tree;
-  const DecodeDescriptor descriptor{record.cmdId, DecodeDescriptor::kCnf, record.bodyLengthBytes};
+  const DecodeDescriptor descriptor{record.cmdId, DecodeDescriptor::kInd, record.bodyLengthBytes};
   if (codec.Decode(descriptor, record.body, tree, CategoryIdType::Any) != result::kOk) return {};
   const CParamNode* const first = std::as_const(tree).GetFirstChild();
   return first != nullptr ? "." + os::WideToUtf8(first->GetVariableName()) : std::string();
@@ -138,20 +160,26 @@ bool LinkWatch::HidesConfirmation(const ReceivedPacket& record) const {
   return record.cmdId == question_ || (hidesLoads_ && record.cmdId == load_.CmdId());
 }
 
-// A text alone in its batch needs no look. Of several, a confirmation's begins with its first
-// field; what the device sends unasked has other fields.
-bool LinkWatch::IsHidden(std::string_view text) {
+bool LinkWatch::MayShow(const ReceivedPacket& record, std::string_view text, bool isLast) const {
+  if (IsTakenOrSilent(record)) return false;
+  // A confirmation is always shown. An indication is where all of them are, or where nothing else
+  // is left that could be; else its text has its fields.
+  if (record.isInd == 0 || isLast || showsIndications_) return true;
+  const std::string row = FirstRow(record);
+  return !row.empty() && text.find(row) != std::string_view::npos;
+}
+
+LinkWatch::ShownRecord LinkWatch::RecordOfText(std::string_view text) {
   const std::lock_guard lock(mutex_);
   for (std::size_t i = 0; i < unshown_.size(); ++i) {
-    if (!HidesConfirmation(unshown_[i])) continue;
-    if (batchSize_ > 1) {
-      const std::string row = FirstRow(unshown_[i]);
-      if (row.empty() || text.find(row) == std::string_view::npos) continue;
-    }
-    unshown_ = unshown_.subspan(i + 1);
-    return true;
+    const ReceivedPacket& record = unshown_[i];
+    const auto rest = unshown_.subspan(i + 1);
+    const bool isLast = std::all_of(rest.begin(), rest.end(), IsTakenOrSilent);
+    if (!MayShow(record, text, isLast)) continue;
+    unshown_ = rest;
+    return {true, record.isInd != 0, InnerCmdId(record), HidesConfirmation(record)};
   }
-  return false;
+  return {};
 }
 
 void LinkWatch::OnState(const devlink::StateChange& change) {
@@ -256,7 +284,6 @@ bool LinkWatch::ReadChannels(const ReceivedPacket* records, std::uint32_t count)
 
 void LinkWatch::OnHandingOver(const ReceivedPacket* records, std::uint32_t count) {
   unshown_ = {records, count};
-  batchSize_ = count;
 }
 
 Channel LinkWatch::ChannelOfText(std::string_view text) {

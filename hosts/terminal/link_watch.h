@@ -10,6 +10,7 @@
 // the posting threads. Borrows the queue, which must outlive the link.
 #pragma once
 
+#include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <functional>
@@ -68,11 +69,19 @@ class LinkWatch final : public devlink::LinkObserver {
   Answer TakeAnswer();
   // Good confirmations of a load are not shown, however many there are.
   void HideLoads() { hidesLoads_ = true; }
-  // Whether the module's text is of a confirmation that is not shown. On the link's thread, like
-  // ChannelOfText.
-  bool IsHidden(std::string_view text);
-  // Whose the text is that the module shows now under the kind that shell and controller share. On
-  // the link's thread. Texts come in the order of the batch; some of the batch may not come.
+  // Whether the module shows each indication that comes, as far as the settings say; any thread.
+  void SetShowsIndications(bool shows) { showsIndications_ = shows; }
+  // What the text is of that the module renders now; empty where it had nothing to say. On the
+  // link's thread. Texts come in the order of the batch; some of the batch may not come.
+  struct ShownRecord {
+    bool isKnown = false;
+    bool isIndication = false;
+    std::uint32_t cmdId = 0;  // without its routing head
+    bool isHidden = false;    // a confirmation that is not to be shown
+  };
+  ShownRecord RecordOfText(std::string_view text);
+  // Whose the text is that the module shows now under the kind that shell and controller share.
+  // Like RecordOfText.
   Channel ChannelOfText(std::string_view text);
 
   void OnState(const devlink::StateChange& change) override;
@@ -97,6 +106,8 @@ class LinkWatch final : public devlink::LinkObserver {
   // Says how a load ended that was left.
   void TellLeftLoad();
   bool HidesConfirmation(const ReceivedPacket& record) const;
+  // Whether the text that comes now may be this record's, the first that is not shown yet.
+  bool MayShow(const ReceivedPacket& record, std::string_view text, bool isLast) const;
 
   ViewQueue& queue_;
   const std::string endpoint_;
@@ -104,8 +115,8 @@ class LinkWatch final : public devlink::LinkObserver {
 
   // Of the link's thread: what of the batch may still be shown, and how much there was.
   std::span<const ReceivedPacket> unshown_;
-  std::size_t batchSize_ = 0;
 
+  std::atomic<bool> showsIndications_ = true;
   mutable std::mutex mutex_;
   std::thread::id runner_;
   bool collecting_ = false;

@@ -30,6 +30,8 @@ class SettingsKeeper {
   ConsoleSettings Values() const;
   // Whether the settings of this console were found.
   bool AreThere() const;
+  // Whether each indication is shown, by the settings as they are now.
+  bool ShowsIndications() const { return config_.IndicationsEnabled() != 0; }
   // How long indications are shown after a command where the settings show none otherwise.
   int InstantIndMs() const;
   // False when it could not be saved. Does nothing when the user switched the history off.

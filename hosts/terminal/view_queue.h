@@ -19,6 +19,7 @@
 
 #include "hosts/terminal/channel_answer.h"
 #include "hosts/terminal/console_settings.h"
+#include "hosts/terminal/shown_kind.h"
 
 namespace kiv {
 
@@ -37,6 +38,9 @@ struct ViewEvent {
   };
   Kind kind = Kind::kText;
   std::string text = {};  // UTF-8, control characters already escaped where `channel` is none
+  ShownKind shown = ShownKind::kReply;  // kText, kReply
+  // kText: the command of a confirmation or an indication, without its routing head; 0: not known.
+  std::uint32_t cmdId = 0;
   // kText: a piece of this channel's text, as the device sent it.
   Channel channel = Channel::kNone;
   bool endsText = false;   // kText: nothing is to follow the piece
