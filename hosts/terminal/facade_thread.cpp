@@ -66,7 +66,6 @@ void FacadeThread::Start(LinkWatch& watch, bool saveEachLine) {
 
 void FacadeThread::StartHere(bool saveEachLine) {
   settings_.emplace(*SvcKiv::Start(), saveEachLine);
-  TellWatchOfIndications();
   SvcKiv::SetInstantIndTime(settings_->InstantIndMs());
   // Without settings everything is shown: nobody said otherwise.
   SvcKiv().SetIsEnableInstantInd(!settings_->AreThere());
@@ -76,6 +75,7 @@ void FacadeThread::StartHere(bool saveEachLine) {
 }
 
 void FacadeThread::PushSettings() {
+  TellWatchOfIndications();
   ViewEvent event;
   event.kind = ViewEvent::Kind::kSettings;
   event.settings = std::make_shared<const ConsoleSettings>(settings_->Values());
@@ -178,7 +178,6 @@ void FacadeThread::Ask(std::uint64_t number, Question question) {
         event.kind = ViewEvent::Kind::kReply;
         event.line = number;
         question(*this, event);
-        TellWatchOfIndications();
         queue_.Push(std::move(event));
       },
       Qt::QueuedConnection);

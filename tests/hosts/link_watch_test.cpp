@@ -329,5 +329,64 @@ TEST_F(LinkWatchTest, TellsAControllersTextFromAShellsByTheBatchThatHasIt) {
   EXPECT_EQ(watch.ChannelOfText("hidden"), Channel::kShell);
 }
 
+class RecordOfTextTest : public LinkWatchTest {
+ protected:
+  static constexpr std::uint32_t kUnknown = 0x3333;  // no catalogue has it: it has no fields
+
+  static ReceivedPacket Ind(std::uint32_t cmdId, std::string_view body = "") {
+    return Answer(cmdId, body);
+  }
+  void Begin(std::vector<ReceivedPacket> batch) {
+    records = std::move(batch);
+    watch.OnHandingOver(records.data(), static_cast<std::uint32_t>(records.size()));
+  }
+  // "i" or "c" and the command, with "-" behind a hidden one; "?" for none.
+  std::string Next(std::string_view text = "\n.x = 1 \n") {
+    const LinkWatch::ShownRecord record = watch.RecordOfText(text);
+    if (!record.isKnown) return "?";
+    return (record.isIndication ? "i" : "c") + std::to_string(record.cmdId) +
+           (record.isHidden ? "-" : "");
+  }
+
+  std::vector<ReceivedPacket> records;
+};
+
+TEST_F(RecordOfTextTest, TextsAreOfTheRecordsInTheirOrder) {
+  Begin({Ind(7), Cnf(8, 1), Ind(7), Cnf(9, 2)});
+  EXPECT_EQ(Next(), "i7");
+  EXPECT_EQ(Next(), "c8");
+  EXPECT_EQ(Next(""), "i7");
+  EXPECT_EQ(Next(), "c9");
+  EXPECT_EQ(Next(), "?");
+}
+
+TEST_F(RecordOfTextTest, ChannelsAndTheDevicesBookkeepingHaveNoText) {
+  Begin({Ind(0xA011, "OK"), Cnf(0x500E, 1), Ind(0x7007, "\xff"), Ind(0x7007, "x"), Cnf(5, 1)});
+  EXPECT_EQ(Next(), "i28679");
+  EXPECT_EQ(Next(), "c5");
+  EXPECT_EQ(Next(), "?");
+}
+
+TEST_F(RecordOfTextTest, WhatWasRoutedIsNamedByItsInnerCommand) {
+  Begin({Ind(0x7000, {"\0\0\0\0\0\0\0\0\x34\x12", 10}), Cnf(0x7000, 1)});
+  EXPECT_EQ(Next(), "i4660");
+  EXPECT_EQ(Next(), "c28672");
+}
+
+TEST_F(RecordOfTextTest, AnIndicationThatMayBeDroppedYieldsToTheConfirmationBehindIt) {
+  watch.SetShowsIndications(false);
+  Begin({Ind(kUnknown), Cnf(8, 1), Ind(kUnknown)});
+  EXPECT_EQ(Next(), "c8");
+  EXPECT_EQ(Next(), "i13107");
+}
+
+TEST_F(RecordOfTextTest, GoodConfirmationsOfAQuestionAreHiddenAndIndicationsOfItsCommandAreNot) {
+  watch.BeginQuestion(8);
+  Begin({Ind(8), Cnf(8, 1), Cnf(8, 2, 5)});
+  EXPECT_EQ(Next(), "i8");
+  EXPECT_EQ(Next(), "c8-");
+  EXPECT_EQ(Next(), "c8");
+}
+
 }  // namespace
 }  // namespace kiv
