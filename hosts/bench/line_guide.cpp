@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "command/packet/diag_packet.h"
+#include "platform/base/bench_setup.h"
 #include "platform/catalogue/request_model.h"
 
 namespace hostbench {
@@ -17,7 +18,11 @@ struct LineGuide::Known {
 };
 
 LineGuide::LineGuide(QCString cataloguePath, std::shared_ptr<const CommandIndex> commands)
-    : cataloguePath_(std::move(cataloguePath)), commands_(std::move(commands)) {}
+    : cataloguePath_(std::move(cataloguePath)),
+      catalogue_(cataloguePath_.IsEmpty() ? bench::GetSetup().catalogue : cataloguePath_),
+      commands_(std::move(commands)) {
+  catalogue_.IsCmdIdInWhiteList(L"0x0");  // any question opens it
+}
 
 LineGuide::~LineGuide() = default;
 
@@ -78,6 +83,10 @@ std::optional<Refusal> LineGuide::RefusalOf(std::wstring_view line) {
   if (parts.rest.text.empty() || parts.rest.text.size() > kMaxParameterChars) return std::nullopt;
   Known* const known = Know(parts.word.text);
   if (known == nullptr || known->packet.IsStringTyped()) return std::nullopt;
+  const std::wstring id = CommandIdText(commands_->At(known->index).GetId());
+  if (!catalogue_.IsCmdIdCombinedInWhiteList(id.c_str(), parts.rest.text.c_str())) {
+    return std::nullopt;
+  }
   return FindRefusal(known->packet.Tree(), known->shape, SplitTypedRoute(parts.rest).parameters);
 }
 

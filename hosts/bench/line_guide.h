@@ -2,7 +2,8 @@
 // commands and the catalogue; everything else is worked out from the line that it is given.
 //
 // Threads: one object for one thread at a time (the one that draws): it does not touch the module.
-// Owns a share of the index, and the shape of the command that was asked for last.
+// Owns a share of the index, and the shape of the command that was asked for last; keeps the
+// catalogue open, which is too long to open for each question.
 // Errors: none; where the catalogue does not answer there is nothing to say.
 #pragma once
 
@@ -17,6 +18,7 @@
 #include "hosts/bench/command_index.h"
 #include "hosts/bench/field_help.h"
 #include "hosts/bench/refusal.h"
+#include "platform/catalogue/cmd_database.h"
 
 namespace hostbench {
 
@@ -46,8 +48,9 @@ class LineGuide {
 
   // `cursor` is in wchar_t; what stands behind it is not looked at. `limit` bounds the commands.
   LineHelp At(std::wstring_view line, std::size_t cursor, std::size_t limit);
-  // Where the module's parser refuses the line; nothing for a line that it takes, or one that is no
-  // command with parameters. Reads the files that the line names, as the module did.
+  // Where the module's parser refuses the line; nothing for a line that it takes, or that it does
+  // not come to: no command with parameters, or one that the catalogue does not want with these.
+  // Reads the files that the line names, as the module did.
   std::optional<Refusal> RefusalOf(std::wstring_view line);
   // False when there is no such command.
   bool Describe(std::wstring_view command, CommandDescription& description);
@@ -60,6 +63,7 @@ class LineGuide {
   Known* Know(std::wstring_view command);
 
   const QCString cataloguePath_;
+  CCmdDatabase catalogue_;
   const std::shared_ptr<const CommandIndex> commands_;
   std::unique_ptr<Known> known_;
 };

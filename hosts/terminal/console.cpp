@@ -56,8 +56,8 @@ Console::Console(ConsoleOptions options)
       facade_(queue_),
       watch_(queue_, endpoint_, [this](bool connected) { facade_.SetConnected(connected); }),
       pump_(queue_, stops_, display_, *screen_, interactive_),
-      runner_(options_, facade_, watch_, pump_, display_),
       help_(bench::GetSetup().catalogue),
+      runner_(options_, facade_, watch_, pump_, display_, help_),
       context_{options_, pump_, display_, runner_, help_} {}
 
 int Console::Run() {
@@ -120,6 +120,7 @@ int Console::RunInput(int status) {
 }
 
 int Console::RunInteractive() {
+  help_.Start();
   display_.Notice(
       "kiv: type help for the commands of the device, :help for the console's own words\n");
   const auto next = [this](LineSource::Line& line) {

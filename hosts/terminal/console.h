@@ -71,8 +71,8 @@ class Console {
   FacadeThread facade_;
   LinkWatch watch_;
   EventPump pump_;
-  LineRunner runner_;
   CommandHelp help_;
+  LineRunner runner_;
   ConsoleContext context_;
 };
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "hosts/bench/edit_distance.h"
 #include "hosts/terminal/command_words.h"
 #include "hosts/terminal/console_texts.h"
 #include "platform/text/shown_text.h"
@@ -11,6 +12,7 @@ namespace kiv {
 namespace {
 
 constexpr std::wstring_view kBlanks = L" \t";
+constexpr std::size_t kLongestWord = 80;  // a longer one is none that was meant
 
 std::string NameColumn(const ConsoleWord& word) {
   std::string column = word.name;
@@ -88,6 +90,20 @@ std::pair<std::wstring_view, std::wstring_view> Split(std::wstring_view line) {
   return {line.substr(0, blank), rest};
 }
 
+// As far from the typed one as a slip of the fingers is.
+std::vector<std::string> NearestWords(std::string_view typed) {
+  constexpr std::size_t kLettersForEachSlip = 4;
+  const std::size_t most = std::clamp<std::size_t>(typed.size() / kLettersForEachSlip, 1, 2);
+  std::vector<std::string> near;
+  if (typed.size() > kLongestWord) return near;
+  for (std::size_t slips = 1; slips <= most && near.empty(); ++slips) {
+    for (const ConsoleWord& word : ConsoleWords()) {
+      if (hostbench::EditDistance(typed, word.name, slips) == slips) near.emplace_back(word.name);
+    }
+  }
+  return near;
+}
+
 }  // namespace
 
 std::span<const ConsoleWord> ConsoleWords() { return kWords; }
@@ -104,6 +120,8 @@ int RunConsoleWord(ConsoleContext& context, std::wstring_view line) {
                                  [&typed](const ConsoleWord& row) { return typed == row.name; });
   if (word == words.end()) {
     context.display.Notice(UnknownWordText(typed));
+    const std::vector<std::string> near = NearestWords(typed);
+    if (!near.empty()) context.display.Notice(NearestText(near));
     return kCommandFailed;
   }
   if (!arguments.empty() && *word->arguments == '\0') {

@@ -8,6 +8,12 @@
 #include "platform/text/shown_text.h"
 
 namespace kiv {
+namespace {
+
+// For notices that nobody reads on a terminal.
+constexpr std::size_t kColumnsElsewhere = 80;
+
+}  // namespace
 
 std::chrono::milliseconds LineRunner::WaitTime() const {
   return std::chrono::milliseconds(options_.waitMs.value_or(pump_.News().settingsWaitMs));
@@ -44,7 +50,17 @@ int LineRunner::Run(std::wstring line) {
   }
   if (reply.posts > 0) return WaitForAnswer(std::move(reply), shown);
   if (reply.text.empty() || reply.isHelp) return kDone;
-  return reply.linkDown && reply.isCommand ? kNotConnected : kCommandFailed;
+  return Refused(reply, typed);
+}
+
+// Without a link the module does not look at a command's parameters.
+int LineRunner::Refused(const ViewEvent& reply, std::wstring_view line) {
+  if (reply.linkDown && reply.isCommand) return kNotConnected;
+  const int columns = os::ConsoleEvents::ErrorColumns();
+  const std::string help =
+      help_.AfterRefusal(line, columns > 0 ? static_cast<std::size_t>(columns) : kColumnsElsewhere);
+  if (!help.empty()) display_.Notice(help);
+  return kCommandFailed;
 }
 
 int LineRunner::GiveUp(std::uint64_t epoch, Clock::time_point deadline, const std::string& shown) {

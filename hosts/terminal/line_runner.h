@@ -10,6 +10,7 @@
 #include <string>
 #include <string_view>
 
+#include "hosts/terminal/command_help.h"
 #include "hosts/terminal/console_options.h"
 #include "hosts/terminal/display.h"
 #include "hosts/terminal/event_pump.h"
@@ -22,8 +23,13 @@ namespace kiv {
 class LineRunner {
  public:
   LineRunner(const ConsoleOptions& options, FacadeThread& facade, LinkWatch& watch, EventPump& pump,
-             Display& display)
-      : options_(options), facade_(facade), watch_(watch), pump_(pump), display_(display) {}
+             Display& display, CommandHelp& help)
+      : options_(options),
+        facade_(facade),
+        watch_(watch),
+        pump_(pump),
+        display_(display),
+        help_(help) {}
 
   // Answers the line's status; kInterrupted when the user wants no more of it.
   int Run(std::wstring line);
@@ -38,6 +44,8 @@ class LineRunner {
   static constexpr int kGoesOn = -1;  // no status yet
 
   int WaitForAnswer(ViewEvent line, const std::string& shown);
+  // Says what may have been meant by a line that the module did not run; answers its status.
+  int Refused(const ViewEvent& reply, std::wstring_view line);
   int ChannelStatus(const ViewEvent& reply, const std::string& shown);
   // Of a line that a text channel took: waits for the whole answer.
   int WaitForChannels(const ViewEvent& line, const std::string& shown);
@@ -58,6 +66,7 @@ class LineRunner {
   LinkWatch& watch_;
   EventPump& pump_;
   Display& display_;
+  CommandHelp& help_;
   std::wstring loadPath_;     // as it was typed, of the load that the module has open
   std::uint64_t number_ = 0;  // of the last line or question
 };

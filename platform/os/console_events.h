@@ -53,6 +53,8 @@ class KIVPLATFORM_API ConsoleEvents {
   static bool InputIsTerminal();
   static bool OutputIsTerminal();
   static bool ErrorIsTerminal();
+  // Of the terminal on standard error; 0 where there is none, or it does not say.
+  static int ErrorColumns();
 
  private:
   int wakeRead_ = -1;

@@ -1,6 +1,7 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <signal.h>
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -223,6 +224,11 @@ bool ConsoleEvents::ReadInput(std::string& bytes) {
 bool ConsoleEvents::InputIsTerminal() { return ::isatty(STDIN_FILENO) == 1; }
 bool ConsoleEvents::OutputIsTerminal() { return ::isatty(STDOUT_FILENO) == 1; }
 bool ConsoleEvents::ErrorIsTerminal() { return ::isatty(STDERR_FILENO) == 1; }
+
+int ConsoleEvents::ErrorColumns() {
+  winsize size = {};
+  return ::ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 ? size.ws_col : 0;
+}
 
 void FillStandardDescriptors() {
   for (int descriptor = STDIN_FILENO; descriptor <= STDERR_FILENO; ++descriptor) {

@@ -137,19 +137,23 @@ class Words(BenchCase):
     def test_an_unknown_word_is_told_and_fails(self):
         result = self.kiv("-c", "nonsense")
         self.assertEqual((result.status, result.out), (1, "Command 'nonsense' is not exist\n"), result)
+        self.assertNotIn("did you mean", result.err)
 
     def test_words_are_case_sensitive(self):
         result = self.kiv("-c", "HELP")
         self.assertEqual((result.status, result.out), (1, "Command 'HELP' is not exist\n"), result)
+        self.assertTrue(result.err.endswith("\nkiv: did you mean help?\n"), result)
 
     def test_a_parameter_error_is_told_and_fails(self):
         result = self.kiv("-c", "nv_read x")
         self.assertEqual((result.status, result.out), (1,
             "*** Failed to parse the diag command parameters (2).\n"
             "Failed to translate x to wexUint32.\nThe index of current parameter is %d.\n"), result)
+        self.assertTrue(result.err.endswith("\nkiv: nv_read x\nkiv:         ^ item\n"), result)
         result = self.kiv("-c", "nv_read {7")
         self.assertEqual((result.status, result.out), (1,
             "*** Failed to parse the diag command parameters (1).the last '}' is missing.\n"), result)
+        self.assertTrue(result.err.endswith("\nkiv: nv_read {7\nkiv:           ^\n"), result)
 
     def test_a_bad_mac_path_is_told_and_fails(self):
         result = self.kiv("-c", "nv_read 7 -r 00:11:22:33:44:5")

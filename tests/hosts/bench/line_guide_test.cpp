@@ -133,6 +133,22 @@ TEST(LineGuide, LeavesTextsAlone) {
   EXPECT_EQ(guide.At(routed, routed.size(), 10).field.state, hostbench::HelpState::kRoutePath);
 }
 
+TEST(LineGuide, MarksNothingWhereTheCatalogueWantsNoParameters) {
+  kivtest::TempFolder folder;
+  kivtest::ModelMaker maker;
+  maker.Structure("pair").Scalar("a", catalogue::Scalar::kU8, 0).End();
+  maker.Command(1, "alone", 0, 0).combined = catalogue::Combined::kNone;
+  maker.Command(2, "free", 0, 0);
+  kivtest::WriteBytes(folder.File("c.kcat"), maker.Bytes());
+  const QCString path = QCString::FromUtf8(folder.File("c.kcat"));
+  std::vector<CmdInfo> commands;
+  ASSERT_EQ(hostbench::ReadCommands(path, commands), 0u);
+  hostbench::LineGuide guide(path,
+                             std::make_shared<const hostbench::CommandIndex>(std::move(commands)));
+  EXPECT_FALSE(guide.RefusalOf(L"alone x").has_value());
+  EXPECT_TRUE(guide.RefusalOf(L"free x").has_value());
+}
+
 TEST(LineGuide, WithoutACatalogueKnowsNothing) {
   hostbench::LineGuide guide(L"/nowhere/c.kcat",
                              std::make_shared<const hostbench::CommandIndex>(
