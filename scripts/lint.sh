@@ -12,7 +12,7 @@ if [ "${1:-}" = --format ]; then
 fi
 say "formatting of ${#sources[@]} files"
 clang-format --dry-run -Werror "${sources[@]}"
-quietly build/log/configure-clang.log cmake --preset clang
+quietly build/log/configure-clang.log cmake --preset clang -DKIV_TESTS=ON
 cmake --build --preset clang --target kiv_share board_header </dev/null >&2
 mapfile -t units < <(printf '%s\n' "${sources[@]}" | grep -E '\.(cpp|c)$' | grep -vE '^(tests|bench)/')
 say "clang-tidy over ${#units[@]} files"
