@@ -9,6 +9,7 @@
 // Shutdown; null switches off.
 #pragma once
 
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -64,6 +65,8 @@ struct TapMessage {
   const std::uint8_t* body;
   std::size_t bodyLengthBytes;
   std::uint64_t timeNs;  // CLOCK_REALTIME
+  // From the device: when the read ended that brought the message's first frame. Else unset.
+  std::chrono::steady_clock::time_point readAt = {};
 };
 
 // Implemented by a host; see the head of this file for the threads.

@@ -44,6 +44,7 @@ LinkSession::LinkSession(SessionHost& host, std::uint16_t helloTag, std::uint64_
 
 bool LinkSession::Feed(std::span<std::uint8_t> piece) {
   heardAnything_ = true;
+  readAt_ = LinkClock::now();
   const bool wasGreeted = greeted_;
   const std::uint64_t framesBefore = receiver_.Counts().frames;
   Raise(Counts().bytesIn, piece.size());
@@ -63,7 +64,7 @@ void LinkSession::HandOver() {
 void LinkSession::OnMessage(const FrameHead& head, std::span<const std::uint8_t> body) {
   if (!problem_.empty()) return;
   Raise(Counts().messagesIn);
-  Tap(Direction::kFromDevice, head, body);
+  Tap(Direction::kFromDevice, head, body, head.offsetBytes == 0 ? readAt_ : firstFrameAt_);
   switch (head.kind) {
     case MessageKind::kHello:
       return TakeHello(head, body);

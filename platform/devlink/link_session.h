@@ -52,6 +52,7 @@ class LinkSession : private MessageSink {
   }
 
  private:
+  void OnFirstFrame() override { firstFrameAt_ = readAt_; }
   void OnMessage(const FrameHead& head, std::span<const std::uint8_t> body) override;
   void TakeHello(const FrameHead& head, std::span<const std::uint8_t> body);
   void TakeRawText(const FrameHead& head, std::span<const std::uint8_t> body);
@@ -66,6 +67,8 @@ class LinkSession : private MessageSink {
   std::uint64_t ownFingerprint_;
   bool greeted_ = false;
   bool heardAnything_ = false;
+  LinkClock::time_point readAt_{};        // of the read that is taken apart
+  LinkClock::time_point firstFrameAt_{};  // of a message of several frames
   std::string problem_;
   Deframer deframer_;
   MessageReceiver receiver_;

@@ -75,7 +75,10 @@ void MessageReceiver::TakePart(const FrameHead& head, std::span<const std::uint8
     sink_.OnMessage(head, payload);
     return;
   }
-  if (!underWay_) first_ = head;
+  if (!underWay_) {
+    first_ = head;
+    sink_.OnFirstFrame();
+  }
   underWay_ = true;
   if (!collected_.Append(payload, head.bodyLengthBytes)) {
     GiveUp();

@@ -33,6 +33,8 @@ struct ReceiverCounts {
 class MessageSink {
  public:
   virtual ~MessageSink() = default;
+  // The first frame of a message that more frames belong to.
+  virtual void OnFirstFrame() {}
   // A whole message; the head is that of its last frame. A hello is given on too, in or out of a
   // session.
   virtual void OnMessage(const FrameHead& head, std::span<const std::uint8_t> body) = 0;

@@ -23,7 +23,8 @@ void SetLinkObserver(LinkObserver* observer) {
 
 LinkObserver* Observer() noexcept { return theObserver.load(std::memory_order_acquire); }
 
-void Tap(Direction direction, const FrameHead& head, std::span<const std::uint8_t> body) {
+void Tap(Direction direction, const FrameHead& head, std::span<const std::uint8_t> body,
+         std::chrono::steady_clock::time_point readAt) {
   LinkObserver* const observer = Observer();
   if (observer == nullptr) return;
   TapMessage message;
@@ -38,6 +39,7 @@ void Tap(Direction direction, const FrameHead& head, std::span<const std::uint8_
   message.body = body.data();
   message.bodyLengthBytes = body.size();
   message.timeNs = WallClockNs();
+  message.readAt = readAt;
   observer->OnMessage(message);
 }
 

@@ -3,6 +3,7 @@
 // Threads: any.
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 
 #include "platform/devlink/frame_head.h"
@@ -13,7 +14,8 @@ namespace devlink {
 // Null when nobody observes.
 LinkObserver* Observer() noexcept;
 
-// Shows one whole message to the observer, if there is one.
-void Tap(Direction direction, const FrameHead& head, std::span<const std::uint8_t> body);
+// Shows one whole message to the observer, if there is one. `readAt` as TapMessage says.
+void Tap(Direction direction, const FrameHead& head, std::span<const std::uint8_t> body,
+         std::chrono::steady_clock::time_point readAt = {});
 
 }  // namespace devlink

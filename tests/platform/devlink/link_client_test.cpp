@@ -160,6 +160,44 @@ TEST_F(LinkTest, ThePostIsTappedBeforeItsConfirmation) {
   }
 }
 
+TEST_F(LinkTest, TheTapTellsWhenTheFirstFrameOfAMessageWasRead) {
+  Connect([](DeviceEnd& end, int) {
+    if (!end.Greet()) return;
+    const auto request = end.NextMessage();
+    if (!request) return;
+    NaiveFrame part = Frame(kCnf, request->id, request->tag, 0, 0, 0, {1});
+    part.length = 2;
+    part.flags = 1;
+    // In one piece with an indication, which says that it was read.
+    NaiveFrame ind = Frame(kInd, 9, 0, 0, 0, 0, {});
+    ind.sequence = end.NextSequence();
+    part.sequence = ind.sequence + 1;
+    end.SkipSequence(2);
+    Bytes line = NaiveLine(ind);
+    Append(line, NaiveLine(part));
+    end.SendBytes(line);
+    if (!end.NextMessage()) return;
+    part.flags = 0;
+    part.offset = 1;
+    part.sequence = end.NextSequence();
+    end.SkipSequence(1);
+    end.SendBytes(NaiveLine(part));
+    end.Linger();
+  });
+  const auto begin = devlink::LinkClock::now();
+  ASSERT_EQ(Post(5, {}, 1), 0u);
+  ASSERT_TRUE(record_.WaitForPackets(1));
+  const auto between = devlink::LinkClock::now();
+  ASSERT_EQ(Post(6, {}, 2), 0u);
+  ASSERT_TRUE(record_.WaitForPackets(2));
+  EXPECT_THAT(Taps(),
+              ElementsAre("> 1 0 1", "< 1 0 1", "> 2 5 1", "< 4 9 0", "> 2 6 2", "< 3 5 1"));
+  const auto readAts = record_.With([&] { return record_.readAts; });
+  EXPECT_EQ(readAts[2], devlink::LinkClock::time_point());
+  EXPECT_GE(readAts[5], begin);
+  EXPECT_LE(readAts[5], between);
+}
+
 TEST_F(LinkTest, WhatOneReadBringsIsOneBatch) {
   Connect([](DeviceEnd& end, int) {
     if (!end.Greet()) return;

@@ -48,7 +48,10 @@ void Record::OnNotice(const char* line, std::size_t lengthBytes) {
 void Record::OnMessage(const devlink::TapMessage& message) {
   const std::lock_guard lock(mutex_);
   ++calls;
-  if (message.kind != devlink::MessageKind::kKeepAlive) taps.push_back(TapText(message));
+  if (message.kind != devlink::MessageKind::kKeepAlive) {
+    taps.push_back(TapText(message));
+    readAts.push_back(message.readAt);
+  }
   changed_.notify_all();
 }
 

@@ -69,6 +69,7 @@ class Record : public devlink::LinkObserver {
   std::optional<devlink::PeerInfo> peer;
   std::vector<std::string> notices;
   std::vector<std::string> taps;  // "> kind id tag", "< kind id tag"
+  std::vector<devlink::LinkClock::time_point> readAts;  // of the same messages
   std::vector<std::string> failedPosts;
   std::vector<Packet> packets;
   std::vector<std::uint32_t> batches;
