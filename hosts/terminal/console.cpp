@@ -58,7 +58,13 @@ Console::Console(ConsoleOptions options)
       pump_(queue_, stops_, display_, *screen_, interactive_),
       help_(bench::GetSetup().catalogue),
       runner_(options_, facade_, watch_, pump_, display_, help_),
-      context_{options_, pump_, display_, runner_, help_} {}
+      changes_(display_),
+      context_{options_, pump_, display_, runner_, help_, changes_, timing_} {
+  runner_.TellFinished([this](const FinishedLine& line) {
+    timing_.Add(line);
+    changes_.LineFinished(line);
+  });
+}
 
 int Console::Run() {
   if (interactive_ || !options_.verbose) watch_.HideLoads();
@@ -191,7 +197,7 @@ int Console::RunTyped(const LineSource::Line& line) {
     return kCommandFailed;
   }
   if (IsConsoleWord(line.text)) return RunConsoleWord(context_, line.text);
-  return runner_.Run(line.text.substr(line.text.starts_with(L"::") ? 1 : 0));
+  return runner_.Run(ModuleLine(line.text));
 }
 
 }  // namespace kiv

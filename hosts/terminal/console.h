@@ -18,6 +18,7 @@
 #include <memory>
 #include <string>
 
+#include "hosts/terminal/change_notes.h"
 #include "hosts/terminal/command_help.h"
 #include "hosts/terminal/console_options.h"
 #include "hosts/terminal/console_words.h"
@@ -25,6 +26,7 @@
 #include "hosts/terminal/event_pump.h"
 #include "hosts/terminal/facade_thread.h"
 #include "hosts/terminal/line_runner.h"
+#include "hosts/terminal/line_timing.h"
 #include "hosts/terminal/link_watch.h"
 #include "hosts/terminal/screen.h"
 #include "hosts/terminal/stop_requests.h"
@@ -73,6 +75,8 @@ class Console {
   EventPump pump_;
   CommandHelp help_;
   LineRunner runner_;
+  ChangeNotes changes_;
+  LineTiming timing_;
   ConsoleContext context_;
 };
 

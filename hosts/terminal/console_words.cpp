@@ -4,8 +4,11 @@
 #include <utility>
 
 #include "hosts/bench/edit_distance.h"
+#include "hosts/terminal/change_notes.h"
 #include "hosts/terminal/command_words.h"
 #include "hosts/terminal/console_texts.h"
+#include "hosts/terminal/diff_word.h"
+#include "hosts/terminal/timing_word.h"
 #include "platform/text/shown_text.h"
 
 namespace kiv {
@@ -66,12 +69,15 @@ int Reload(ConsoleContext& context, std::wstring_view) {
   };
   if (!context.runner.Ask(reload, reply)) return kInterrupted;
   context.help.Forget();
+  context.changes.Forget();
   return reply.isCommand ? kDone : kCommandFailed;
 }
 
 constexpr ConsoleWord kWords[] = {
     {":describe", "COMMAND", "the fields of a command, and the line that types its defaults",
      DescribeCommand, CompleteCommandName},
+    {":diff", "[on|off|LINE]", "show which fields changed since the last reply to the same line",
+     ShowChanges, CompleteChanges},
     {":find", "WORDS", "commands that have all the words in name or description", FindCommands,
      nullptr},
     {":help", "", "this list", Help, nullptr},
@@ -79,6 +85,8 @@ constexpr ConsoleWord kWords[] = {
     {":link", "", "what the console is connected to", Link, nullptr},
     {":quit", "", "end the console", Quit, nullptr},
     {":reload", "", "read the command catalogue again", Reload, nullptr},
+    {":timing", "[N]", "how long the last lines took, step by step, with p50 and p99", ShowTiming,
+     CompleteTiming},
 };
 
 // A word and what stands behind it, without the blanks around it.
@@ -107,6 +115,10 @@ std::vector<std::string> NearestWords(std::string_view typed) {
 }  // namespace
 
 std::span<const ConsoleWord> ConsoleWords() { return kWords; }
+
+std::wstring ModuleLine(std::wstring_view line) {
+  return std::wstring(line.substr(line.starts_with(L"::") ? 1 : 0));
+}
 
 bool IsConsoleWord(std::wstring_view line) {
   return line.starts_with(L":") && !line.starts_with(L"::");

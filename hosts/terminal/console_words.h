@@ -18,6 +18,9 @@
 
 namespace kiv {
 
+class ChangeNotes;
+class LineTiming;
+
 // What a word works with. Borrows everything.
 struct ConsoleContext {
   const ConsoleOptions& options;
@@ -25,7 +28,9 @@ struct ConsoleContext {
   Display& display;
   LineRunner& runner;  // runs lines of the module, and asks the facade's thread
   CommandHelp& help;   // what the catalogue says of its commands
-  bool quit = false;   // set: the console ends behind this line
+  ChangeNotes& changes;
+  LineTiming& timing;
+  bool quit = false;  // set: the console ends behind this line
 };
 
 struct ConsoleWord {
@@ -50,6 +55,8 @@ std::span<const ConsoleWord> ConsoleWords();
 
 // Whether the line is one of the console's own; two colons send a line that begins with one.
 bool IsConsoleWord(std::wstring_view line);
+// Any other line as the module gets it.
+std::wstring ModuleLine(std::wstring_view line);
 // Runs the word of such a line; answers the line's status.
 int RunConsoleWord(ConsoleContext& context, std::wstring_view line);
 

@@ -35,6 +35,9 @@ class Display {
   void Progress(const std::string& row);
   void EndProgress() { screen_.Progress(""); }
 
+  // What was shown is with the terminal, or the reader of the pipe, when it returns.
+  void Flush() { screen_.Flush(); }
+
   // The channels' texts have ended.
   void EndPieces() { screen_.Write(flow_.EndAll()); }
   // Ends what is open and shows the prompt with the line under edit.

@@ -28,20 +28,38 @@ bool LineRunner::Ask(FacadeThread::Question question, ViewEvent& reply) {
 }
 
 int LineRunner::Run(std::wstring line) {
+  FinishedLine finished;
+  finished.typed = Clock::now();
+  const std::uint64_t number = number_ + 1;
+  isLoad_ = false;
+  finished.status = RunAndWait(line);
+  display_.Flush();
+  finished.shown = Clock::now();
+  finished.text = std::move(line);
+  finished.isLoad = isLoad_;
+  // The module may still be busy with a line that nobody waits for any longer.
+  if (LineRecord record = watch_.TakeRecord(); record.line == number) {
+    finished.record = std::move(record);
+  }
+  if (onFinished_) onFinished_(finished);
+  return finished.status;
+}
+
+int LineRunner::RunAndWait(const std::wstring& line) {
   const std::string shown = ShownText(line);
   const bool isRestLost = IsRestLost(line);
   const std::uint64_t number = ++number_;
   pump_.ShowAll();
   pump_.ForgetAnswered();
-  const std::wstring typed = line;
   const auto begin = Clock::now();
-  facade_.Run(number, std::move(line));
+  facade_.Run(number, line);
   ViewEvent reply;
   // Texts that arrive meanwhile stay in the queue: they stand behind the reply.
   if (!pump_.WaitForReply(number, reply)) return kInterrupted;
   display_.Reply(reply.text);
   pump_.ShowAll();
-  if (reply.isLoad) return LoadStatus(reply, typed, begin);
+  isLoad_ = reply.isLoad;
+  if (isLoad_) return LoadStatus(reply, line, begin);
   if (reply.takenByChannel) {
     const bool isCut = isRestLost && reply.channelPosted;
     if (isCut) display_.Notice(RestLostText(shown));
@@ -50,7 +68,7 @@ int LineRunner::Run(std::wstring line) {
   }
   if (reply.posts > 0) return WaitForAnswer(std::move(reply), shown);
   if (reply.text.empty() || reply.isHelp) return kDone;
-  return Refused(reply, typed);
+  return Refused(reply, line);
 }
 
 // Without a link the module does not look at a command's parameters.

@@ -9,16 +9,28 @@
 #include <functional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "hosts/terminal/command_help.h"
 #include "hosts/terminal/console_options.h"
 #include "hosts/terminal/display.h"
 #include "hosts/terminal/event_pump.h"
 #include "hosts/terminal/facade_thread.h"
+#include "hosts/terminal/line_record.h"
 #include "hosts/terminal/link_watch.h"
 #include "hosts/terminal/load_notes.h"
 
 namespace kiv {
+
+// A line that was run, for those who measure and compare.
+struct FinishedLine {
+  std::wstring text;  // as it went to the module
+  int status = kDone;
+  bool isLoad = false;
+  std::chrono::steady_clock::time_point typed;  // the console took it
+  std::chrono::steady_clock::time_point shown;  // all of its answer was written
+  LineRecord record;                            // empty when the module did not get to it
+};
 
 class LineRunner {
  public:
@@ -33,6 +45,9 @@ class LineRunner {
 
   // Answers the line's status; kInterrupted when the user wants no more of it.
   int Run(std::wstring line);
+  // Is told of each line that Run ran, when its answer is shown.
+  using OnFinished = std::function<void(const FinishedLine& line)>;
+  void TellFinished(OnFinished onFinished) { onFinished_ = std::move(onFinished); }
   // Has `question` fill `reply` on the facade's thread, where the module and the settings may be
   // asked. False when the user wants no more of it. What arrived before is shown by then.
   bool Ask(FacadeThread::Question question, ViewEvent& reply);
@@ -43,6 +58,7 @@ class LineRunner {
   using Clock = EventPump::Clock;
   static constexpr int kGoesOn = -1;  // no status yet
 
+  int RunAndWait(const std::wstring& line);
   int WaitForAnswer(ViewEvent line, const std::string& shown);
   // Says what may have been meant by a line that the module did not run; answers its status.
   int Refused(const ViewEvent& reply, std::wstring_view line);
@@ -69,6 +85,8 @@ class LineRunner {
   CommandHelp& help_;
   std::wstring loadPath_;     // as it was typed, of the load that the module has open
   std::uint64_t number_ = 0;  // of the last line or question
+  bool isLoad_ = false;       // the last line was one that loads a file
+  OnFinished onFinished_;
 };
 
 }  // namespace kiv

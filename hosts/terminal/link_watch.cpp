@@ -78,6 +78,7 @@ void LinkWatch::BeginLine(std::uint64_t line) {
   linkDown_ = !up_;
   result_ = 0;
   answer_.Begin();
+  recorder_.Begin(line);
   isLastPieceWhole_ = false;
 }
 
@@ -102,6 +103,11 @@ LinkWatch::ChannelProgress LinkWatch::Progress() const {
   const std::lock_guard lock(mutex_);
   return {answer_.GetState(), answer_.IsFailed(), answer_.GetRefusal(), latest_,
           isLastPieceWhole_ ? kNextPieceTime : std::chrono::milliseconds(0)};
+}
+
+LineRecord LinkWatch::TakeRecord() {
+  const std::lock_guard lock(mutex_);
+  return recorder_.Take();
 }
 
 void LinkWatch::Abandon() {
@@ -216,6 +222,7 @@ void LinkWatch::OnMessage(const devlink::TapMessage& message) {
   if (message.direction != Direction::kToDevice) {
     if (message.kind != MessageKind::kCnf) return;
     const std::lock_guard lock(mutex_);
+    recorder_.ConfirmationRead(message.cmdId, message.tag, message.readAt);
     if (load_.Confirmed(message.cmdId, message.tag, message.resultCode)) hasLoadEnded_ = true;
     return;
   }
@@ -231,15 +238,18 @@ void LinkWatch::OnMessage(const devlink::TapMessage& message) {
     }
   }
   if (!collecting_) return;
+  latest_ = std::chrono::steady_clock::now();
   if (isRequest) {
     posts_.push_back({message.cmdId, message.tag, false});
     ++open_;
+    recorder_.Posted(message.cmdId, message.tag, {message.body, message.bodyLengthBytes}, latest_);
+  } else {
+    recorder_.TextPosted(latest_);
   }
   answer_.Posted(channel);
   if (channel == Channel::kController) {
     isLastPieceWhole_ = message.bodyLengthBytes >= kFrameHeadBytes + kPieceChars;
   }
-  latest_ = std::chrono::steady_clock::now();
   lineEpoch_ = epoch_;
 }
 
@@ -250,6 +260,7 @@ void LinkWatch::OnPostFailed(std::uint16_t tag, std::uint32_t cmdId, std::uint32
   if (!collecting_) return;
   if (status == result::kLinkDown || status == result::kNotConnected) linkDown_ = true;
   answer_.PostFailed(ChannelOfRequest(cmdId));
+  recorder_.PostFailed(cmdId, tag);
   const auto failed = std::find_if(posts_.rbegin(), posts_.rend(), [&](const Post& post) {
     return post.tag == tag && post.cmdId == cmdId && !post.confirmed;
   });
@@ -265,6 +276,9 @@ bool LinkWatch::Confirm(const ReceivedPacket& record) {
   if (post == posts_.end()) return false;
   post->confirmed = true;
   if (result_ == 0) result_ = record.resultCode;
+  recorder_.ConfirmationHandedOver(record.cmdId, record.tag, record.resultCode,
+                                   {record.body, record.bodyLengthBytes},
+                                   std::chrono::steady_clock::now());
   return --open_ == 0;
 }
 
@@ -277,7 +291,9 @@ bool LinkWatch::ReadChannels(const ReceivedPacket* records, std::uint32_t count)
         record.isInd == 0
             ? answer_.Confirmed(ChannelOfRequest(record.cmdId), record.resultCode)
             : answer_.Arrived(ChannelOfAnswer(record.cmdId), TextOf(record), record.resultCode);
-    if (isOfLine) latest_ = std::chrono::steady_clock::now();
+    if (!isOfLine) continue;
+    latest_ = std::chrono::steady_clock::now();
+    recorder_.TextHandedOver(latest_);
   }
   return answer_.GetState() != before;
 }

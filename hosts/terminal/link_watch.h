@@ -22,6 +22,7 @@
 #include <vector>
 
 #include "hosts/terminal/channel_answer.h"
+#include "hosts/terminal/line_record.h"
 #include "hosts/terminal/load_progress.h"
 #include "hosts/terminal/view_queue.h"
 #include "platform/devlink/link_observer.h"
@@ -48,6 +49,8 @@ class LinkWatch final : public devlink::LinkObserver {
     std::chrono::milliseconds leastSilence;
   };
   ChannelProgress Progress() const;
+  // What the tap saw of the line's request and its confirmation; it is empty from then on.
+  LineRecord TakeRecord();
   // The line is not waited for any more.
   void Abandon();
   // The line that is about to run loads a file with this command.
@@ -129,6 +132,7 @@ class LinkWatch final : public devlink::LinkObserver {
   bool linkDown_ = false;
   std::uint32_t result_ = 0;
   ChannelAnswer answer_;
+  LineRecorder recorder_;
   std::chrono::steady_clock::time_point latest_;
   bool isLastPieceWhole_ = false;  // of the controller's text
   bool hidesLoads_ = false;

@@ -174,8 +174,9 @@ class Words(BenchCase):
         self.assertEqual(result.out, "Command ':nothing' is not exist\n", result)
         result = self.kiv("-c", ":help")
         self.assertEqual(result.status, 0, result)
-        self.assertEqual([line.split()[0] for line in result.out.splitlines()],
-                         [":describe", ":find", ":help", ":history", ":link", ":quit", ":reload", "::x"])
+        words = [line.split()[0] for line in result.out.splitlines()]
+        self.assertEqual(words, sorted(set(words[:-1])) + ["::x"])
+        self.assertLessEqual({":describe", ":diff", ":find", ":help", ":link", ":quit"}, set(words))
 
 
 class SameTextEachWay(BenchCase):

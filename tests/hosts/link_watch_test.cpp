@@ -109,6 +109,32 @@ TEST_F(LinkWatchTest, AConfirmationThatComesWhileTheLineRunsIsToldAtItsEnd) {
   EXPECT_TRUE(End().answered);
 }
 
+TEST_F(LinkWatchTest, ALinesRecordHasItsBodiesAndTimesOnce) {
+  Up();
+  watch.BeginLine(7);
+  const std::uint8_t request[] = {1, 2};
+  const std::uint8_t reply[] = {3};
+  const LineRecord::Time readAt = std::chrono::steady_clock::now();
+  watch.OnMessage({Direction::kToDevice, MessageKind::kRequest, 5, 1, 0, 0, 0, 0, request, 2, 0});
+  End();
+  watch.OnMessage(
+      {Direction::kFromDevice, MessageKind::kCnf, 5, 1, 0, 0, 0, 0, reply, 1, 0, readAt});
+  ReceivedPacket confirmation = Cnf(5, 1);
+  confirmation.body = reply;
+  confirmation.bodyLengthBytes = 1;
+  HandOver({confirmation});
+  const LineRecord record = watch.TakeRecord();
+  EXPECT_EQ(record.line, 7u);
+  EXPECT_EQ(record.cmdId, 5u);
+  EXPECT_TRUE(record.isComparable);
+  EXPECT_EQ(record.request, (std::vector<std::uint8_t>{1, 2}));
+  EXPECT_EQ(record.reply, (std::vector<std::uint8_t>{3}));
+  EXPECT_GE(record.posted, readAt);
+  EXPECT_EQ(record.firstByte, readAt);
+  EXPECT_GE(record.decoded, record.posted);
+  EXPECT_EQ(watch.TakeRecord().line, 0u);
+}
+
 TEST_F(LinkWatchTest, AnIndicationIsNoConfirmation) {
   Up();
   watch.BeginLine(1);
