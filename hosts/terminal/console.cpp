@@ -64,6 +64,13 @@ Console::Console(ConsoleOptions options)
     timing_.Add(line);
     changes_.LineFinished(line);
   });
+  pump_.OnSettings([this](const ConsoleSettings& settings) { DrawBy(settings); });
+}
+
+void Console::DrawBy(const ConsoleSettings& settings) {
+  if (!settings.areThere) return;
+  screen_->SetPrompt(PromptText(settings));
+  if (interactive_) screen_->SetTitle(TitleText(settings));
 }
 
 int Console::Run() {
@@ -195,6 +202,9 @@ int Console::RunTyped(const LineSource::Line& line) {
   if (line.tooLong) {
     display_.Notice(LineTooLongText(line.number));
     return kCommandFailed;
+  }
+  if (interactive_ && pump_.News().settings->values.clearScreen != 0) {
+    screen_->ClearFor(ShownLine(line.text));
   }
   if (IsConsoleWord(line.text)) return RunConsoleWord(context_, line.text);
   return runner_.Run(ModuleLine(line.text));

@@ -58,6 +58,8 @@ class Console {
   // line that was not answered with success.
   bool RunLines(const NextLine& next, int& status);
   bool RunLines(LineSource& source, int& status);
+  // The settings are there, or are other ones.
+  void DrawBy(const ConsoleSettings& settings);
   int RunTyped(const LineSource::Line& line);
   bool Ended() const { return stops_.HasEnded() || context_.quit || screen_->IsOutputGone(); }
   int EndStatus(int status) const { return stops_.IsAny() ? kInterrupted : status; }

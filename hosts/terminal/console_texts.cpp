@@ -14,6 +14,15 @@ constexpr std::size_t kQuotedBytes = 160;
 
 std::string Quoted(const std::string& typed) { return "'" + Cut(typed) + "'"; }
 
+std::string Alternatives(const std::vector<std::string>& names) {
+  std::string text;
+  for (std::size_t i = 0; i < names.size(); ++i) {
+    if (i != 0) text += i + 1 == names.size() ? " or " : ", ";
+    text += names[i];
+  }
+  return text;
+}
+
 }  // namespace
 
 // UTF-8, never cut inside a character.
@@ -30,6 +39,19 @@ std::string LateLoadText(const std::string& path, bool isStored) {
 }
 
 const char kPrompt[] = "kiv> ";
+
+std::string PromptText(const ConsoleSettings& settings) {
+  const wchar_t prompt = settings.values.prompt;
+  if (prompt == 0) return "";
+  return "kiv" + ShownLine(std::wstring_view(&prompt, 1)) + " ";
+}
+
+// A window is not renamed for somebody who never named one.
+std::string TitleText(const ConsoleSettings& settings) {
+  constexpr std::wstring_view kFirstTitle = L"Kiv";
+  const std::wstring_view title = settings.values.title;
+  return title == kFirstTitle ? std::string() : ShownLine(title);
+}
 
 std::string ConnectedText(const devlink::PeerInfo& peer, const std::string& endpoint) {
   return "kiv: connected to " + (peer.agentName.empty() ? "a device" : ShownLine(peer.agentName)) +
@@ -106,17 +128,27 @@ std::string NoSuchCommandText(const std::string& name) {
 }
 
 std::string NearestText(const std::vector<std::string>& names) {
-  std::string text = "kiv: did you mean ";
-  for (std::size_t i = 0; i < names.size(); ++i) {
-    if (i != 0) text += i + 1 == names.size() ? " or " : ", ";
-    text += names[i];
-  }
-  return text + "?\n";
+  return "kiv: did you mean " + Alternatives(names) + "?\n";
 }
 
 std::string PlaceText(const std::string& line, const std::string& mark) {
   return "kiv: " + line + "\nkiv: " + mark + "\n";
 }
+
+std::string NoSuchSettingText(const std::string& name) {
+  return "kiv: no setting " + Quoted(name) + "; :set lists them\n";
+}
+
+std::string AmbiguousSettingText(const std::string& name, const std::vector<std::string>& names) {
+  return "kiv: " + Quoted(name) + " may be " + Alternatives(names) + "\n";
+}
+
+std::string WrongValueText(const std::string& name, const std::string& allowed,
+                           const std::string& value) {
+  return "kiv: " + Cut(name) + " takes " + allowed + ", not " + Quoted(value) + "\n";
+}
+
+std::string NoSettingsText() { return "kiv: there are no settings: their file cannot be read\n"; }
 
 std::string NothingFoundText(const std::string& words) {
   return "kiv: no command has '" + words + "' in name or description\n";

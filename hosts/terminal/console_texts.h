@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "hosts/terminal/console_settings.h"
 #include "platform/devlink/link_observer.h"
 
 namespace kiv {
@@ -46,9 +47,20 @@ std::string NoSuchCommandText(const std::string& name);
 std::string NearestText(const std::vector<std::string>& names);
 // A typed line, or a part of it, with the mark below it.
 std::string PlaceText(const std::string& line, const std::string& mark);
+// :set with a name that none has, that several have, or with a value that is not allowed.
+std::string NoSuchSettingText(const std::string& name);
+std::string AmbiguousSettingText(const std::string& name, const std::vector<std::string>& names);
+std::string WrongValueText(const std::string& name, const std::string& allowed,
+                           const std::string& value);
+// There is no settings file that could be read.
+std::string NoSettingsText();
 std::string NothingFoundText(const std::string& words);
 std::string MoreFoundText(std::size_t shown, std::size_t found);
 
 extern const char kPrompt[];
+// The prompt that the settings say; may be empty.
+std::string PromptText(const ConsoleSettings& settings);
+// The title that the user gave the window; empty: none.
+std::string TitleText(const ConsoleSettings& settings);
 
 }  // namespace kiv

@@ -8,6 +8,7 @@
 #include "hosts/terminal/command_words.h"
 #include "hosts/terminal/console_texts.h"
 #include "hosts/terminal/diff_word.h"
+#include "hosts/terminal/settings_words.h"
 #include "hosts/terminal/timing_word.h"
 #include "platform/text/shown_text.h"
 
@@ -85,6 +86,8 @@ constexpr ConsoleWord kWords[] = {
     {":link", "", "what the console is connected to", Link, nullptr},
     {":quit", "", "end the console", Quit, nullptr},
     {":reload", "", "read the command catalogue again", Reload, nullptr},
+    {":set", "[NAME [VALUE]]", "the settings: all, one, or another value for one", SetSetting,
+     CompleteSetting},
     {":timing", "[N]", "how long the last lines took, step by step, with p50 and p99", ShowTiming,
      CompleteTiming},
 };

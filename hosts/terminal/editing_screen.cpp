@@ -1,5 +1,8 @@
 #include "hosts/terminal/editing_screen.h"
 
+#include <algorithm>
+#include <cstdlib>
+#include <iterator>
 #include <utility>
 
 #include "platform/os/terminal_state.h"
@@ -12,6 +15,20 @@ constexpr std::size_t kPendingBytes = 64u << 10;
 // As a terminal echoes the key where nobody edits.
 constexpr char kInterruptMark[] = "^C";
 
+// Terminals whose window has a title that programs may set and bring back.
+constexpr std::string_view kTitled[] = {"xterm",   "rxvt",  "alacritty", "foot", "kitty",
+                                        "konsole", "gnome", "vte",       "st-",  "tmux"};
+constexpr char kKeepTitle[] = "\x1b[22;2t";
+constexpr char kTitleAsKept[] = "\x1b[23;2t";
+
+bool HasTitle() {
+  const char* const terminal = std::getenv("TERM");
+  if (terminal == nullptr) return false;
+  return std::any_of(std::begin(kTitled), std::end(kTitled), [terminal](std::string_view name) {
+    return std::string_view(terminal).starts_with(name);
+  });
+}
+
 }  // namespace
 
 EditingScreen::EditingScreen(StopRequests& stops, std::unique_ptr<LineEditor> editor,
@@ -21,6 +38,7 @@ EditingScreen::EditingScreen(StopRequests& stops, std::unique_ptr<LineEditor> ed
 }
 
 EditingScreen::~EditingScreen() {
+  SetTitle("");
   editor_->LeaveTerminal();
   TakeOutput();
   Flush();
@@ -140,6 +158,19 @@ void EditingScreen::Resumed() {
   isPromptShown_ = false;
   editor_->LeaveTerminal();
   TakeTerminal();
+}
+
+void EditingScreen::SetTitle(const std::string& title) {
+  if (!HasTitle() || (title.empty() && !isTitleSet_)) return;
+  if (!isTitleSet_) pending_ += kKeepTitle;
+  pending_ += title.empty() ? kTitleAsKept : "\x1b]2;" + title + "\x07";
+  isTitleSet_ = !title.empty();
+}
+
+// What stood there before is in the terminal's own memory of lines.
+void EditingScreen::ClearFor(std::string_view typed) {
+  HidePrompt();
+  pending_ += "\x1b[H\x1b[2J" + Prompt() + std::string(typed) + "\n";
 }
 
 void EditingScreen::SetHistory(std::vector<std::string> lines) {

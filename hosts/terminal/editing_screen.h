@@ -45,16 +45,19 @@ class EditingScreen final : public Screen {
   void SetHistory(std::vector<std::string> lines) override;
   void AddHistory(const std::string& line) override { editor_->AddHistory(line); }
   void BindKeys(std::vector<EditorKey> keys) override { editor_->BindKeys(std::move(keys)); }
+  void SetTitle(const std::string& title) override;
+  void ClearFor(std::string_view typed) override;
 
  private:
   void TakeTerminal();
   // And the row of a progress.
-  void HidePrompt();
+  void HidePrompt() override;
   void TakeOutput() { pending_ += editor_->TakeOutput(); }
 
   const std::unique_ptr<LineEditor> editor_;
   const bool noticesMeetTexts_;
   bool isProgressShown_ = false;
+  bool isTitleSet_ = false;
   std::string pending_;  // written at the next Flush
   LineSource finished_;  // a finished line may be several
 };

@@ -66,12 +66,25 @@ void FacadeThread::Start(LinkWatch& watch, bool saveEachLine) {
 
 void FacadeThread::StartHere(bool saveEachLine) {
   settings_.emplace(*SvcKiv::Start(), saveEachLine);
-  SvcKiv::SetInstantIndTime(settings_->InstantIndMs());
+  ApplySettings();
   // Without settings everything is shown: nobody said otherwise.
   SvcKiv().SetIsEnableInstantInd(!settings_->AreThere());
   PushSettings();
   if (saveEachLine) PushHistory();
   CheckCommands();
+}
+
+void FacadeThread::ApplySettings() {
+  SvcKiv::SetInstantIndTime(settings_->InstantIndMs());
+  SvcKiv::SetHexadecimalFlag(settings_->Values().hexadecimal != 0);
+}
+
+void FacadeThread::SettingsChanged(bool isSaved) {
+  ApplySettings();
+  // A time that runs would go on showing what the user wants to see no more.
+  if (settings_->InstantIndMs() == 0) SvcKiv().SetIsEnableInstantInd(false);
+  NoteSaved(isSaved);
+  PushSettings();
 }
 
 void FacadeThread::PushSettings() {
@@ -98,9 +111,11 @@ void FacadeThread::Warn(std::string text) {
   queue_.Push(std::move(event));
 }
 
-// Told once, until a line has been saved again.
-void FacadeThread::KeepLine(const std::wstring& line) {
-  const bool wasUnsaved = std::exchange(isUnsaved_, !settings_->Keep(line));
+void FacadeThread::KeepLine(const std::wstring& line) { NoteSaved(settings_->Keep(line)); }
+
+// Told once, until something has been saved again.
+void FacadeThread::NoteSaved(bool isSaved) {
+  const bool wasUnsaved = std::exchange(isUnsaved_, !isSaved);
   if (isUnsaved_ && !wasUnsaved) Warn(SettingsNotSavedText());
 }
 
@@ -186,7 +201,7 @@ void FacadeThread::Ask(std::uint64_t number, Question question) {
 bool FacadeThread::ReloadCatalogue() {
   SvcKiv::ReloadDb();
   watch_->CloseLoad();
-  if (settings_) SvcKiv::SetInstantIndTime(settings_->InstantIndMs());
+  if (settings_) ApplySettings();
   return CheckCommands();
 }
 

@@ -49,6 +49,9 @@ class FacadeThread {
   // For questions. Runs a command of the catalogue that nobody typed; the answer's event says what
   // is known of it, and the watch keeps what the device says. False when there is no such command.
   bool AskDevice(const std::wstring& name, ViewEvent& answer);
+  // For questions. After a setting was set: it takes effect, and the drawing thread gets the
+  // values. `isSaved`: it is in the file.
+  void SettingsChanged(bool isSaved);
   // For questions. Null when the module did not start.
   SettingsKeeper* Settings() { return settings_ ? &*settings_ : nullptr; }
 
@@ -67,6 +70,9 @@ class FacadeThread {
   void StartHere(bool saveEachLine);
   // Tells the values of all groups.
   void PushSettings();
+  // Hands the module what it does not read by itself.
+  void ApplySettings();
+  void NoteSaved(bool isSaved);
   // Tells the lines of earlier runs.
   void PushHistory();
   void RunHere(std::uint64_t number, const std::wstring& line);

@@ -25,7 +25,7 @@ class PlainScreen final : public Screen {
   bool IsEchoOfTerminal() const override { return true; }
 
  private:
-  void HidePrompt();
+  void HidePrompt() override;
 
   const bool canErase_;
   LineSource source_;

@@ -43,8 +43,14 @@ class Screen {
   // Empty: none. Where HasProgress says no, nothing is drawn.
   virtual bool HasProgress() const { return false; }
   virtual void Progress(std::string_view row) { static_cast<void>(row); }
-  // What stands in front of the line from the next ShowPrompt on.
-  void SetPrompt(std::string prompt) { prompt_ = std::move(prompt); }
+  // What stands in front of the line; one that is shown is shown anew.
+  void SetPrompt(std::string prompt);
+  // Title of the terminal's window, of characters that are fit for a terminal; empty: as it was.
+  // Where there is no such window nothing happens.
+  virtual void SetTitle(const std::string& title) { static_cast<void>(title); }
+  // Clears the terminal and shows there what was typed. Where the output is more than a screen
+  // nothing happens.
+  virtual void ClearFor(std::string_view typed) { static_cast<void>(typed); }
   // Brings what was written to the terminal at the latest; before each wait.
   virtual void Flush() {}
 
@@ -86,6 +92,8 @@ class Screen {
   // Standard output that nobody reads must not keep from ending: what a signal asks for is noted.
   void WriteOut(std::string_view bytes);
   void WriteErr(std::string_view bytes);
+  // Takes prompt and line under edit away; nothing happens when they are not shown.
+  virtual void HidePrompt() = 0;
   const std::string& Prompt() const { return prompt_; }
 
   StopRequests& stops_;

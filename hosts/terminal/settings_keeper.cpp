@@ -1,6 +1,9 @@
 #include "hosts/terminal/settings_keeper.h"
 
 #include <algorithm>
+#include <cwchar>
+#include <limits>
+#include <optional>
 #include <utility>
 
 #include "platform/base/app_prefs.h"
@@ -15,7 +18,6 @@ using SvcKivSpace::KivCommandRecord;
 
 constexpr std::size_t kKeptLines = 100;  // the next load of the settings trims to as many
 constexpr int kAlwaysMs = 86'400'000;    // from one command to the next, whatever the user does
-constexpr int kFreshCommandMs = 10'000;  // what a command has started is seen
 constexpr wchar_t kSavePathAttribute[] = L"SAVE_PATH";
 
 constexpr wchar_t kLogSuffix[] = L".txt";
@@ -36,6 +38,16 @@ std::wstring Stored(CSVCKIVConfig& config, const wchar_t* element, const wchar_t
 
 QCString Absolute(const QCString& stored) {
   return GetAppPrefs().RelativeFile2AbsoluteFile(stored, CFilePath::GetAppPath());
+}
+
+// The first of what the value begins with, as the module reads numbers; unset without digits.
+std::optional<std::int64_t> StoredNumber(CSVCKIVConfig& config, const wchar_t* attribute) {
+  const std::wstring text = Stored(config, kOwnElement, attribute);
+  wchar_t* end = nullptr;
+  const long long value = std::wcstoll(text.c_str(), &end, 10);
+  if (end == text.c_str()) return {};
+  return std::clamp<long long>(value, std::numeric_limits<std::int32_t>::min(),
+                               std::numeric_limits<std::int32_t>::max());
 }
 
 // The module works it out in the same way, but its record cuts what comes of it.
@@ -77,6 +89,7 @@ SettingsKeeper::SettingsKeeper(CSVCKIVConfig& config, bool saveEachLine)
 }
 
 void SettingsKeeper::HoldWholeSavePath() {
+  longSavePath_.Empty();
   QCString stored;
   if (config_.ReadAttribute(stored, kSavePathAttribute, SaveElement(config_).c_str(),
                             SaveElementPath(config_).c_str()) != result::kOk ||
@@ -105,20 +118,57 @@ ConsoleSettings SettingsKeeper::Values() const {
   values.storedSavePath = Stored(config_, L"SAVE", kSavePathAttribute);
   values.storedPluginPath = Stored(config_, L"PLUGIN", L"NAME");
   values.logPath = LogPath(QCString(values.storedSavePath)).str();
+  values.hexadecimal = static_cast<std::int32_t>(
+      StoredNumber(config_, kHexadecimalAttribute).value_or(values.hexadecimal));
+  values.instantIndMs = static_cast<std::uint32_t>(std::max<std::int64_t>(
+      StoredNumber(config_, kInstantIndTimeAttribute).value_or(values.instantIndMs), 0));
   return values;
+}
+
+void SettingsKeeper::WriteGroup(const SettingGroup& group) {
+  if (group.write == nullptr) return;
+  (config_.*group.write)();
+  WriteLongSavePath();
+}
+
+void SettingsKeeper::ReadGroup(const SettingGroup& group) {
+  if (group.read == nullptr) return;
+  config_.Settings().pluginPath.Empty();  // the reader leaves it where the document has none
+  (config_.*group.read)();
+  HoldWholeSavePath();
+}
+
+// Memory goes into the document first: reading the group takes from there what nobody wrote yet.
+SettingsKeeper::SetOutcome SettingsKeeper::Set(const SettingGroup& group,
+                                               std::span<const Change> changes) {
+  if (!AreThere()) return SetOutcome::kNoSettings;
+  WriteGroup(group);
+  std::uint32_t written = result::kOk;
+  for (const Change& change : changes) {
+    if (written != result::kOk) break;
+    written = config_.WriteAttribute(change.text.c_str(), change.row->attribute,
+                                     (config_.SettingsPrefix() + change.row->element).c_str(),
+                                     (config_.SettingsInstancePath() + L".0").c_str());
+  }
+  const std::uint32_t saved = config_.Save();
+  ReadGroup(group);
+  if (written != result::kOk) return SetOutcome::kNotWritten;
+  return saved == result::kOk ? SetOutcome::kSaved : SetOutcome::kNotSaved;
 }
 
 bool SettingsKeeper::AreThere() const { return !config_.SettingsPrefix().IsEmpty(); }
 
 int SettingsKeeper::InstantIndMs() const {
   if (!AreThere()) return kAlwaysMs;
-  return config_.Settings().enableInstantIndCmd != 0 ? kFreshCommandMs : 0;
+  if (config_.Settings().enableInstantIndCmd == 0) return 0;
+  return static_cast<int>(Values().instantIndMs);
 }
 
 bool SettingsKeeper::Keep(std::wstring_view line) {
   if (config_.Settings().historyOn == 0) return true;
   KivCommandRecord record = RecordOf(line);
   if (!CanBeKept(record)) return true;
+  if (config_.Settings().storeCmdPara == 0) record.parameters.Empty();
   if (saveEachLine_) return Store(&record);
   if (waiting_.size() == kKeptLines) waiting_.pop_front();
   waiting_.push_back(std::move(record));
@@ -127,11 +177,14 @@ bool SettingsKeeper::Keep(std::wstring_view line) {
 
 bool SettingsKeeper::Store(const KivCommandRecord* newest) {
   config_.StoreEverything(newest);
-  if (!longSavePath_.IsEmpty()) {
-    config_.WriteAttribute(longSavePath_.c_str(), kSavePathAttribute, SaveElement(config_).c_str(),
-                           SaveElementPath(config_).c_str());
-  }
+  WriteLongSavePath();
   return IsSaved(config_.Save());
+}
+
+void SettingsKeeper::WriteLongSavePath() {
+  if (longSavePath_.IsEmpty()) return;
+  config_.WriteAttribute(longSavePath_.c_str(), kSavePathAttribute, SaveElement(config_).c_str(),
+                         SaveElementPath(config_).c_str());
 }
 
 bool SettingsKeeper::SaveAll() {

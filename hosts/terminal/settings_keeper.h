@@ -11,11 +11,13 @@
 
 #include <cstdint>
 #include <deque>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "hosts/terminal/console_settings.h"
+#include "hosts/terminal/setting_table.h"
 #include "svckiv/svc_kiv_config.h"
 
 namespace kiv {
@@ -28,6 +30,18 @@ class SettingsKeeper {
 
   // The values of all groups, as they are now.
   ConsoleSettings Values() const;
+  struct Change {
+    const SettingRow* row;
+    std::wstring text;  // of the attribute
+  };
+  enum class SetOutcome {
+    kSaved,
+    kNotSaved,    // the values hold, and a later save may bring them
+    kNotWritten,  // those in front of the one that the document cannot have hold
+    kNoSettings,
+  };
+  // Gives attributes of one group new values and saves; also those that storing leaves out.
+  SetOutcome Set(const SettingGroup& group, std::span<const Change> changes);
   // Whether the settings of this console were found.
   bool AreThere() const;
   // Whether each indication is shown, by the settings as they are now.
@@ -43,6 +57,9 @@ class SettingsKeeper {
 
  private:
   void HoldWholeSavePath();
+  void WriteLongSavePath();
+  void WriteGroup(const SettingGroup& group);
+  void ReadGroup(const SettingGroup& group);
   bool Store(const SvcKivSpace::KivCommandRecord* newest);
 
   SvcKivSpace::CSVCKIVConfig& config_;
