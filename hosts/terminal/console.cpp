@@ -48,6 +48,7 @@ std::unique_ptr<Screen> MakeScreen(StopRequests& stops, os::ConsoleEvents& event
 Console::Console(ConsoleOptions options)
     : options_(std::move(options)),
       interactive_(!options_.HasScript() && os::ConsoleEvents::InputIsTerminal()),
+      drawsOnTerminal_(interactive_ && os::ConsoleEvents::OutputIsTerminal()),
       endpoint_(ShownLine(bench::GetSetup().endpoint.view())),
       stops_(events_),
       screen_(MakeScreen(stops_, events_, interactive_)),
@@ -78,7 +79,7 @@ int Console::Run() {
   facade_.Start(watch_, interactive_);
   int status = interactive_ ? RunInteractive() : RunBatch();
   display_.EndPieces();
-  if (screen_->IsOutputGone() && !stops_.IsAny()) {
+  if (screen_->IsOutputGone() && !stops_.IsAny() && !IsTerminalGone()) {
     os::WriteErr("kiv: standard output cannot be written\n");
     status = kCommandFailed;
   }
@@ -161,7 +162,14 @@ int Console::RunInteractive() {
   if (!Ended()) screen_->Write("\n");
   screen_->Flush();
   // What typed lines came to was seen; a Ctrl-C ended a line and not the run.
-  return stops_.HasEnded() ? kInterrupted : kDone;
+  return stops_.HasEnded() || IsTerminalGone() ? kInterrupted : kDone;
+}
+
+// The signal that says so comes a little later than its first signs, and may be blocked.
+bool Console::IsTerminalGone() const {
+  if (!interactive_) return false;
+  return (drawsOnTerminal_ && screen_->IsOutputGone()) || events_.InputError() != 0 ||
+         !os::ConsoleEvents::InputIsTerminal();
 }
 
 // The settings, and with them the time to wait, are loaded meanwhile.

@@ -62,10 +62,13 @@ class Console {
   void DrawBy(const ConsoleSettings& settings);
   int RunTyped(const LineSource::Line& line);
   bool Ended() const { return stops_.HasEnded() || context_.quit || screen_->IsOutputGone(); }
+  // Whether the terminal of an interactive run was closed; the same end as by a signal.
+  bool IsTerminalGone() const;
   int EndStatus(int status) const { return stops_.IsAny() ? kInterrupted : status; }
 
   const ConsoleOptions options_;
   const bool interactive_;
+  const bool drawsOnTerminal_;  // an interactive one; at the start
   const std::string endpoint_;
   os::ConsoleEvents events_;
   StopRequests stops_;

@@ -5,7 +5,7 @@ import signal
 import termios
 import unittest
 
-from bench import KIV
+from bench import DEADLINE_S, KIV
 from scripted_device import ScriptedDevice
 from tests.wire import frames
 from typist import AT_ANSWER, PROMPT, Typist
@@ -258,14 +258,23 @@ class Ending(Typist):
         first, stopped, last = modes.read_text().split()
         self.assertEqual((stopped, last), (first, first))
 
-    def test_a_terminal_that_is_gone_ends_the_console(self):
-        self.open_with_device()
-        self.type("half a line")
-        self.wait(PROMPT + "half a line")
-        os.close(self.slave)
-        os.close(self.master)
-        self.slave, self.master = os.open("/dev/null", os.O_RDWR), os.open("/dev/null", os.O_RDWR)
-        self.assertEqual(self.process.wait(timeout=60), 130)
+    def test_a_terminal_that_is_gone_ends_the_console_also_before_the_signal_says_so(self):
+        device = ScriptedDevice(self.folder / "device", lambda device, head, body: None)
+        self.stack.callback(device.close)
+        for blocked, term in (([], "xterm"), ([signal.SIGHUP], "xterm"), ([signal.SIGHUP], "dumb")):
+            with self.subTest(blocked=blocked, term=term):
+                before = signal.pthread_sigmask(signal.SIG_BLOCK, blocked)  # a child inherits it
+                try:
+                    self.open(link=device.endpoint, TERM=term)
+                finally:
+                    signal.pthread_sigmask(signal.SIG_SETMASK, before)
+                self.wait_connected()
+                self.type("half a line")
+                self.wait(PROMPT + "half a line")
+                with open("/dev/null", "rb") as nothing:
+                    os.dup2(nothing.fileno(), self.slave)
+                    os.dup2(nothing.fileno(), self.master)
+                self.assertEqual(self.process.wait(timeout=DEADLINE_S), 130)
 
 
 class Kinds(Typist):
