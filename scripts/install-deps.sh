@@ -16,7 +16,7 @@ declare -A packages=(
   [run]="g++ cmake ninja-build qtbase5-dev libsqlite3-dev nlohmann-json3-dev libasio-dev
          libdeflate-dev libpugixml-dev libreadline-dev"
   [check]="libgtest-dev libgmock-dev python3 python3-jsonschema binutils util-linux strace tshark
-           qttools5-dev-tools openssh-client iproute2 busybox"
+           qttools5-dev-tools openssh-client iproute2 busybox mandoc"
   [bench]="libbenchmark-dev libprotobuf-dev protobuf-compiler python3"
   [package]="dpkg-dev file"
   [full]="clang libclang-rt-dev llvm clang-format clang-tidy"

@@ -70,6 +70,13 @@ class InstalledTree(unittest.TestCase):
             ["board.kcat", "platform.ini"],
             sorted(file.name for file in share.iterdir() if file.suffix in (".kcat", ".ini")))
 
+    def test_manual_pages_and_completion_are_there_for_each_program(self):
+        for program in ("kiv", "kivagent", "kivcat", "kivcts"):
+            with self.subTest(program=program):
+                self.assertTrue((self.prefix / "share" / "man" / "man1" / f"{program}.1").is_file())
+                completion = self.prefix / "share" / "bash-completion" / "completions" / program
+                self.assertEqual(run("bash", "-n", completion).returncode, 0)
+
     def test_each_header_compiles_alone(self):
         include = self.prefix / "include" / "kiv"
         headers = sorted(str(file.relative_to(include)) for file in include.rglob("*.h"))
