@@ -37,7 +37,7 @@ STATUSES = {r"kivcat diff .*": 1}
 # What differs between machines and runs, in what is shown.
 VARYING = [
     (r"^(\.(host_name|system|kernel|machine|boot_id|agent_version|cpu_count|page_size_bytes|\w+_kib|\w+_ms|"
-     r"\w*permille\w*|seconds|nanoseconds|\w*uptime\w*)\s*=).*", r"\1 *"),
+     r"\w*permille\w*|seconds|nanoseconds|\w*uptime\w*|utc|unix_s|ms)\s*=).*", r"\1 *"),
     (r"connected to \S+ \(variant (\d+), product (\d+)\) over .*", r"connected to * (\1, \2)"),
     (r"in [0-9.]+ s, [0-9.]+ [kMG]?B/s", "in * s"),
     (r"\b[0-9a-f]{16}\b", "*"),
@@ -91,6 +91,7 @@ class Page(Typist):
 
     def setUp(self):
         super().setUp()
+        self.has_console = False
         self.bench = BenchFolder(self.folder, BUILD, self.stack)
         old_and_new_catalogue(self.bench.home)
 
@@ -106,27 +107,25 @@ class Page(Typist):
                 getattr(self, "run_" + (label or "steps"))(example)
 
     def run_steps(self, example):
-        at_console = False
         for number, step in enumerate(steps := example.steps()):
             expected = settled(step.shown)
             if step.where == PROMPT:
-                if not at_console:
+                if not self.has_console:
                     self.start_console("kiv", [])
                 self.mark()
                 self.type(step.line + "\r")
                 self.wait_shown(step.line, expected)
                 if not expected:
                     self.assertNotIn("is not exist", self.since())
-                at_console = True
             elif number + 1 < len(steps) and steps[number + 1].where == PROMPT:
                 self.start_console(step.line, expected)
-                at_console = True
-            else:
-                at_console = False
-                if not reason_not_to_run(step.line):
-                    self.run_shell(step.line, expected)
+            elif not reason_not_to_run(step.line):
+                self.run_shell(step.line, expected)
 
     def start_console(self, line, expected):
+        if self.has_console:  # one console of a page at a time
+            self.end(self.process)
+        self.has_console = True
         self.open(program=["/bin/sh", "-c", f"cd {self.bench.home} && {self.bench.placed(line)}"])
         if expected:
             self.wait_shown(None, expected)
