@@ -19,6 +19,7 @@ using kiv::SettingsKeeper;
 using SvcKivSpace::CSVCKIVConfig;
 using SvcKivSpace::SvcKiv;
 using Lines = std::vector<std::wstring>;
+using Outcome = SettingsKeeper::SetOutcome;
 
 class SettingsKeeperTest : public testing::Test {
  protected:
@@ -60,8 +61,41 @@ class SettingsKeeperTest : public testing::Test {
     folder_.Write("config/kiv.xml", text);
   }
 
+  // Sets one setting, as `:set` does; `text` is that of the attribute.
+  static Outcome Set(SettingsKeeper& keeper, const wchar_t* name, const std::wstring& text) {
+    const auto found = kiv::FindSettings(name);
+    EXPECT_EQ(found.size(), 1u);
+    const SettingsKeeper::Change change{found.front().row, text};
+    return keeper.Set(*found.front().group, {&change, 1});
+  }
+  static std::wstring Value(const SettingsKeeper& keeper, const wchar_t* name) {
+    return kiv::FindSettings(name).front().row->text(keeper.Values());
+  }
+  bool IsSaved(const std::string& attribute) const {
+    return SavedText().find(" " + attribute) != std::string::npos;
+  }
+
   kivtest::ScratchFolder folder_;
 };
+
+// Another value than the one in front; whatever it is, the row allows it.
+std::wstring OtherValue(const kiv::SettingRow& row, int round) {
+  switch (row.kind) {
+    case kiv::SettingKind::kSwitch:
+      return std::to_wstring(round % 2);
+    case kiv::SettingKind::kNumber:
+    case kiv::SettingKind::kColour:
+    case kiv::SettingKind::kKeyCode:
+      return std::to_wstring(round % 2 == 0 ? row.least : row.most);
+    case kiv::SettingKind::kCharacter:
+      return round % 2 == 0 ? L"<" : L"";
+    case kiv::SettingKind::kKeyName:
+      return round % 2 == 0 ? L"F9" : L"CTRL+SHIFT+K";
+    case kiv::SettingKind::kText:
+      return round % 2 == 0 ? L"a <b> & \"c\"\x1b\u202e/x.txt" : L"";
+  }
+  return {};
+}
 
 TEST_F(SettingsKeeperTest, EachLineOfATerminalIsInTheFileBeforeItRuns) {
   SettingsKeeper keeper(Restarted(), true);
@@ -208,6 +242,130 @@ TEST_F(SettingsKeeperTest, ALineThatCannotBeSavedIsSavedWithTheNextOne) {
   std::filesystem::rename(folder_.Path("away"), folder_.Path("config"));
   EXPECT_TRUE(keeper.Keep(L"second"));
   EXPECT_EQ(SettingsKeeper(Restarted(), true).Lines(), (Lines{L"first", L"second"}));
+}
+
+// The three that storing leaves out among them, in two rounds so that none keeps what it had.
+TEST_F(SettingsKeeperTest, EverySettingThatIsSetHoldsAtOnceAndInTheNextRun) {
+  for (int round = 0; round < 2; ++round) {
+    {
+      SettingsKeeper keeper(Restarted(), true);
+      for (const kiv::SettingGroup& group : kiv::SettingGroups()) {
+        for (const kiv::SettingRow& row : group.rows) {
+          const SettingsKeeper::Change change{&row, OtherValue(row, round)};
+          EXPECT_EQ(keeper.Set(group, {&change, 1}), Outcome::kSaved);
+          EXPECT_EQ(row.text(keeper.Values()), change.text)
+              << QCString(kiv::SettingName(row)).ToUtf8();
+        }
+      }
+    }
+    const kiv::ConsoleSettings values = SettingsKeeper(Restarted(), true).Values();
+    for (const kiv::SettingGroup& group : kiv::SettingGroups()) {
+      for (const kiv::SettingRow& row : group.rows) {
+        EXPECT_EQ(row.text(values), OtherValue(row, round))
+            << QCString(kiv::SettingName(row)).ToUtf8();
+      }
+    }
+  }
+}
+
+TEST_F(SettingsKeeperTest, ASettingThatIsSetLeavesAllOthersAsTheyWere) {
+  const auto valuesBut = [](const SettingsKeeper& keeper, const kiv::SettingRow& but) {
+    Lines texts;
+    for (const kiv::SettingGroup& group : kiv::SettingGroups()) {
+      for (const kiv::SettingRow& row : group.rows) {
+        if (&row != &but) texts.push_back(row.text(keeper.Values()));
+      }
+    }
+    return texts;
+  };
+  SettingsKeeper keeper(Restarted(), true);
+  for (const kiv::SettingGroup& group : kiv::SettingGroups()) {
+    for (const kiv::SettingRow& row : group.rows) {
+      const Lines before = valuesBut(keeper, row);
+      const SettingsKeeper::Change change{&row, OtherValue(row, 0)};
+      keeper.Set(group, {&change, 1});
+      EXPECT_EQ(valuesBut(keeper, row), before) << QCString(kiv::SettingName(row)).ToUtf8();
+    }
+  }
+}
+
+// The group is read again from the document, which must have what only memory had.
+TEST_F(SettingsKeeperTest, SettingLosesNothingThatNobodyWroteYet) {
+  CSVCKIVConfig& config = Restarted();
+  SettingsKeeper keeper(config, true);
+  config.Settings().fontSize = 77;
+  EXPECT_EQ(Set(keeper, L"ACK_SHOW_TYPE", L"1"), Outcome::kSaved);
+  EXPECT_EQ(config.Settings().fontSize, 77);
+  EXPECT_EQ(config.ShowType(), 1);
+  EXPECT_TRUE(IsSaved("FONT_SIZE=\"77\""));
+}
+
+TEST_F(SettingsKeeperTest, StoringALineKeepsWhatStoringLeavesOut) {
+  SettingsKeeper keeper(Restarted(), true);
+  Set(keeper, L"NV_LOAD_FILE_MAX_SIZE", L"4096");
+  Set(keeper, L"ACK_ARRAY_SHOW_ONELINE", L"1");
+  Set(keeper, L"PLUGIN.NAME", L"plug.dll");
+  Set(keeper, L"HEXADECIMAL", L"1");
+  EXPECT_TRUE(keeper.Keep(L"nv_read 7"));
+  const SettingsKeeper next(Restarted(), true);
+  EXPECT_EQ(Value(next, L"NV_LOAD_FILE_MAX_SIZE"), L"4096");
+  EXPECT_EQ(Value(next, L"ACK_ARRAY_SHOW_ONELINE"), L"1");
+  EXPECT_EQ(Value(next, L"PLUGIN.NAME"), L"plug.dll");
+  EXPECT_EQ(Value(next, L"HEXADECIMAL"), L"1");
+}
+
+TEST_F(SettingsKeeperTest, ASavePathThatIsSetStaysAsItWasTyped) {
+  for (const std::wstring& path :
+       {std::wstring(L"logs/today"), QCString::FromUtf8(folder_.Path("elsewhere/a.txt")).str(),
+        std::wstring(255, L'l')}) {
+    SettingsKeeper keeper(Restarted(), true);
+    Set(keeper, L"SAVE_PATH", path);
+    EXPECT_TRUE(keeper.Keep(L"nv_read 7"));
+    EXPECT_EQ(Value(keeper, L"SAVE_PATH"), path);
+    Set(keeper, L"AUTO_SAVE", L"0");
+    EXPECT_EQ(Value(SettingsKeeper(Restarted(), true), L"SAVE_PATH"), path);
+  }
+}
+
+TEST_F(SettingsKeeperTest, LinesAreKeptWithoutParametersForAUserWhoWantsNone) {
+  SettingsKeeper keeper(Restarted(), true);
+  Set(keeper, L"STORECMDPARA", L"0");
+  EXPECT_TRUE(keeper.Keep(L"nv_read 7"));
+  Set(keeper, L"HISTORY_CMD", L"0");
+  EXPECT_TRUE(keeper.Keep(L"nv_read 8"));
+  EXPECT_EQ(keeper.Lines(), Lines{L"nv_read"});
+}
+
+TEST_F(SettingsKeeperTest, IndicationsAreShownForTheTimeThatIsSet) {
+  SettingsKeeper keeper(Restarted(), true);
+  EXPECT_EQ(keeper.InstantIndMs(), 10000);
+  Set(keeper, L"INSTANT_IND_TIME", L"250");
+  EXPECT_EQ(keeper.InstantIndMs(), 250);
+  Set(keeper, L"ENABLE_INSTANT_IND_CMD", L"0");
+  EXPECT_EQ(keeper.InstantIndMs(), 0);
+}
+
+TEST_F(SettingsKeeperTest, WhatCannotBeSavedHoldsAndIsSavedLater) {
+  SettingsKeeper keeper(Restarted(), true);
+  std::filesystem::rename(folder_.Path("config"), folder_.Path("away"));
+  folder_.Write("config", "a file where the directory should be");
+  EXPECT_EQ(Set(keeper, L"TITLE", L"mine"), Outcome::kNotSaved);
+  EXPECT_EQ(Value(keeper, L"TITLE"), L"mine");
+  std::filesystem::remove(folder_.Path("config"));
+  std::filesystem::rename(folder_.Path("away"), folder_.Path("config"));
+  EXPECT_TRUE(keeper.SaveAll());
+  EXPECT_EQ(Value(SettingsKeeper(Restarted(), true), L"TITLE"), L"mine");
+}
+
+TEST_F(SettingsKeeperTest, WithoutADocumentNothingIsSet) {
+  Restarted();
+  SvcKiv::Stop();
+  const std::string file = folder_.Path("config/kiv.xml");
+  std::filesystem::remove(file);
+  std::filesystem::create_directory(file);
+  SettingsKeeper keeper(Restarted(), true);
+  EXPECT_FALSE(keeper.Values().areThere);
+  EXPECT_EQ(Set(keeper, L"TITLE", L"mine"), Outcome::kNoSettings);
 }
 
 }  // namespace
