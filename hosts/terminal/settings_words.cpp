@@ -7,6 +7,7 @@
 #include "hosts/bench/edit_distance.h"
 #include "hosts/terminal/console_texts.h"
 #include "hosts/terminal/console_words.h"
+#include "hosts/terminal/setting_completion.h"
 #include "hosts/terminal/setting_table.h"
 #include "hosts/terminal/setting_value.h"
 #include "platform/os/utf8.h"
@@ -216,24 +217,7 @@ int SetSetting(ConsoleContext& context, std::wstring_view arguments) {
 }
 
 std::vector<std::wstring> CompleteSetting(ConsoleContext& context, std::wstring_view arguments) {
-  const auto [name, value] = Split(arguments);
-  const bool isName = name.size() == arguments.size();
-  std::vector<std::wstring> all;
-  if (isName) {
-    all = SettingNames();
-  } else {
-    std::vector<FoundSetting> found = FindSettings(name);
-    if (found.empty()) found = FindKey(name);
-    if (found.empty()) return {};
-    const SettingRow& row = *found.front().row;
-    all = AllowedValues(row);
-    const std::wstring now =
-        os::Utf8ToWide(ShownSetting(row, row.text(*context.pump.News().settings)));
-    if (all.empty() && now.find_first_of(kBlanks) == now.npos) all.push_back(now);
-  }
-  const std::wstring_view begin = isName ? name : value;
-  std::erase_if(all, [begin](const std::wstring& one) { return !BeginsWith(one, begin); });
-  return all;
+  return SettingCompletions(*context.pump.News().settings, arguments);
 }
 
 }  // namespace kiv

@@ -1,12 +1,14 @@
 // Values of settings as they are typed and shown: what is shown gives the same value again.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <optional>
 #include <random>
 #include <set>
 #include <string>
 #include <vector>
 
+#include "hosts/terminal/setting_completion.h"
 #include "hosts/terminal/setting_table.h"
 #include "hosts/terminal/setting_value.h"
 #include "platform/os/utf8.h"
@@ -205,6 +207,39 @@ TEST(SettingTable, FindsNothingByAPartOfAName) {
   EXPECT_TRUE(kiv::FindSettings(L".PROMPT").empty());
   EXPECT_TRUE(kiv::FindSettings(L"POPULAR.").empty());
   EXPECT_GT(kiv::FindSettings(L"NAME").size(), 1u);
+}
+
+TEST(SettingCompletion, OffersNamesInAnyCase) {
+  const auto offered = [](const wchar_t* typed) { return kiv::SettingCompletions({}, typed); };
+  using Names = std::vector<std::wstring>;
+  EXPECT_EQ(offered(L"PRO"), Names{L"PROMPT"});
+  EXPECT_EQ(offered(L"hex"), Names{L"HEXADECIMAL"});
+  EXPECT_EQ(offered(L"repeat"), (Names{L"REPEAT_CMD", L"REPEAT_CMD.NAME", L"REPEAT_CMD.VALUE"}));
+  EXPECT_EQ(offered(L"nothing"), Names());
+  EXPECT_EQ(offered(L""), kiv::SettingNames());
+}
+
+TEST(SettingCompletion, OffersTheValuesOfWhatIsNamed) {
+  kiv::ConsoleSettings settings;
+  settings.values.fontSize = 12;
+  settings.values.general.text = 0x0080ff;
+  const auto offered = [&settings](const wchar_t* typed) {
+    return kiv::SettingCompletions(settings, typed);
+  };
+  using Values = std::vector<std::wstring>;
+  EXPECT_EQ(offered(L"word_wrap "), (Values{L"0", L"1", L"off", L"on"}));
+  EXPECT_EQ(offered(L"word_wrap o"), (Values{L"off", L"on"}));
+  EXPECT_EQ(offered(L"word_wrap 2"), Values());
+  EXPECT_EQ(offered(L"FONT_SIZE "), Values{L"12"});
+  EXPECT_EQ(offered(L"GENERAL.TEXT #"), Values{L"#ff8000"});
+  EXPECT_EQ(offered(L"REPEAT_CMD pg"), (Values{L"PGUP", L"PGDOWN"}));
+  EXPECT_EQ(offered(L"REPEAT_CMD.NAME f3"),
+            Values({L"F3", L"F30", L"F31", L"F32", L"F33", L"F34", L"F35"}));
+  EXPECT_EQ(offered(L"TITLE a b"), Values());
+  EXPECT_EQ(offered(L"nothing "), Values());
+  std::wstring title = L"two words";
+  std::copy(title.begin(), title.end(), settings.values.title);
+  EXPECT_EQ(offered(L"TITLE "), Values());
 }
 
 }  // namespace
