@@ -9,6 +9,7 @@
 #include "hosts/terminal/console_texts.h"
 #include "hosts/terminal/diff_word.h"
 #include "hosts/terminal/settings_words.h"
+#include "hosts/terminal/status_word.h"
 #include "hosts/terminal/timing_word.h"
 #include "platform/text/shown_text.h"
 
@@ -88,6 +89,8 @@ constexpr ConsoleWord kWords[] = {
     {":reload", "", "read the command catalogue again", Reload, nullptr},
     {":set", "[NAME [VALUE]]", "the settings: all, one, or another value for one", SetSetting,
      CompleteSetting},
+    {":status", "", "link, device, catalogues, counters, losses, queue and settings", ShowStatus,
+     nullptr},
     {":timing", "[N]", "how long the last lines took, step by step, with p50 and p99", ShowTiming,
      CompleteTiming},
 };

@@ -30,6 +30,8 @@ struct ConsoleContext {
   CommandHelp& help;   // what the catalogue says of its commands
   ChangeNotes& changes;
   LineTiming& timing;
+  LinkWatch& watch;
+  ViewQueue& queue;
   bool quit = false;  // set: the console ends behind this line
 };
 

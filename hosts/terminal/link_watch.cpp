@@ -7,6 +7,7 @@
 #include "hosts/terminal/console_texts.h"
 #include "platform/base/result_codes.h"
 #include "platform/catalogue/param_codec.h"
+#include "platform/os/local_time.h"
 #include "platform/os/utf8.h"
 #include "platform/text/shown_text.h"
 
@@ -105,6 +106,11 @@ LinkWatch::ChannelProgress LinkWatch::Progress() const {
           isLastPieceWhole_ ? kNextPieceTime : std::chrono::milliseconds(0)};
 }
 
+LinkStatus LinkWatch::Status() const {
+  const std::lock_guard lock(mutex_);
+  return life_.Status();
+}
+
 LineRecord LinkWatch::TakeRecord() {
   const std::lock_guard lock(mutex_);
   return recorder_.Take();
@@ -194,6 +200,7 @@ void LinkWatch::OnState(const devlink::StateChange& change) {
   ViewEvent event;
   {
     const std::lock_guard lock(mutex_);
+    life_.Changed(change, LinkStatus::Time::clock::now(), os::LocalTimeText());
     changed = up_ != connected;
     up_ = connected;
     if (changed) ++epoch_;

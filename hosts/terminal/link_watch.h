@@ -23,6 +23,7 @@
 
 #include "hosts/terminal/channel_answer.h"
 #include "hosts/terminal/line_record.h"
+#include "hosts/terminal/link_life.h"
 #include "hosts/terminal/load_progress.h"
 #include "hosts/terminal/view_queue.h"
 #include "platform/devlink/link_observer.h"
@@ -49,6 +50,7 @@ class LinkWatch final : public devlink::LinkObserver {
     std::chrono::milliseconds leastSilence;
   };
   ChannelProgress Progress() const;
+  LinkStatus Status() const;
   // What the tap saw of the line's request and its confirmation; it is empty from then on.
   LineRecord TakeRecord();
   // The line is not waited for any more.
@@ -125,6 +127,7 @@ class LinkWatch final : public devlink::LinkObserver {
   bool collecting_ = false;
   bool up_ = false;
   std::uint64_t epoch_ = 0;  // changes of up_ so far
+  LinkLife life_;
   std::uint64_t line_ = 0;
   std::uint64_t lineEpoch_ = 0;  // when the line's last post was made: a later loss is the line's
   std::vector<Post> posts_;

@@ -76,6 +76,11 @@ bool ViewQueue::IsEmpty() {
   return events_.empty();
 }
 
+ViewQueue::Fill ViewQueue::GetFill() {
+  const std::lock_guard lock(mutex_);
+  return {events_.size(), heldBytes_, limitBytes_};
+}
+
 void ViewQueue::Close() {
   {
     const std::lock_guard lock(mutex_);

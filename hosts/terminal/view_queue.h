@@ -83,6 +83,13 @@ class ViewQueue {
   // Takes the first ones, of at least `leastBytes` together where there are as many.
   std::deque<ViewEvent> TakeSome(std::size_t leastBytes);
   bool IsEmpty();
+  // How full it is.
+  struct Fill {
+    std::size_t events;
+    std::size_t heldBytes;   // with what an event costs beside its text
+    std::size_t limitBytes;  // from which on a link thread waits
+  };
+  Fill GetFill();
   // Wakes whoever waits and drops what is there.
   void Close();
 

@@ -5,7 +5,9 @@
 
 #include <string>
 
+#include "platform/platform_export.h"
+
 namespace os {
 // "2026-01-31 23:59:59.123", the same form in every locale.
-std::string LocalTimeText();
+KIVPLATFORM_API std::string LocalTimeText();
 }  // namespace os

@@ -4,7 +4,7 @@ import re
 import struct
 import unittest
 
-from bench import BenchCase
+from bench import CATALOGUE, BenchCase
 from scripted_device import ScriptedDevice
 
 NV_READ = 0x1201
@@ -71,6 +71,23 @@ class Timing(Counting):
         result = self.lines(":timing")
         self.assertEqual((result.status, result.out), (0, ""), result)
         self.assertIn("kiv: no line was answered yet\n", result.err)
+
+
+class Status(Counting):
+    def test_rows_tell_the_device_and_both_catalogues(self):
+        device = ScriptedDevice(self.folder / "other", self.answer, name=b"bo\x1b[2Jard", fingerprint=bytes(range(1, 9)),
+                                versions=(249, 38))
+        self.stack.callback(device.close)
+        result = self.kiv("--variant", "246", "-c", ":status", link=device.endpoint)
+        self.assertEqual(result.status, 0, result)
+        rows = dict(re.split("  +", line, maxsplit=1) for line in result.out.splitlines())
+        self.assertLessEqual({
+            "link": device.endpoint, "state": "connected", "losses": "0", "device": "bo\\x1b[2Jard",
+            "variant": "246, the device says 249", "product": "38", "catalogue": CATALOGUE,
+            "device_fingerprint": "0102030405060708, another", "connects": "1", "disconnects": "0",
+            "settings": str(self.folder / "config" / "kiv.xml"),
+            "settings_place": "session 1, instance 1"}.items(), rows.items(), result)
+        self.assertNotIn("last_loss", rows)
 
 
 if __name__ == "__main__":

@@ -104,4 +104,18 @@ TEST(ViewQueue, LetsAWaitingPusherGoWhenItIsClosedAndTakesNothingMore) {
 }
 
 }  // namespace
+TEST(ViewQueue, TellsHowFullItIs) {
+  ViewQueue queue([] {}, 1000);
+  EXPECT_EQ(queue.GetFill().events, 0u);
+  EXPECT_EQ(queue.GetFill().heldBytes, 0u);
+  EXPECT_EQ(queue.GetFill().limitBytes, 1000u);
+  ViewEvent event;
+  event.text = "text";
+  queue.Push(event);
+  EXPECT_EQ(queue.GetFill().events, 1u);
+  EXPECT_EQ(queue.GetFill().heldBytes, sizeof(ViewEvent) + 4);
+  queue.TakeAll();
+  EXPECT_EQ(queue.GetFill().heldBytes, 0u);
+}
+
 }  // namespace kiv
