@@ -6,8 +6,8 @@ An unknown control sequence is an error, so nothing that acts on a terminal slip
 import re
 import unicodedata
 
-SEQUENCE = re.compile(r"\x1b(?:\[([?>]?)([0-9;]*)([@-~])|([()][0AB])|([=>78M]))", re.S)
-UNFINISHED = re.compile(r"\x1b(?:\[[?>]?[0-9;]*|[()])?$")
+SEQUENCE = re.compile(r"\x1b(?:\[([?>]?)([0-9;]*)([@-~])|([()][0AB])|([=>78M])|\]2;([^\x00-\x1f]*)\x07)", re.S)
+UNFINISHED = re.compile(r"\x1b(?:\[[?>]?[0-9;]*|[()]|\](?:2(?:;[^\x00-\x1f]*)?)?)?$")
 
 
 def width(character):
@@ -30,6 +30,7 @@ class ScreenModel:
         self.pending_wrap = False
         self.modes = set()
         self.bells = 0
+        self.title, self._titles = None, []  # of the window; None: as it was before
         self._bytes, self._text = b"", ""
 
     # What is seen.
@@ -131,7 +132,10 @@ class ScreenModel:
             self.wrapped.append(False)
 
     def _sequence(self, match):
-        private, numbers, final, _, single = match.groups()
+        private, numbers, final, _, single, title = match.groups()
+        if title is not None:
+            self.title = title
+            return
         if final is None:
             assert single in (None, "=", ">"), single
             return
@@ -143,6 +147,12 @@ class ScreenModel:
             (self.modes.add if final == "h" else self.modes.discard)(first)
         elif final == "m":
             pass
+        elif final == "t":
+            assert values in ([22, 2], [23, 2]), match.group()
+            if first == 22:
+                self._titles.append(self.title)
+            else:
+                self.title = self._titles.pop()
         elif final == "A":
             self.row = max(self.top, self.row - max(first, 1))
         elif final == "B":
