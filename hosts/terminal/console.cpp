@@ -78,6 +78,7 @@ int Console::Run() {
   if (interactive_ || !options_.verbose) watch_.HideLoads();
   facade_.Start(watch_, interactive_);
   int status = interactive_ ? RunInteractive() : RunBatch();
+  runner_.StopLeftLoad();
   display_.EndPieces();
   if (screen_->IsOutputGone() && !stops_.IsAny() && !IsTerminalGone()) {
     os::WriteErr("kiv: standard output cannot be written\n");
@@ -156,7 +157,10 @@ int Console::RunInteractive() {
       if (screen_->IsEchoOfTerminal()) display_.RowWasEnded();
       RunLines(next, status);
     }
-    if (stops_.IsInterrupted()) screen_->DropTyped();  // what was typed is not wanted any more
+    if (stops_.IsInterrupted()) {
+      runner_.StopLeftLoad();
+      screen_->DropTyped();  // what was typed is not wanted any more
+    }
     stops_.ForgetInterrupt();
   }
   if (!Ended()) screen_->Write("\n");

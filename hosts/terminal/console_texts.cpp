@@ -33,11 +33,6 @@ std::string Cut(const std::string& typed) {
   return typed.substr(0, end) + "...";
 }
 
-std::string LateLoadText(const std::string& path, bool isStored) {
-  return "kiv: the answer came late: " + Cut(path) +
-         (isStored ? " is stored\n" : " is not stored\n");
-}
-
 const char kPrompt[] = "kiv> ";
 
 std::string PromptText(const ConsoleSettings& settings) {
@@ -88,6 +83,10 @@ std::string RefusedText(const std::string& line, std::uint32_t result) {
 
 std::string NothingSentText(const std::string& line) {
   return "kiv: nothing was sent for " + Quoted(line) + "\n";
+}
+
+std::string UnclearAnswerText(const std::string& line) {
+  return "kiv: what answered " + Quoted(line) + " may be the answer to a line before the reload\n";
 }
 
 std::string RestLostText(const std::string& line) {

@@ -27,8 +27,8 @@ std::string RefusedText(const std::string& line, std::uint32_t result);
 std::string NothingSentText(const std::string& line);
 // A text channel sent the line's first word alone, because it is too long a word.
 std::string RestLostText(const std::string& line);
-// A load whose last confirmation came when nobody waited for it any longer.
-std::string LateLoadText(const std::string& path, bool isStored);
+// The answer that came may be that to a line of before the catalogue was read again.
+std::string UnclearAnswerText(const std::string& line);
 // As notices repeat what was typed: what is long is cut.
 std::string Cut(const std::string& typed);
 std::string LinkLostText(const std::string& line);

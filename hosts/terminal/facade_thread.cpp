@@ -1,14 +1,13 @@
 #include "hosts/terminal/facade_thread.h"
 
-#include <algorithm>
 #include <cwchar>
-#include <iterator>
 #include <memory>
 #include <string>
 #include <string_view>
 #include <utility>
 
 #include "hosts/terminal/console_texts.h"
+#include "hosts/terminal/load_layout.h"
 #include "platform/base/ini_values.h"
 #include "platform/bounded/pool.h"
 #include "platform/catalogue/cmd_database.h"
@@ -24,21 +23,6 @@ using SvcKivSpace::SvcKivMsgType;
 // What a reply holder has before a line: still there afterwards means that a text channel took the
 // line.
 constexpr wchar_t kSentinel[] = L"\x1\x2kiv: nobody has answered yet\x2\x1";
-
-constexpr wchar_t kLoadWord[] = L"ldnv";
-
-// The module takes the word in capitals, too.
-bool IsLoadWord(std::wstring_view word) {
-  return std::equal(word.begin(), word.end(), std::begin(kLoadWord), std::end(kLoadWord) - 1,
-                    [](wchar_t typed, wchar_t small) {
-                      return typed == small || (typed < 0x80 && typed + 0x20 == small);
-                    });
-}
-
-std::wstring_view FirstWord(std::wstring_view line) {
-  line.remove_prefix(std::min(line.find_first_not_of(L' '), line.size()));
-  return line.substr(0, line.find(L' '));
-}
 
 // A save waits 5 seconds for its turn, and there are two of them: what was typed, and the module's.
 constexpr std::uint32_t kSaveTimeoutMs = 12000;
@@ -200,7 +184,7 @@ void FacadeThread::Ask(std::uint64_t number, Question question) {
 
 bool FacadeThread::ReloadCatalogue() {
   SvcKiv::ReloadDb();
-  watch_->CloseLoad();
+  watch_->OnReload();
   if (settings_) ApplySettings();
   return CheckCommands();
 }
@@ -250,8 +234,11 @@ void FacadeThread::OnMessage(SvcKivMsgType kind, void* payload) {
       if (event.text.empty() && !event.endsText) return;
       break;
   }
+  // The replies of lines do not come this way: from here the module only tells how a load failed.
+  const bool isLoadFailure = isHere && kind == SvcKivSpace::kReply;
   if (isHere) {
     queue_.Push(std::move(event));
+    if (isLoadFailure) watch_->OnLoadFailure();
   } else {
     queue_.PushWaiting(std::move(event));
   }

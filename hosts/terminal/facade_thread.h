@@ -46,6 +46,8 @@ class FacadeThread {
 
   // For questions. Reads the catalogue again; false when there are no commands now.
   bool ReloadCatalogue();
+  // For questions. 0, which no catalogue has, when there is no such command.
+  static std::uint32_t CmdId(std::wstring_view name);
   // For questions. Runs a command of the catalogue that nobody typed; the answer's event says what
   // is known of it, and the watch keeps what the device says. False when there is no such command.
   bool AskDevice(const std::wstring& name, ViewEvent& answer);
@@ -78,8 +80,6 @@ class FacadeThread {
   void RunHere(std::uint64_t number, const std::wstring& line);
   // Fills what became of the line.
   void RunThrough(std::uint64_t number, const std::wstring& line, ViewEvent& event);
-  // 0, which no catalogue has, when there is no such command.
-  static std::uint32_t CmdId(std::wstring_view name);
   void KeepLine(const std::wstring& line);
   void Warn(std::string text);
   void TellWatchOfIndications();

@@ -30,7 +30,7 @@ bool LineRunner::Ask(FacadeThread::Question question, ViewEvent& reply) {
 int LineRunner::Run(std::wstring line) {
   FinishedLine finished;
   finished.typed = Clock::now();
-  const std::uint64_t number = number_ + 1;
+  lineNumber_ = 0;
   isLoad_ = false;
   finished.status = RunAndWait(line);
   display_.Flush();
@@ -38,7 +38,7 @@ int LineRunner::Run(std::wstring line) {
   finished.text = std::move(line);
   finished.isLoad = isLoad_;
   // The module may still be busy with a line that nobody waits for any longer.
-  if (LineRecord record = watch_.TakeRecord(); record.line == number) {
+  if (LineRecord record = watch_.TakeRecord(); record.line == lineNumber_) {
     finished.record = std::move(record);
   }
   if (onFinished_) onFinished_(finished);
@@ -48,7 +48,12 @@ int LineRunner::Run(std::wstring line) {
 int LineRunner::RunAndWait(const std::wstring& line) {
   const std::string shown = ShownText(line);
   const bool isRestLost = IsRestLost(line);
-  const std::uint64_t number = ++number_;
+  const std::optional<std::wstring> loadPath = LoadPathOf(line);
+  if (loadPath) {
+    const int status = PrepareLoad(*loadPath);
+    if (status != kDone) return status;
+  }
+  const std::uint64_t number = lineNumber_ = ++number_;
   pump_.ShowAll();
   pump_.ForgetAnswered();
   const auto begin = Clock::now();
@@ -59,7 +64,7 @@ int LineRunner::RunAndWait(const std::wstring& line) {
   display_.Reply(reply.text);
   pump_.ShowAll();
   isLoad_ = reply.isLoad;
-  if (isLoad_) return LoadStatus(reply, line, begin);
+  if (loadPath) return LoadStatus(reply, *loadPath, begin);
   if (reply.takenByChannel) {
     const bool isCut = isRestLost && reply.channelPosted;
     if (isCut) display_.Notice(RestLostText(shown));
@@ -97,6 +102,10 @@ int LineRunner::WaitForAnswer(ViewEvent line, const std::string& shown) {
     pump_.ShowAll();
     const auto& answered = pump_.News().answered;
     if (answered && answered->line == line.line) line = *answered;
+    if (line.answered && line.isUnclear) {
+      display_.Notice(UnclearAnswerText(shown));
+      return kNoAnswer;
+    }
     if (line.answered) return line.result == 0 ? kDone : kCommandFailed;
     int status = GiveUp(line.epoch, deadline, shown);
     if (status == kDone && !pump_.Wait(deadline, false)) status = kInterrupted;

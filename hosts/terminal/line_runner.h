@@ -18,6 +18,7 @@
 #include "hosts/terminal/facade_thread.h"
 #include "hosts/terminal/line_record.h"
 #include "hosts/terminal/link_watch.h"
+#include "hosts/terminal/load_layout.h"
 #include "hosts/terminal/load_notes.h"
 
 namespace kiv {
@@ -51,12 +52,15 @@ class LineRunner {
   // Has `question` fill `reply` on the facade's thread, where the module and the settings may be
   // asked. False when the user wants no more of it. What arrived before is shown by then.
   bool Ask(FacadeThread::Question question, ViewEvent& reply);
+  // Ends a load that goes on though nobody waits for it, where there is one.
+  void StopLeftLoad();
   // How long to wait for the link and for each answer.
   std::chrono::milliseconds WaitTime() const;
 
  private:
   using Clock = EventPump::Clock;
-  static constexpr int kGoesOn = -1;  // no status yet
+  static constexpr int kGoesOn = -1;   // no status yet
+  static constexpr int kUnclear = -2;  // the load has ended, and nobody knows how
 
   int RunAndWait(const std::wstring& line);
   int WaitForAnswer(ViewEvent line, const std::string& shown);
@@ -66,11 +70,20 @@ class LineRunner {
   // Of a line that a text channel took: waits for the whole answer.
   int WaitForChannels(const ViewEvent& line, const std::string& shown);
   // Of a line that loads a file (line_runner_load.cpp).
-  int LoadStatus(const ViewEvent& reply, std::wstring_view line, Clock::time_point begin);
+  // Whether it may go to the module: kDone, or its status; has then said why.
+  int PrepareLoad(const std::wstring& typed);
+  // Until no answer is due that could be taken for one of the new load's.
+  int WaitForOldLoad(const LoadNotes& notes);
+  int LoadStatus(const ViewEvent& reply, const std::wstring& typed, Clock::time_point begin);
+  // Of a line that posted nothing.
+  int NotPostedStatus(const ViewEvent& reply, const std::wstring& typed);
   // Until the device has the file, or will not have it.
   int WaitForLoad(const ViewEvent& line, const LoadNotes& notes);
   // kGoesOn, or the line's status; has said why when it is not kDone.
   int EndOfLoad(const ViewEvent& line, const LoadNotes& notes, LoadState state);
+  // Of a load that ended by its last confirmation; kUnclear when that may be another's.
+  int ConfirmedStatus(const LoadNotes& notes, const LoadState& state);
+  // Says what became of it once the module has ended it.
   void StopLoad(const LoadNotes& notes);
   // Compares the file with what the device says it has.
   int VerifyLoad(const LoadNotes& notes, const std::string& mappedPath);
@@ -83,9 +96,11 @@ class LineRunner {
   EventPump& pump_;
   Display& display_;
   CommandHelp& help_;
-  std::wstring loadPath_;     // as it was typed, of the load that the module has open
-  std::uint64_t number_ = 0;  // of the last line or question
-  bool isLoad_ = false;       // the last line was one that loads a file
+  std::wstring loadPath_;         // as it was typed, of the load that the module has open
+  LoadLayout loadLayout_;         // of the command of the last load line
+  std::uint64_t number_ = 0;      // of the last line or question
+  std::uint64_t lineNumber_ = 0;  // of the last line; 0: it did not go to the module
+  bool isLoad_ = false;           // the last line was one that loads a file
   OnFinished onFinished_;
 };
 

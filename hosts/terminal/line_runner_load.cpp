@@ -4,7 +4,8 @@
 #include <QCryptographicHash>
 #include <algorithm>
 #include <cerrno>
-#include <string_view>
+#include <future>
+#include <memory>
 
 #include "hosts/terminal/console_texts.h"
 #include "hosts/terminal/line_runner.h"
@@ -26,19 +27,19 @@ constexpr Milliseconds kRowTime{100};
 constexpr Milliseconds kLineTime{1000};
 // A confirmed chunk is followed by the next one at once; this long after, it is asked why not.
 constexpr Milliseconds kNextChunkTime{100};
+// Longer than the module takes to give up a post that cannot be written.
+constexpr std::chrono::seconds kStopTime{5};
 // The variant and the product whose text channels take lines of every kind.
 constexpr std::uint32_t kAllToController = 246;
 constexpr std::uint32_t kAllToShell = 38;
-constexpr std::size_t kLoadLimitBytes = 65535u * 2048u;
+constexpr std::uint64_t kChunkBytes = 2048;
+constexpr std::uint64_t kMostChunks = 65535;
+constexpr std::size_t kLoadLimitBytes = kMostChunks * kChunkBytes;
 
-// What stands behind the word, as the module takes it.
-std::wstring_view PathOf(std::wstring_view line) {
-  const auto trim = [](std::wstring_view text) {
-    text.remove_prefix(std::min(text.find_first_not_of(L' '), text.size()));
-    return text.substr(0, text.find_last_not_of(L' ') + 1);
-  };
-  line = trim(line);
-  return trim(line.substr(std::min(line.find(L' '), line.size())));
+LoadNotes NotesOf(const std::wstring& path, LoadProgress::Clock::time_point begin) {
+  os::FileStamp stamp;
+  const bool isThere = os::StampOf(os::MapPath(path), stamp) == 0;
+  return {Cut(ShownLine(path)), isThere ? std::optional(stamp.sizeBytes) : std::nullopt, begin};
 }
 
 std::string Sha256Of(const std::string& content) {
@@ -50,39 +51,91 @@ std::string Sha256Of(const std::string& content) {
 
 }  // namespace
 
-int LineRunner::LoadStatus(const ViewEvent& reply, std::wstring_view line,
-                           Clock::time_point begin) {
-  const std::wstring typed(PathOf(line));
-  const bool isPosted = reply.posts > 0;
-  // While a load waits for its answer the module sends its chunk again, whatever path is typed.
-  if (isPosted && (!watch_.Load().isResumed || loadPath_.empty())) loadPath_ = typed;
-  const bool isOther = isPosted && loadPath_ != typed;
-  const std::wstring path = isPosted ? loadPath_ : typed;
+// A load that is open takes no new file, so nothing is looked at then.
+int LineRunner::PrepareLoad(const std::wstring& typed) {
+  ViewEvent reply;
+  const auto question = [](FacadeThread&, ViewEvent& answer) {
+    answer.result = FacadeThread::CmdId(kLoadWord);
+  };
+  if (!Ask(question, reply)) return kInterrupted;
+  loadLayout_ = LoadLayoutOf(reply.result);
   os::FileStamp stamp;
-  const bool isThere = os::StampOf(os::MapPath(path), stamp) == 0;
-  const LoadNotes notes(Cut(ShownLine(path)),
-                        isThere ? std::optional(stamp.sizeBytes) : std::nullopt, begin);
-  if (!isPosted) {
-    if (!reply.text.empty()) return reply.linkDown ? kNotConnected : kCommandFailed;
-    display_.Notice(notes.NothingSentText());
+  if (watch_.IsLoadOpen() || os::StampOf(os::MapPath(typed), stamp) != 0) return kDone;
+  const LoadNotes notes(Cut(ShownLine(typed)), stamp.sizeBytes, Clock::now());
+  const std::uint64_t chunks = (stamp.sizeBytes + kChunkBytes - 1) / kChunkBytes;
+  const std::uint64_t most = loadLayout_.mostChunks;
+  // What is beyond the module's own count it refuses itself.
+  if (most > 0 && chunks > most && chunks <= kMostChunks) {
+    display_.Notice(notes.NotCarriedText(chunks, most));
     return kCommandFailed;
   }
+  return WaitForOldLoad(notes);
+}
+
+// The numbers of posts begin anew when a load is stopped, and the module moves a load by them. Who
+// interrupts this need not wait a second time.
+int LineRunner::WaitForOldLoad(const LoadNotes& notes) {
+  if (!watch_.IsOldLoadDue()) return kDone;
+  display_.Notice(notes.WaitsText());
+  const auto deadline = Clock::now() + WaitTime();
+  int status = kDone;
+  while (status == kDone && watch_.IsOldLoadDue() && Clock::now() < deadline) {
+    if (!pump_.Wait(std::min(deadline, Clock::now() + kRowTime), false)) status = kInterrupted;
+  }
+  watch_.GiveUpOldLoad();
+  return status;
+}
+
+int LineRunner::LoadStatus(const ViewEvent& reply, const std::wstring& typed,
+                           Clock::time_point begin) {
+  if (reply.posts == 0) return NotPostedStatus(reply, typed);
+  // While a load waits for its answer the module sends its chunk again, whatever path is typed.
+  if (!watch_.Load().isResumed || loadPath_.empty()) loadPath_ = typed;
+  const bool isOther = loadPath_ != typed;
+  const std::string mappedPath = os::MapPath(loadPath_);
+  const LoadNotes notes = NotesOf(loadPath_, begin);
   if (isOther) display_.Notice(notes.OtherPathText(Cut(ShownLine(typed))));
   int status = WaitForLoad(reply, notes);
   watch_.Abandon();
   display_.EndProgress();
   if (status == kNoAnswer) {
-    watch_.LeaveLoad(notes.Path());
+    watch_.LeaveLoad(notes.Path(), options_.verify);
     return status;
   }
+  if (status == kInterrupted) StopLoad(notes);
   watch_.CloseLoad();
   loadPath_.clear();
-  if (status == kInterrupted) StopLoad(notes);
   if (status == kDone) {
-    display_.Notice(notes.StoredText(watch_.Load(), Clock::now()));
-    if (options_.verify) status = VerifyLoad(notes, os::MapPath(path));
+    display_.Notice(notes.StoredText(watch_.Load(), Clock::now(), !loadLayout_.carriesLength));
   }
+  if (options_.verify && (status == kDone || status == kUnclear)) {
+    status = VerifyLoad(notes, mappedPath);
+  }
+  if (status == kUnclear) status = kNoAnswer;
   return status == kDone && isOther ? kCommandFailed : status;
+}
+
+// The module's own words begin with stars where they end a load that was open.
+int LineRunner::NotPostedStatus(const ViewEvent& reply, const std::wstring& typed) {
+  const int status = reply.linkDown && !reply.text.empty() ? kNotConnected : kCommandFailed;
+  const LoadNotes notes = NotesOf(typed, Clock::now());
+  if (watch_.IsLoadOpen() && (reply.text.empty() || reply.text.starts_with("***"))) {
+    display_.Notice(NotesOf(loadPath_, Clock::now()).EndedText(watch_.Load()));
+    if (loadPath_ != typed) display_.Notice(notes.NotSentText());
+    watch_.TakeLeftLoad();
+    watch_.CloseLoad();
+    loadPath_.clear();
+    return status;
+  }
+  if (!reply.text.empty()) return status;
+  std::string content;
+  os::ReadRegularFile(os::MapPath(typed), kLoadLimitBytes, content);
+  if (loadLayout_.mostChunks == 0 && !content.empty()) {
+    display_.Notice(notes.NotCarriedText(0, 0));
+  } else {
+    display_.Notice(notes.NothingSentText(content.size()));
+  }
+  return status;
 }
 
 // A file is only read as fast as it is confirmed: what does not answer in time is the chunk.
@@ -109,9 +162,10 @@ int LineRunner::WaitForLoad(const ViewEvent& line, const LoadNotes& notes) {
 
 int LineRunner::EndOfLoad(const ViewEvent& line, const LoadNotes& notes, LoadState state) {
   const auto quiet = Clock::now() - state.latest;
-  if (state.HasEnded() && !state.isHandedOver && quiet < WaitTime()) return kGoesOn;
-  if (state.IsStored()) return kDone;
-  if (!state.isWaiting && !state.IsRefused()) {
+  if (state.HasEnded()) {
+    return state.isHandedOver || quiet >= WaitTime() ? ConfirmedStatus(notes, state) : kGoesOn;
+  }
+  if (!state.isWaiting) {
     if (quiet < kNextChunkTime) return kGoesOn;
     // Whatever the module had to do behind the confirmation is done when it answers this.
     ViewEvent nothing;
@@ -121,10 +175,6 @@ int LineRunner::EndOfLoad(const ViewEvent& line, const LoadNotes& notes, LoadSta
     state = after;
   }
   display_.EndProgress();
-  if (state.IsRefused()) {
-    display_.Notice(notes.RefusedText(state));
-    return kCommandFailed;
-  }
   if (pump_.News().lostEpoch > line.epoch) {
     display_.Notice(notes.LinkLostText(state));
     return kNotConnected;
@@ -138,11 +188,35 @@ int LineRunner::EndOfLoad(const ViewEvent& line, const LoadNotes& notes, LoadSta
   return kNoAnswer;
 }
 
-// Nobody waits for it: the module's thread may be busy, and a user who wants to stop does not want
-// to see that.
+int LineRunner::ConfirmedStatus(const LoadNotes& notes, const LoadState& state) {
+  if (state.IsStored()) return kDone;
+  display_.EndProgress();
+  if (state.IsOpenQuestion()) {
+    display_.Notice(notes.UnclearText(state));
+    return kUnclear;
+  }
+  display_.Notice(state.IsRefused() ? notes.RefusedText(state) : notes.DeniedText(state));
+  return kCommandFailed;
+}
+
+// Until the module has ended the load its next chunk may go out, so what became of the file is said
+// afterwards. A thread of the module's that is busy for long is not waited for by somebody who
+// wants to stop.
 void LineRunner::StopLoad(const LoadNotes& notes) {
-  facade_.Ask(++number_, [](FacadeThread& here, ViewEvent&) { here.ReloadCatalogue(); });
-  display_.Notice(notes.StoppedText(watch_.Load()));
+  const auto ended = std::make_shared<std::promise<void>>();
+  facade_.Ask(++number_, [ended](FacadeThread& here, ViewEvent&) {
+    here.ReloadCatalogue();
+    ended->set_value();
+  });
+  const bool isOver = ended->get_future().wait_for(kStopTime) == std::future_status::ready;
+  display_.Notice(notes.StoppedText(watch_.Load(), isOver));
+}
+
+void LineRunner::StopLeftLoad() {
+  const std::string path = watch_.TakeLeftLoad();
+  if (path.empty()) return;
+  StopLoad(LoadNotes(path, std::nullopt, Clock::now()));
+  loadPath_.clear();
 }
 
 int LineRunner::VerifyLoad(const LoadNotes& notes, const std::string& mappedPath) {

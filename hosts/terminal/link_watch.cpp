@@ -78,6 +78,7 @@ void LinkWatch::BeginLine(std::uint64_t line) {
   open_ = 0;
   linkDown_ = !up_;
   result_ = 0;
+  isUnclear_ = false;
   answer_.Begin();
   recorder_.Begin(line);
   isLastPieceWhole_ = false;
@@ -88,6 +89,7 @@ void LinkWatch::Describe(ViewEvent& event) const {
   event.posts = static_cast<std::uint32_t>(posts_.size());
   event.answered = !posts_.empty() && open_ == 0;
   event.result = result_;
+  event.isUnclear = isUnclear_;
   event.linkDown = linkDown_;
   event.epoch = lineEpoch_;
   event.channelPosted = answer_.GetState() != ChannelAnswer::State::kNothingPosted;
@@ -128,25 +130,67 @@ void LinkWatch::BeginLoad(std::uint32_t cmdId) {
   load_.BeginLine(cmdId);
 }
 
+bool LinkWatch::IsLoadOpen() const {
+  const std::lock_guard lock(mutex_);
+  return load_.IsOpen();
+}
+
 void LinkWatch::CloseLoad() {
   const std::lock_guard lock(mutex_);
   load_.Close();
 }
 
-void LinkWatch::LeaveLoad(const std::string& path) {
+void LinkWatch::LeaveLoad(const std::string& path, bool isToVerify) {
   const std::lock_guard lock(mutex_);
   leftLoad_ = path;
+  isLeftToVerify_ = isToVerify;
   TellLeftLoad();
+  if (!load_.IsOpen()) EndLeftLoad(&LoadNotes::EndedText);
+}
+
+std::string LinkWatch::TakeLeftLoad() {
+  const std::lock_guard lock(mutex_);
+  return std::exchange(leftLoad_, {});
 }
 
 void LinkWatch::TellLeftLoad() {
-  const LoadState& state = load_.State();
-  if (leftLoad_.empty() || !(state.IsStored() || state.IsRefused())) return;
+  if (!load_.State().HasEnded()) return;
+  EndLeftLoad([this](const LoadNotes& notes, const LoadState& state) {
+    return notes.LateText(state, isLeftToVerify_);
+  });
+}
+
+void LinkWatch::EndLeftLoad(const LoadText& text) {
+  if (leftLoad_.empty()) return;
+  const LoadNotes notes(std::exchange(leftLoad_, {}), std::nullopt, {});
   ViewEvent event;
   event.kind = ViewEvent::Kind::kWarning;
-  event.text = LateLoadText(leftLoad_, state.IsStored());
-  leftLoad_.clear();
+  event.text = text(notes, load_.State());
   queue_.Push(std::move(event));
+}
+
+void LinkWatch::OnReload() {
+  const std::lock_guard lock(mutex_);
+  due_.Restart();
+  EndLeftLoad(
+      [](const LoadNotes& notes, const LoadState& state) { return notes.StoppedText(state); });
+  load_.Close();
+}
+
+void LinkWatch::OnLoadFailure() {
+  const std::lock_guard lock(mutex_);
+  EndLeftLoad(&LoadNotes::EndedText);
+  load_.Close();
+}
+
+bool LinkWatch::IsOldLoadDue() const {
+  const std::lock_guard lock(mutex_);
+  return due_.IsOldDue(load_.CmdId());
+}
+
+void LinkWatch::GiveUpOldLoad() {
+  const std::lock_guard lock(mutex_);
+  due_.GiveUpOld(load_.CmdId());
 }
 
 LoadState LinkWatch::Load() const {
@@ -204,7 +248,11 @@ void LinkWatch::OnState(const devlink::StateChange& change) {
     changed = up_ != connected;
     up_ = connected;
     if (changed) ++epoch_;
-    if (changed && !connected) load_.Close();
+    if (changed) due_.Clear();
+    if (changed && !connected) {
+      EndLeftLoad(&LoadNotes::LinkLostText);
+      load_.Close();
+    }
     event.epoch = epoch_;
   }
   if (changed) onConnected_(connected);
@@ -230,7 +278,10 @@ void LinkWatch::OnMessage(const devlink::TapMessage& message) {
     if (message.kind != MessageKind::kCnf) return;
     const std::lock_guard lock(mutex_);
     recorder_.ConfirmationRead(message.cmdId, message.tag, message.readAt);
-    if (load_.Confirmed(message.cmdId, message.tag, message.resultCode)) hasLoadEnded_ = true;
+    if (load_.Confirmed(message.cmdId, message.tag, message.resultCode,
+                        {message.body, message.bodyLengthBytes})) {
+      hasLoadEnded_ = true;
+    }
     return;
   }
   const Channel channel = ChannelOfPost(message.kind, message.cmdId);
@@ -238,17 +289,10 @@ void LinkWatch::OnMessage(const devlink::TapMessage& message) {
   if (!isRequest && channel == Channel::kNone) return;
   const std::lock_guard lock(mutex_);
   if (std::this_thread::get_id() != runner_) return;
-  if (isRequest) {
-    if (load_.Posted(message.cmdId, message.tag, {message.body, message.bodyLengthBytes})) {
-      hasLoadEnded_ = false;
-      leftLoad_.clear();
-    }
-  }
+  if (isRequest) Posted(message);
   if (!collecting_) return;
   latest_ = std::chrono::steady_clock::now();
   if (isRequest) {
-    posts_.push_back({message.cmdId, message.tag, false});
-    ++open_;
     recorder_.Posted(message.cmdId, message.tag, {message.body, message.bodyLengthBytes}, latest_);
   } else {
     recorder_.TextPosted(latest_);
@@ -260,9 +304,22 @@ void LinkWatch::OnMessage(const devlink::TapMessage& message) {
   lineEpoch_ = epoch_;
 }
 
+void LinkWatch::Posted(const devlink::TapMessage& message) {
+  const bool isUnclear = !due_.Posted(message.cmdId, message.tag);
+  if (load_.Posted(message.cmdId, message.tag, {message.body, message.bodyLengthBytes},
+                   isUnclear)) {
+    hasLoadEnded_ = false;
+    leftLoad_.clear();
+  }
+  if (!collecting_) return;
+  posts_.push_back({message.cmdId, message.tag, false, isUnclear});
+  ++open_;
+}
+
 void LinkWatch::OnPostFailed(std::uint16_t tag, std::uint32_t cmdId, std::uint32_t status) {
   const std::lock_guard lock(mutex_);
   if (std::this_thread::get_id() != runner_) return;
+  due_.Failed(cmdId, tag);
   load_.PostFailed(cmdId, tag);
   if (!collecting_) return;
   if (status == result::kLinkDown || status == result::kNotConnected) linkDown_ = true;
@@ -282,10 +339,14 @@ bool LinkWatch::Confirm(const ReceivedPacket& record) {
   });
   if (post == posts_.end()) return false;
   post->confirmed = true;
+  if (post->isUnclear) isUnclear_ = true;
   if (result_ == 0) result_ = record.resultCode;
   recorder_.ConfirmationHandedOver(record.cmdId, record.tag, record.resultCode,
                                    {record.body, record.bodyLengthBytes},
                                    std::chrono::steady_clock::now());
+  if (question_ != 0 && record.cmdId == question_) {
+    questionBody_.assign(record.body, record.body + record.bodyLengthBytes);
+  }
   return --open_ == 0;
 }
 
@@ -330,9 +391,7 @@ void LinkWatch::OnHandedOver(const ReceivedPacket* records, std::uint32_t count)
     for (std::uint32_t i = 0; i < count; ++i) {
       const ReceivedPacket& record = records[i];
       if (record.isInd != 0) continue;
-      if (record.cmdId == question_ && question_ != 0) {
-        questionBody_.assign(record.body, record.body + record.bodyLengthBytes);
-      }
+      due_.Answered(record.cmdId, record.tag);
       if (!posts_.empty() && Confirm(record)) lastConfirmed = true;
     }
     const bool hasProgress = ReadChannels(records, count);

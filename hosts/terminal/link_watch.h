@@ -22,8 +22,10 @@
 #include <vector>
 
 #include "hosts/terminal/channel_answer.h"
+#include "hosts/terminal/due_answers.h"
 #include "hosts/terminal/line_record.h"
 #include "hosts/terminal/link_life.h"
+#include "hosts/terminal/load_notes.h"
 #include "hosts/terminal/load_progress.h"
 #include "hosts/terminal/view_queue.h"
 #include "platform/devlink/link_observer.h"
@@ -58,11 +60,23 @@ class LinkWatch final : public devlink::LinkObserver {
   // The line that is about to run loads a file with this command.
   void BeginLoad(std::uint32_t cmdId);
   LoadState Load() const;
+  // Whether the module has a load open, as far as can be seen from here.
+  bool IsLoadOpen() const;
   // The load is over, for the module too.
   void CloseLoad();
-  // Nobody waits for the load any longer, which a late confirmation may still move: its end is then
-  // told as a warning of the queue.
-  void LeaveLoad(const std::string& path);
+  // Nobody waits for the load any longer, which a late confirmation may still move: its end,
+  // whatever it is, is then told as a warning of the queue.
+  void LeaveLoad(const std::string& path, bool isToVerify);
+  // The path of such a load, whose end is then not told here; empty when there is none.
+  std::string TakeLeftLoad();
+  // The module works with a new controller: its numbers begin anew, and no load is open.
+  void OnReload();
+  // The module said that a load failed.
+  void OnLoadFailure();
+  // Whether the device still owes an answer to a load of before the last reload, which could be
+  // taken for the answer to a new one.
+  bool IsOldLoadDue() const;
+  void GiveUpOldLoad();
   // The line that is about to run is the console's own question: its good answer is not shown but
   // kept for TakeAnswer.
   void BeginQuestion(std::uint32_t cmdId);
@@ -102,14 +116,21 @@ class LinkWatch final : public devlink::LinkObserver {
     std::uint32_t cmdId;
     std::uint16_t tag;
     bool confirmed;
+    bool isUnclear;  // its confirmation may be that of an older post
   };
 
+  // True when it was the last one that the line waits for.
   bool Confirm(const ReceivedPacket& record);
   // Whether the console has to look at the channels' progress again.
   bool ReadChannels(const ReceivedPacket* records, std::uint32_t count);
   void Describe(ViewEvent& event) const;
+  // Of a request on its way to the device.
+  void Posted(const devlink::TapMessage& message);
   // Says how a load ended that was left.
   void TellLeftLoad();
+  // Says that it was ended from here.
+  using LoadText = std::function<std::string(const LoadNotes& notes, const LoadState& state)>;
+  void EndLeftLoad(const LoadText& text);
   bool HidesConfirmation(const ReceivedPacket& record) const;
   // Whether the text that comes now may be this record's, the first that is not shown yet.
   bool MayShow(const ReceivedPacket& record, std::string_view text, bool isLast) const;
@@ -134,13 +155,16 @@ class LinkWatch final : public devlink::LinkObserver {
   std::size_t open_ = 0;
   bool linkDown_ = false;
   std::uint32_t result_ = 0;
+  bool isUnclear_ = false;
+  DueAnswers due_;
   ChannelAnswer answer_;
   LineRecorder recorder_;
   std::chrono::steady_clock::time_point latest_;
   bool isLastPieceWhole_ = false;  // of the controller's text
   bool hidesLoads_ = false;
   LoadProgress load_;
-  std::string leftLoad_;        // the path of a load that was left; empty: none
+  std::string leftLoad_;  // the path of a load that was left; empty: none
+  bool isLeftToVerify_ = false;
   bool hasLoadEnded_ = false;   // and its end was not handed over yet
   std::uint32_t question_ = 0;  // command id; 0: there is none
   std::vector<std::uint8_t> questionBody_;

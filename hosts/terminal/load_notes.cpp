@@ -48,6 +48,8 @@ std::string LoadNotes::Figures(const LoadState& state, Clock::time_point now) co
   const std::uint64_t done = BytesOf(state.confirmed);
   const std::uint64_t all = BytesOf(state.count);
   const std::uint64_t sent = done - std::min(done, BytesOf(state.first));
+  // A file whose size says nothing has no end to count to.
+  if (state.count == 0) return std::to_string(state.confirmed * kChunkBytes) + " bytes";
   std::string text = std::to_string(Percent(state)) + " %, " + std::to_string(done) + " of " +
                      std::to_string(all) + " bytes";
   const double seconds = Seconds(now - begin_);
@@ -68,23 +70,34 @@ std::string LoadNotes::Line(const LoadState& state, Clock::time_point now) const
   return "kiv: ldnv " + Figures(state, now) + "\n";
 }
 
-std::string LoadNotes::StoredText(const LoadState& state, Clock::time_point now) const {
+std::string LoadNotes::StoredText(const LoadState& state, Clock::time_point now,
+                                  bool isPadded) const {
   const std::uint64_t sent = BytesOf(state.count) - BytesOf(state.first);
+  const std::uint64_t padded = state.count * kChunkBytes;
   const double seconds = Seconds(now - begin_);
-  return "kiv: stored: " + path_ + ", " + std::to_string(BytesOf(state.count)) + " bytes in " +
-         TimeText(seconds) +
+  return (isPadded && padded != BytesOf(state.count)
+              ? "kiv: stored, padded to " + std::to_string(padded) + " bytes: "
+              : "kiv: stored: ") +
+         path_ + ", " + std::to_string(BytesOf(state.count)) + " bytes in " + TimeText(seconds) +
          (seconds > 0 ? ", " + Rate(static_cast<double>(sent) / seconds) : std::string()) + "\n";
 }
 
 // Where it stopped, for a person who wants to know how much was lost.
 std::string LoadNotes::Standing(const LoadState& state) const {
-  return std::to_string(state.confirmed) + " of " + std::to_string(state.count) + " chunks";
+  const std::string count = state.count == 0 ? "" : " of " + std::to_string(state.count);
+  return std::to_string(state.confirmed) + count + " chunks";
+}
+
+std::string LoadNotes::ChunkOut(const LoadState& state) const {
+  const std::string count = state.count == 0 ? "" : " of " + std::to_string(state.count);
+  return "chunk " + std::to_string(state.index + 1) + count;
 }
 
 std::string LoadNotes::Fate(const LoadState& state) const {
-  const bool isLastOut = state.isWaiting && state.index + 1 == state.count;
-  return path_ +
-         (isLastOut ? " may be stored, the answer to its last chunk is missing" : " is not stored");
+  if (state.IsStored()) return path_ + " is stored";
+  if (!state.IsOpenQuestion()) return path_ + " is not stored";
+  return path_ + (state.isWaiting ? " may be stored, the answer to its last chunk is missing"
+                                  : " may be stored, the answer may be to a load before it");
 }
 
 std::string LoadNotes::OtherPathText(const std::string& other) const {
@@ -92,13 +105,34 @@ std::string LoadNotes::OtherPathText(const std::string& other) const {
          " waited for its answer and goes on\n";
 }
 
-std::string LoadNotes::NothingSentText() const {
-  return "kiv: " + path_ + " is empty: nothing was sent\n";
+std::string LoadNotes::NotSentText() const { return "kiv: " + path_ + " is not sent\n"; }
+
+std::string LoadNotes::WaitsText() const {
+  return "kiv: " + path_ + " waits for the answer to the load before it\n";
+}
+
+std::string LoadNotes::NothingSentText(std::uint64_t readBytes) const {
+  if (readBytes == 0) return "kiv: " + path_ + " is empty: nothing was sent\n";
+  const std::string read = std::to_string(readBytes) + " bytes";
+  if (!sizeBytes_ || *sizeBytes_ == readBytes) {
+    return "kiv: " + path_ + " has " + read + ", but nothing was sent\n";
+  }
+  return "kiv: " + path_ + " has " + read + " where its size says " + std::to_string(*sizeBytes_) +
+         ": nothing was sent\n";
+}
+
+std::string LoadNotes::NotCarriedText(std::uint64_t chunks, std::uint64_t most) const {
+  if (most == 0) {
+    return "kiv: " + path_ +
+           " is not sent: ldnv of this catalogue does not begin with an index, a "
+           "count and 2048 bytes\n";
+  }
+  return "kiv: " + path_ + " is not sent: it has " + std::to_string(chunks) +
+         " chunks, and ldnv of this catalogue counts to " + std::to_string(most) + "\n";
 }
 
 std::string LoadNotes::NoAnswerText(const LoadState& state, std::uint32_t waitMs) const {
-  return "kiv: no answer to chunk " + std::to_string(state.index + 1) + " of " +
-         std::to_string(state.count) + " within " + std::to_string(waitMs) +
+  return "kiv: no answer to " + ChunkOut(state) + " within " + std::to_string(waitMs) +
          " ms; the same line sends it again\n";
 }
 
@@ -107,16 +141,31 @@ std::string LoadNotes::LinkLostText(const LoadState& state) const {
 }
 
 std::string LoadNotes::RefusedText(const LoadState& state) const {
-  return "kiv: the device refused chunk " + std::to_string(state.index + 1) + " of " +
-         std::to_string(state.count) + "; " + path_ + " is not stored\n";
+  return "kiv: the device refused " + ChunkOut(state) + "; " + path_ + " is not stored\n";
 }
 
 std::string LoadNotes::EndedText(const LoadState& state) const {
-  return "kiv: the load ended behind " + Standing(state) + "; " + path_ + " is not stored\n";
+  return "kiv: the load ended behind " + Standing(state) + "; " + Fate(state) + "\n";
 }
 
-std::string LoadNotes::StoppedText(const LoadState& state) const {
-  return "kiv: the load was stopped behind " + Standing(state) + "; " + Fate(state) + "\n";
+std::string LoadNotes::StoppedText(const LoadState& state, bool isOver) const {
+  const bool isKnown = isOver || state.HasEnded();
+  return "kiv: the load was stopped behind " + Standing(state) + "; " +
+         (isKnown ? Fate(state) : path_ + " may be stored, the load has not ended yet") + "\n";
+}
+
+std::string LoadNotes::UnclearText(const LoadState& state) const {
+  return "kiv: " + Fate(state) + "\n";
+}
+
+std::string LoadNotes::DeniedText(const LoadState& state) const {
+  return "kiv: the device took all " + std::to_string(state.count) + " chunks of " + path_ +
+         ", but does not say that it is stored\n";
+}
+
+std::string LoadNotes::LateText(const LoadState& state, bool isToVerify) const {
+  return "kiv: the answer came late: " + Fate(state) +
+         (isToVerify && state.IsStored() ? ", not verified\n" : "\n");
 }
 
 std::string LoadNotes::VerifiedText(const std::string& sha256) const {

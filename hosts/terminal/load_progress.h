@@ -24,11 +24,20 @@ struct LoadState {
   std::uint32_t result = 0;     // of the confirmation that ended the load, if it did not go well
   std::chrono::steady_clock::time_point latest = {};  // the last post or confirmation
   bool isHandedOver = true;  // whether the confirmation that ended the load has been
+  // Another post with the number of the last one has no answer either: whose the confirmation is
+  // that came, nobody knows.
+  bool isUnclear = false;
+  bool isDenied = false;  // the last confirmation says, in so many words, that nothing is stored
 
+  bool IsAtLastChunk() const { return index + 1 == count; }
   // Ended by its last confirmation, good or bad.
-  bool IsStored() const { return count > 0 && result == 0 && confirmed == count; }
+  bool HasEnded() const { return IsRefused() || (count > 0 && confirmed == count); }
   bool IsRefused() const { return result != 0; }
-  bool HasEnded() const { return IsStored() || IsRefused(); }
+  bool IsStored() const { return HasEnded() && result == 0 && !isUnclear && !isDenied; }
+  // Nothing that came or is missing says whether the device has the file: all chunks are out.
+  bool IsOpenQuestion() const {
+    return isPosted && IsAtLastChunk() && (isWaiting || (isUnclear && HasEnded()));
+  }
 };
 
 // One load at a time.
@@ -42,21 +51,26 @@ class LoadProgress {
   void EndLine() { isFirst_ = false; }
   // The load is given up: what is posted next is not its rest.
   void Close() { isClosed_ = true; }
+  // A chunk of it is out or confirmed, it did not end, and was not given up.
+  bool IsOpen() const { return state_.isPosted && !isClosed_ && !state_.HasEnded(); }
   std::uint32_t CmdId() const { return cmdId_; }
   const LoadState& State() const { return state_; }
 
-  // True when it is the first of its line.
-  bool Posted(std::uint32_t cmdId, std::uint16_t tag, std::span<const std::uint8_t> body);
+  // True when it is the first of its line. With `isUnclear` its number does not tell its
+  // confirmation from that of an older post.
+  bool Posted(std::uint32_t cmdId, std::uint16_t tag, std::span<const std::uint8_t> body,
+              bool isUnclear = false);
   // The post could not be written.
   void PostFailed(std::uint32_t cmdId, std::uint16_t tag);
   // True when that ended the load.
-  bool Confirmed(std::uint32_t cmdId, std::uint16_t tag, std::uint32_t resultCode);
+  bool Confirmed(std::uint32_t cmdId, std::uint16_t tag, std::uint32_t resultCode,
+                 std::span<const std::uint8_t> body = {});
 
  private:
   void BeginLoad(std::span<const std::uint8_t> body);
-  bool IsOpen() const {
-    return state_.isPosted && !isClosed_ && !state_.IsStored() && !state_.IsRefused();
-  }
+  // Of a chunk that the module sends by itself.
+  void SendNext(std::span<const std::uint8_t> body);
+  bool IsDenial(std::span<const std::uint8_t> body) const;
   bool IsLast(std::uint32_t cmdId, std::uint16_t tag) const {
     return state_.isWaiting && cmdId == cmdId_ && tag == tag_;
   }
@@ -65,6 +79,7 @@ class LoadProgress {
   std::uint16_t tag_ = 0;
   bool isFirst_ = false;  // the next post is
   bool isClosed_ = false;
+  std::size_t indexBytes_ = 0;  // width of the index that a body begins with; 0: not known
   LoadState state_;
 };
 

@@ -54,6 +54,7 @@ struct ViewEvent {
   std::uint32_t posts = 0;     // requests posted, of which the device confirms each
   bool answered = false;       // all of them are confirmed
   std::uint32_t result = 0;    // first confirmation result that is not 0
+  bool isUnclear = false;      // a confirmation may be that of a post before the line
   bool channelPosted = false;  // by a text channel
   // kReply, of a line that a channel took: it told the user something, or bad news, by itself.
   bool channelSpoke = false;

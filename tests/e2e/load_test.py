@@ -308,17 +308,26 @@ class TerminalCase(LoadCase):
 
 class LoadOnATerminal(TerminalCase):
     def test_ctrl_c_stops_the_load_and_the_next_one_begins_anew(self):
-        stuck = [True]
-        flash = Flash(lambda _, __, index: stuck[0] and index == 3)
+        stuck = []
+
+        def hold_first(_, head, index):
+            if index != 3 or stuck:
+                return False
+            stuck.append(head)
+            return True
+
+        flash = Flash(hold_first)
         path = self.file(9 * CHUNK)
-        self.open(self.device(flash).endpoint)
+        device = self.device(flash)
+        self.open(device.endpoint)
         os.write(self.master, f"ldnv {path}\n".encode())
         row = self.read_until(r"\[######-+\] 33 %, 6144 of 18432 bytes")
         self.assertNotIn("chunk_index", row)
         self.process.send_signal(signal.SIGINT)
         self.read_until(r"kiv: the load was stopped behind 3 of 9 chunks; \S+ is not stored\r\n.*kiv> ")
-        stuck[0] = False
         os.write(self.master, f"ldnv {path}\n".encode())
+        self.read_until(r"kiv: \S+ waits for the answer to the load before it\r\n")
+        device.confirm(stuck[0], struct.pack("<HHB", 3, 9, RECEIVING))
         text = self.read_until(r"kiv: stored: \S+, 18432 bytes in .*kiv> ")
         self.assertNotIn("chunk_index", text)
         self.assertEqual([chunk[0] for chunk in flash.chunks], [0, 1, 2, 3, *range(9)])

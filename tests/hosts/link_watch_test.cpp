@@ -340,6 +340,112 @@ TEST_F(LinkWatchTest, ANoticeIsEscaped) {
   EXPECT_EQ(Events().at(0).text, "oops\\x1b[0m");
 }
 
+TEST_F(LinkWatchTest, ALineWhoseNumberWasDueBeforeTheReloadIsAnsweredUnclearly) {
+  Up();
+  watch.BeginLine(1);
+  Post(5, 1);
+  End();
+  watch.Abandon();
+  watch.OnReload();
+  watch.BeginLine(2);
+  Post(5, 1);
+  EXPECT_FALSE(End().isUnclear);
+  Events();
+  HandOver({Cnf(5, 1)});
+  EXPECT_TRUE(Events().at(0).isUnclear);
+  watch.BeginLine(3);
+  Post(5, 2);
+  End();
+  HandOver({Cnf(5, 2)});
+  EXPECT_FALSE(Events().at(0).isUnclear);
+}
+
+TEST_F(LinkWatchTest, AnAnswerToALoadOfBeforeTheReloadIsDueUntilItComesOrTheLinkGoes) {
+  Up();
+  const auto loadOnce = [this] {
+    watch.BeginLoad(5);
+    watch.BeginLine(1);
+    Post(5, 1);
+    End();
+    watch.OnReload();
+  };
+  EXPECT_FALSE(watch.IsOldLoadDue());
+  loadOnce();
+  EXPECT_TRUE(watch.IsOldLoadDue());
+  HandOver({Cnf(5, 1)});
+  EXPECT_FALSE(watch.IsOldLoadDue());
+  loadOnce();
+  watch.GiveUpOldLoad();
+  EXPECT_FALSE(watch.IsOldLoadDue());
+  loadOnce();
+  EXPECT_TRUE(watch.IsOldLoadDue());
+  Down();
+  EXPECT_FALSE(watch.IsOldLoadDue());
+}
+
+TEST_F(LinkWatchTest, ALoadThatWasLeftSaysOnceHowItWasEnded) {
+  const auto leave = [this] {
+    Up();
+    watch.BeginLoad(5);
+    watch.BeginLine(1);
+    Post(5, 1);
+    End();
+    watch.LeaveLoad("f.bin", false);
+    Events();
+  };
+  leave();
+  watch.OnReload();
+  watch.OnReload();
+  auto events = Events();
+  ASSERT_EQ(events.size(), 1u);
+  EXPECT_EQ(events[0].text, "kiv: the load was stopped behind 0 chunks; f.bin is not stored\n");
+  leave();
+  watch.OnLoadFailure();
+  watch.OnLoadFailure();
+  events = Events();
+  ASSERT_EQ(events.size(), 1u);
+  EXPECT_EQ(events[0].text, "kiv: the load ended behind 0 chunks; f.bin is not stored\n");
+  leave();
+  Down();
+  events = Events();
+  ASSERT_EQ(events.size(), 2u);
+  EXPECT_EQ(events[0].text, "kiv: the link was lost behind 0 chunks; f.bin is not stored\n");
+  leave();
+  EXPECT_EQ(watch.TakeLeftLoad(), "f.bin");
+  EXPECT_EQ(watch.TakeLeftLoad(), "");
+  watch.OnReload();
+  EXPECT_TRUE(Events().empty());
+}
+
+TEST_F(LinkWatchTest, ALoadThatFailedBeforeItWasLeftSaysSoThen) {
+  Up();
+  watch.BeginLoad(5);
+  watch.BeginLine(1);
+  Post(5, 1);
+  End();
+  watch.OnLoadFailure();
+  Events();
+  watch.LeaveLoad("f.bin", false);
+  EXPECT_EQ(Events().at(0).text, "kiv: the load ended behind 0 chunks; f.bin is not stored\n");
+}
+
+TEST_F(LinkWatchTest, OnlyTheAnswerToTheQuestionItselfIsKept) {
+  Up();
+  watch.BeginQuestion(5);
+  watch.BeginLine(1);
+  Post(5, 2);
+  End();
+  ReceivedPacket late = Answer(5, "late");
+  late.isInd = 0;
+  late.tag = 1;
+  ReceivedPacket own = Answer(5, "own");
+  own.isInd = 0;
+  own.tag = 2;
+  HandOver({own, late});
+  const LinkWatch::Answer answer = watch.TakeAnswer();
+  EXPECT_EQ(std::string(answer.body.begin(), answer.body.end()), "own");
+}
+
 TEST_F(LinkWatchTest, TellsAControllersTextFromAShellsByTheBatchThatHasIt) {
   const std::vector<ReceivedPacket> records = {
       Answer(0xA012, "same"),   Answer(0x7E0C, "same"), Answer(0xA011, "OK"),

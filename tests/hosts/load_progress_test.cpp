@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "hosts/terminal/load_layout.h"
 #include "hosts/terminal/stored_file.h"
 #include "platform/base/bench_setup.h"
 #include "platform/catalogue/cmd_database.h"
@@ -173,6 +174,91 @@ TEST_F(LoadProgressTest, WithoutALoadAndOfOtherCommandsNothingIsCounted) {
   load.BeginLine(kLoad);
   load.Posted(kInfo, 1, {});
   EXPECT_FALSE(load.State().isPosted);
+}
+
+// Index, count, state.
+std::vector<std::uint8_t> Confirmation(std::uint8_t index, std::uint8_t count, std::uint8_t state) {
+  return {index, 0, count, 0, state};
+}
+
+TEST_F(LoadProgressTest, ADeviceThatConfirmsAheadLosesNoChunkOfTheCount) {
+  load.BeginLine(kLoad);
+  load.Posted(kLoad, 1, Chunk(0, 3));
+  load.Posted(kLoad, 2, Chunk(1, 3));  // its confirmation had come before it, and moved the module
+  EXPECT_EQ(load.State().index, 1u);
+  EXPECT_EQ(load.State().confirmed, 1u);
+  load.Posted(kLoad, 3, Chunk(2, 3));
+  EXPECT_EQ(load.State().confirmed, 2u);
+  EXPECT_TRUE(load.State().IsOpenQuestion());
+  EXPECT_TRUE(load.Confirmed(kLoad, 3, 0));
+  EXPECT_TRUE(load.State().IsStored());
+}
+
+TEST_F(LoadProgressTest, AConfirmationThatMayBeAnothersSaysNothingOfTheFile) {
+  load.BeginLine(kLoad);
+  load.Posted(kLoad, 1, Chunk(0, 1), true);
+  EXPECT_TRUE(load.Confirmed(kLoad, 1, 0, Confirmation(0, 1, 2)));
+  EXPECT_FALSE(load.State().IsStored());
+  EXPECT_TRUE(load.State().IsOpenQuestion());
+  load.BeginLine(kLoad);
+  load.Posted(kLoad, 2, Chunk(0, 1), true);
+  EXPECT_TRUE(load.Confirmed(kLoad, 2, 719));
+  EXPECT_TRUE(load.State().IsOpenQuestion());
+}
+
+TEST_F(LoadProgressTest, OnlyTheLastChunksConfirmationHasToBeItsOwn) {
+  load.BeginLine(kLoad);
+  load.Posted(kLoad, 1, Chunk(0, 2), true);
+  EXPECT_FALSE(load.Confirmed(kLoad, 1, 0));
+  load.Posted(kLoad, 2, Chunk(1, 2));
+  EXPECT_TRUE(load.Confirmed(kLoad, 2, 0));
+  EXPECT_TRUE(load.State().IsStored());
+}
+
+TEST_F(LoadProgressTest, ALastConfirmationWhoseStateIsNotStoredIsADenial) {
+  struct Row {
+    std::vector<std::uint8_t> body;
+    bool isStored;
+  };
+  const Row rows[] = {
+      {Confirmation(1, 2, 2), true},
+      {Confirmation(1, 2, 1), false},
+      {Confirmation(1, 2, 0), false},
+      // Of other chunks, too short, too long: result 0 is all that is said of this one.
+      {Confirmation(0, 2, 1), true},
+      {Confirmation(1, 3, 1), true},
+      {{}, true},
+      {{1, 0, 2, 0}, true},
+      {std::vector<std::uint8_t>(100), true},
+  };
+  for (const Row& row : rows) {
+    LoadProgress one;
+    one.BeginLine(kLoad);
+    one.Posted(kLoad, 1, Chunk(0, 2));
+    one.Confirmed(kLoad, 1, 0, Confirmation(0, 2, 1));
+    one.Posted(kLoad, 2, Chunk(1, 2));
+    EXPECT_TRUE(one.Confirmed(kLoad, 2, 0, row.body));
+    EXPECT_EQ(one.State().IsStored(), row.isStored);
+    EXPECT_FALSE(one.State().IsOpenQuestion());
+  }
+}
+
+TEST_F(LoadProgressTest, TheShippedCommandCountsTo65535ChunksAndCarriesTheLength) {
+  const LoadLayout layout = LoadLayoutOf(kLoad);
+  EXPECT_EQ(layout.mostChunks, 65535u);
+  EXPECT_TRUE(layout.carriesLength);
+}
+
+TEST_F(LoadProgressTest, ACommandWithOtherFieldsTakesNoChunk) {
+  EXPECT_EQ(LoadLayoutOf(kInfo).mostChunks, 0u);
+  EXPECT_EQ(LoadLayoutOf(0).mostChunks, 0u);
+}
+
+TEST(LoadPath, IsWhatStandsBehindTheWordInAnyCase) {
+  EXPECT_EQ(LoadPathOf(L"  LdNv  a b \x0c "), L"a b \x0c");
+  EXPECT_EQ(LoadPathOf(L"ldnv"), L"");
+  EXPECT_FALSE(LoadPathOf(L"ldnvx a"));
+  EXPECT_FALSE(LoadPathOf(L""));
 }
 
 TEST_F(LoadProgressTest, AStoredFileIsReadByTheNamesOfItsFields) {
