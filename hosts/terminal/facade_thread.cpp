@@ -135,7 +135,7 @@ void FacadeThread::TellWatchOfIndications() {
 
 void FacadeThread::RunHere(std::uint64_t number, const std::wstring& line) {
   KeepLine(line);
-  const std::wstring_view word = FirstWord(line);
+  const std::wstring_view word = WordOf(line);
   ViewEvent event;
   event.kind = ViewEvent::Kind::kReply;
   event.isHelp = word == L"help" || word == L"?";

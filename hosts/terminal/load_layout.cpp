@@ -67,7 +67,7 @@ bool IsLoadWord(std::wstring_view word) {
                     });
 }
 
-std::wstring_view FirstWord(std::wstring_view line) {
+std::wstring_view WordOf(std::wstring_view line) {
   line.remove_prefix(std::min(line.find_first_not_of(L' '), line.size()));
   return line.substr(0, line.find(L' '));
 }
@@ -78,7 +78,7 @@ std::wstring_view RestOf(std::wstring_view line) {
 }
 
 std::optional<std::wstring> LoadPathOf(std::wstring_view line) {
-  if (!IsLoadWord(FirstWord(line))) return {};
+  if (!IsLoadWord(WordOf(line))) return {};
   return std::wstring(RestOf(line));
 }
 

@@ -22,7 +22,7 @@ LoadLayout LoadLayoutOf(std::uint32_t cmdId);
 inline constexpr wchar_t kLoadWord[] = L"ldnv";
 bool IsLoadWord(std::wstring_view word);
 // What stands before and behind the first blanks of a line, as the module divides it.
-std::wstring_view FirstWord(std::wstring_view line);
+std::wstring_view WordOf(std::wstring_view line);
 std::wstring_view RestOf(std::wstring_view line);
 // The path as it was typed; nothing for any other line.
 std::optional<std::wstring> LoadPathOf(std::wstring_view line);
