@@ -158,8 +158,8 @@ int Console::RunInteractive() {
       RunLines(next, status);
     }
     if (stops_.IsInterrupted()) {
-      runner_.StopLeftLoad();
       screen_->DropTyped();  // what was typed is not wanted any more
+      runner_.StopLeftLoad();
     }
     stops_.ForgetInterrupt();
   }

@@ -66,7 +66,7 @@ class LateAnswers(TerminalCase):
         os.write(self.master, b"sys_info\n")
         wait_for(lambda: waiting, "the first line waits for its answer")
         self.process.send_signal(signal.SIGINT)
-        self.read_until("kiv> ")
+        self.read_until(r"\^C\r\n.*kiv> ")
         os.write(self.master, b":reload\nsys_info\n")
         self.read_until(r"kiv: what answered 'sys_info' may be the answer to a line before the reload\r\n")
         self.assertEqual(waiting[0].tag, waiting[1].tag)
