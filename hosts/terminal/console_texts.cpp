@@ -149,6 +149,8 @@ std::string WrongValueText(const std::string& name, const std::string& allowed,
 
 std::string NoSettingsText() { return "kiv: there are no settings: their file cannot be read\n"; }
 
+std::string NotWrittenText() { return "kiv: the settings file cannot hold this value\n"; }
+
 std::string NothingFoundText(const std::string& words) {
   return "kiv: no command has '" + words + "' in name or description\n";
 }

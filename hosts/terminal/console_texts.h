@@ -54,6 +54,8 @@ std::string WrongValueText(const std::string& name, const std::string& allowed,
                            const std::string& value);
 // There is no settings file that could be read.
 std::string NoSettingsText();
+// The document has no place for the value.
+std::string NotWrittenText();
 std::string NothingFoundText(const std::string& words);
 std::string MoreFoundText(std::size_t shown, std::size_t found);
 

@@ -67,7 +67,7 @@ void FacadeThread::SettingsChanged(bool isSaved) {
   ApplySettings();
   // A time that runs would go on showing what the user wants to see no more.
   if (settings_->InstantIndMs() == 0) SvcKiv().SetIsEnableInstantInd(false);
-  NoteSaved(isSaved);
+  isUnsaved_ = !isSaved;
   PushSettings();
 }
 

@@ -52,7 +52,7 @@ class FacadeThread {
   // is known of it, and the watch keeps what the device says. False when there is no such command.
   bool AskDevice(const std::wstring& name, ViewEvent& answer);
   // For questions. After a setting was set: it takes effect, and the drawing thread gets the
-  // values. `isSaved`: it is in the file.
+  // values. `isSaved`: it is in the file; else who asks tells it.
   void SettingsChanged(bool isSaved);
   // For questions. Null when the module did not start.
   SettingsKeeper* Settings() { return settings_ ? &*settings_ : nullptr; }

@@ -184,7 +184,10 @@ int Write(ConsoleContext& context, const SettingGroup& group, const std::vector<
   std::string text;
   for (const Change& change : changes) text += Line(*change.row, *context.pump.News().settings);
   context.display.Answer(text);
-  return outcome == SetOutcome::kSaved ? kDone : kCommandFailed;
+  if (outcome == SetOutcome::kSaved) return kDone;
+  context.display.Notice(outcome == SetOutcome::kNotSaved ? SettingsNotSavedText()
+                                                          : NotWrittenText());
+  return kCommandFailed;
 }
 
 }  // namespace

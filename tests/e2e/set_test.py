@@ -3,7 +3,7 @@
 import re
 import unittest
 
-from bench import KIV, SOURCE, BenchCase, wait_for
+from bench import DEADLINE_S, KIV, SOURCE, WAIT_MS, BenchCase, Result, wait_for
 from scripted_device import ScriptedDevice
 from tests.wire import frames
 from typist import Typist
@@ -128,6 +128,20 @@ REPEAT_CMD.VALUE          16777266
         self.assertEqual((result.status, result.out), (1, ""), result)
         self.assertEqual(self.notices(result).count("kiv: there are no settings: their file cannot be read"),
                          2, result)
+
+
+    def test_that_cannot_be_saved_holds_and_is_told_each_time(self):
+        self.run_here("-c", "nonsense")
+        lines = [word for size in (7, 8, "") for word in ("-c", f":set FONT_SIZE {size}")]
+        process = self.start(["/bin/sh", "-c", 'ulimit -f 0 && exec "$0" "$@"', KIV, "--link", self.child(),
+                              "--config-dir", str(self.config), "--wait", WAIT_MS, *lines])
+        out, err = process.communicate(timeout=DEADLINE_S)
+        result = Result(process.returncode, out.decode(), err.decode())
+        self.assertEqual(result.status, 1, result)
+        self.assertEqual([line for line in result.out.splitlines() if line.startswith("FONT")],
+                         [f"FONT_SIZE                 {size}" for size in (7, 8, 8)])
+        told = "kiv: the settings, with the history, could not be saved"
+        self.assertGreaterEqual(self.notices(result).count(told), 2, result)
 
 
 class TwoConsoles(SetCase):
