@@ -48,7 +48,8 @@ typedef struct kiv_load {
 
 // Loads are off.
 void kiv_load_init(kiv_load* load);
-// Turns them on; a negative error number when the folder cannot be had.
+// Turns them on; a negative error number when the folder cannot be had. Its name must stay until
+// the loads are closed.
 int kiv_load_open(kiv_load* load, const char* folder, uint32_t limit_bytes);
 void kiv_load_close(kiv_load* load);
 bool kiv_load_is_on(const kiv_load* load);

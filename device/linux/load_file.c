@@ -29,25 +29,51 @@ static int lock(const kiv_load_file* file) {
 
 static void unlock(const kiv_load_file* file) { (void)flock(file->folder, LOCK_UN); }
 
-int kiv_load_file_open_folder(kiv_load_file* file, const char* folder) {
+// A descriptor, or an error.
+static int open_folder(const char* name) {
   struct stat status;
-  file->folder = open(folder, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-  if (file->folder < 0) return -errno;
+  const int folder = open(name, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  if (folder < 0) return -errno;
   int result = 0;
-  if (fstat(file->folder, &status) != 0) {
+  if (fstat(folder, &status) != 0) {
     result = -errno;
   } else if ((status.st_mode & (S_IWGRP | S_IWOTH)) != 0 && (status.st_mode & S_ISVTX) == 0) {
     result = -EPERM;
   }
-  if (result != 0) {
-    close(file->folder);
-    file->folder = -1;
-    return result;
-  }
+  if (result == 0) return folder;
+  close(folder);
+  return result;
+}
+
+int kiv_load_file_open_folder(kiv_load_file* file, const char* folder) {
+  const int opened = open_folder(folder);
+  if (opened < 0) return opened;
+  file->folder_name = folder;
+  file->folder = opened;
   if (lock(file) == 0) {
     (void)unlinkat(file->folder, KIV_LOAD_FILE_TEMPORARY, 0);
     unlock(file);
   }
+  return 0;
+}
+
+static bool is_one_file(const struct stat* one, const struct stat* other) {
+  return one->st_dev == other->st_dev && one->st_ino == other->st_ino;
+}
+
+// A folder that was removed and made again is another one under the same name. Not while a file is
+// being written.
+static int follow_folder(kiv_load_file* file) {
+  struct stat held;
+  struct stat named;
+  if (fstat(file->folder, &held) == 0 && stat(file->folder_name, &named) == 0 &&
+      is_one_file(&held, &named)) {
+    return 0;
+  }
+  const int opened = open_folder(file->folder_name);
+  if (opened < 0) return opened;
+  close(file->folder);
+  file->folder = opened;
   return 0;
 }
 
@@ -76,6 +102,8 @@ static int reserve(int descriptor, uint64_t size_bytes) {
 
 int kiv_load_file_begin(kiv_load_file* file, uint64_t size_bytes) {
   kiv_load_file_discard(file);
+  const int followed = follow_folder(file);
+  if (followed != 0) return followed;
   const int locked = lock(file);
   if (locked != 0) return locked;
   (void)unlinkat(file->folder, KIV_LOAD_FILE_TEMPORARY, 0);
@@ -163,9 +191,17 @@ static int rename_over(const kiv_load_file* file) {
   return 0;
 }
 
+// Whoever may write to the folder can exchange what stands under a name.
+static int check_name(const kiv_load_file* file, const char* name, const struct stat* written) {
+  struct stat named;
+  if (fstatat(file->folder, name, &named, AT_SYMLINK_NOFOLLOW) != 0) return -errno;
+  return is_one_file(&named, written) ? 0 : -ESTALE;
+}
+
 int kiv_load_file_store(kiv_load_file* file) {
   kiv_stored_file found;
   int result = check_written(file, &found);
+  if (result == 0) result = check_name(file, KIV_LOAD_FILE_TEMPORARY, &found.status);
   if (result == 0) result = rename_over(file);
   if (result != 0) {
     kiv_load_file_discard(file);
@@ -175,6 +211,7 @@ int kiv_load_file_store(kiv_load_file* file) {
   close(file->temporary);
   file->temporary = -1;
   result = sync_whole(file->folder);
+  if (result == 0) result = check_name(file, KIV_LOAD_FILE_NAME, &found.status);
   unlock(file);
   file->stored = found;
   file->has_stored = result == 0;
@@ -183,8 +220,8 @@ int kiv_load_file_store(kiv_load_file* file) {
 
 // A change of name changes the time of the status only.
 static bool is_same(const struct stat* one, const struct stat* other) {
-  return one->st_dev == other->st_dev && one->st_ino == other->st_ino &&
-         one->st_size == other->st_size && one->st_mtim.tv_sec == other->st_mtim.tv_sec &&
+  return is_one_file(one, other) && one->st_size == other->st_size &&
+         one->st_mtim.tv_sec == other->st_mtim.tv_sec &&
          one->st_mtim.tv_nsec == other->st_mtim.tv_nsec;
 }
 
@@ -211,6 +248,10 @@ static int read_stored(kiv_load_file* file, int descriptor, uint64_t limit_bytes
 }
 
 int kiv_load_file_stored(kiv_load_file* file, uint64_t limit_bytes) {
+  if (file->temporary < 0) {
+    const int followed = follow_folder(file);
+    if (followed != 0) return followed;
+  }
   const int descriptor = open_stored(file);
   if (descriptor < 0) return descriptor;
   const int result = read_stored(file, descriptor, limit_bytes);

@@ -105,6 +105,47 @@ TEST_F(Load, StatesAreThoseOfTheCatalogue) {
   EXPECT_EQ(sizeof(kiv_ldnv_req::data), size_t{KIV_LOAD_PART_BYTES});
 }
 
+TEST_F(Load, IsNotStoredWhenAnotherFileStandsUnderTheTemporaryName) {
+  ASSERT_EQ(Whole(older_), kStored);
+  ASSERT_EQ(Take(PartOf(newer_, 0)), kReceiving);
+  fs::rename(folder_ / KIV_LOAD_FILE_TEMPORARY, folder_ / "aside");
+  std::ofstream(folder_ / KIV_LOAD_FILE_TEMPORARY) << "evil";
+  EXPECT_EQ(Take(PartOf(newer_, 1)), Refused(KIV_RESULT_STORAGE_FAILED));
+  EXPECT_EQ(Stored(), older_);
+  EXPECT_FALSE(HasTemporary());
+  EXPECT_EQ(Whole(newer_), kStored);
+  EXPECT_EQ(Stored(), newer_);
+}
+
+TEST_F(Load, IsNotStoredWhenItsTemporaryFileWasTakenAway) {
+  ASSERT_EQ(Take(PartOf(newer_, 0)), kReceiving);
+  fs::remove(folder_ / KIV_LOAD_FILE_TEMPORARY);
+  EXPECT_EQ(Take(PartOf(newer_, 1)), Refused(KIV_RESULT_STORAGE_FAILED));
+  EXPECT_EQ(Stored(), "");
+}
+
+TEST_F(Load, GoesIntoAFolderThatWasMadeAnew) {
+  ASSERT_EQ(Whole(older_), kStored);
+  fs::remove_all(folder_);
+  EXPECT_EQ(Whole(newer_), Refused(KIV_RESULT_STORAGE_FAILED));
+  fs::create_directory(folder_);
+  fs::permissions(folder_, fs::perms::owner_all);
+  bool hasFile = true;
+  kiv_load_progress state = KIV_LOAD_STORED;
+  EXPECT_EQ(kiv_load_info(&load_, &state, &hasFile), 0u);
+  EXPECT_FALSE(hasFile);
+  EXPECT_EQ(Whole(newer_), kStored);
+  EXPECT_EQ(Stored(), newer_);
+}
+
+TEST_F(Load, GoesIntoNoFolderMadeAnewThatOthersMayWriteTo) {
+  fs::remove_all(folder_);
+  fs::create_directory(folder_);
+  fs::permissions(folder_, fs::perms::all);
+  EXPECT_EQ(Whole(newer_), Refused(KIV_RESULT_STORAGE_FAILED));
+  EXPECT_EQ(Stored(), "");
+}
+
 TEST_F(Load, IsForgottenTenSecondsAfterItsLastPart) {
   ASSERT_EQ(Whole(older_), kStored);
   EXPECT_EQ(kiv_load_next_due_ms(&load_), -1);
