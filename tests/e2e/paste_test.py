@@ -2,6 +2,7 @@
 
 import unittest
 
+import sweep
 from typist import PROMPT, Typist
 
 # Each line is in the settings file before it runs, which takes a loaded machine its time.
@@ -9,7 +10,7 @@ LONG_S = 150
 
 
 class Pasting(Typist):
-    COUNT = 1000
+    COUNT = min(1000, sweep.count(1000))
 
     def check_order(self, answers, colon):
         """Every line was echoed at a prompt and answered before the next."""
@@ -19,7 +20,7 @@ class Pasting(Typist):
             expected += [f"{PROMPT}{colon}line{number}", answer]
         self.assertEqual(rows, expected)
 
-    def test_a_bracketed_paste_of_1000_lines_loses_none_and_runs_in_order(self):
+    def test_a_bracketed_paste_of_many_lines_loses_none_and_runs_in_order(self):
         self.open_with_device()
         ends = ("\r", "\n", "\r\n")
         lines = "".join(f"line{number}" + ends[number % 3] for number in range(1, self.COUNT))

@@ -7,6 +7,7 @@ import re
 import unicodedata
 
 SEQUENCE = re.compile(r"\x1b(?:\[([?>]?)([0-9;]*)([@-~])|([()][0AB])|([=>78M])|\]2;([^\x00-\x1f]*)\x07)", re.S)
+PLAIN = re.compile(r"[ -~]+")
 UNFINISHED = re.compile(r"\x1b(?:\[[?>]?[0-9;]*|[()]|\](?:2(?:;[^\x00-\x1f]*)?)?)?$")
 
 
@@ -35,8 +36,8 @@ class ScreenModel:
 
     # What is seen.
 
-    def rows(self):
-        return ["".join(cell for cell in row).rstrip() for row in self.cells]
+    def rows(self, first=0):
+        return ["".join(row).rstrip() for row in self.cells[first:]]
 
     def text(self):
         """All rows, without the empty ones at the end."""
@@ -45,9 +46,6 @@ class ScreenModel:
     @property
     def cursor(self):
         return self.row, self.column
-
-    def behind_cursor_row(self):
-        return self.rows()[self.row + 1:]
 
     @property
     def top(self):
@@ -59,19 +57,25 @@ class ScreenModel:
         self._bytes += data
         text = self._bytes.decode("utf-8", "ignore") if self._is_cut() else self._bytes.decode()
         self._bytes = self._bytes[len(text.encode()):]
-        self._text += text
-        while self._text:
-            if self._text[0] == "\x1b":
-                match = SEQUENCE.match(self._text)
+        text, at = self._text + text, 0
+        self._text = ""
+        while at < len(text):
+            plain = PLAIN.match(text, at)
+            if plain:
+                self._print_plain(plain.group())
+                at = plain.end()
+            elif text[at] == "\x1b":
+                match = SEQUENCE.match(text, at)
                 if not match:
+                    self._text = text[at:]
                     if UNFINISHED.match(self._text):
                         return
                     raise AssertionError(f"unknown sequence {self._text[:20]!r}")
-                self._text = self._text[match.end():]
+                at = match.end()
                 self._sequence(match)
             else:
-                self._character(self._text[0])
-                self._text = self._text[1:]
+                self._character(text[at])
+                at += 1
 
     def _is_cut(self):
         try:
@@ -99,6 +103,16 @@ class ScreenModel:
         else:
             self._print(character)
 
+    def _print_plain(self, text):
+        """Characters of one cell each, a row at a time."""
+        while text:
+            self._wrap_before(1)
+            piece = text[:self.columns - self.column]
+            row = self._padded(self.row, self.column + len(piece))
+            row[self.column:self.column + len(piece)] = piece
+            self._advance(len(piece))
+            text = text[len(piece):]
+
     def _print(self, character):
         wide = width(character)
         if wide == 0:
@@ -107,12 +121,18 @@ class ScreenModel:
                 column -= 1
             self.cells[row][column] += character
             return
+        self._wrap_before(wide)
+        row = self._padded(self.row, self.column + wide)
+        row[self.column:self.column + wide] = [character] + [""] * (wide - 1)
+        self._advance(wide)
+
+    def _wrap_before(self, wide):
         if self.pending_wrap or self.column + wide > self.columns:
             self.wrapped[self.row] = True
             self._down()
             self.column, self.pending_wrap = 0, False
-        row = self._padded(self.row, self.column + wide)
-        row[self.column:self.column + wide] = [character] + [""] * (wide - 1)
+
+    def _advance(self, wide):
         self.column += wide
         if self.column >= self.columns:
             self.column, self.pending_wrap = self.columns - 1, True

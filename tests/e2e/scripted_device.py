@@ -1,10 +1,13 @@
 """A device that does what a test tells it: greets, records what it receives, answers by a function."""
 
 import contextlib
+import fcntl
 import socket
 import struct
+import termios
 import threading
 
+from bench import wait_for
 from tests.wire import frames
 
 def greeting_body(name=b"scripted", fingerprint=b"", versions=(248, 0)):
@@ -24,6 +27,7 @@ class ScriptedDevice:
         self.endpoint = f"unix:{path}"
         self.received = []  # (head, body) of every request
         self.greetings = 0
+        self.probes = 0  # of the host, whether the device is still there
         self._answer, self._name, self._fingerprint, self._greet = answer, name, fingerprint, greet
         self._versions = versions  # variant and product
         self._greets_and_closes = greets_and_closes
@@ -78,6 +82,14 @@ class ScriptedDevice:
             self._sequence += frames_in_it
             self._connection.sendall(line)
 
+    def wait_taken(self):
+        """Until the host has done all there was to do with what was sent: it probes when it has nothing else."""
+        wait_for(lambda: struct.unpack("i", fcntl.ioctl(self._connection, termios.TIOCOUTQ, bytes(4)))[0] == 0,
+                 "the host reads what was sent")
+        probes = self.probes
+        # One may have been on its way already.
+        wait_for(lambda: self.probes >= probes + 2, "the host probes")
+
     def next_sequence(self):
         return self._sequence
 
@@ -114,6 +126,7 @@ class ScriptedDevice:
                     if self._greets_and_closes:
                         return
                 elif head.kind == frames.KEEP_ALIVE:
+                    self.probes += 1
                     self.send(frames.Head(frames.KEEP_ALIVE, tag=head.tag), bytes(20))
                 else:
                     body = payload if head.offset == 0 else body + payload

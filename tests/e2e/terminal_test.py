@@ -5,12 +5,17 @@ import pty
 import re
 import select
 import signal
+import struct
 import time
 import unittest
 
-from bench import DEADLINE_S, KIV, BenchCase
+from bench import DEADLINE_S, KIV, BenchCase, wait_for
+from scripted_device import ScriptedDevice
+from tests.wire import frames
 
 PROMPT = "kiv> "
+AT_ANSWER = 0xA011
+IND_TICK = 0x1311
 
 
 class Terminal(BenchCase):
@@ -21,6 +26,12 @@ class Terminal(BenchCase):
         self.process = self.start([KIV, "--link", self.child(), *arguments], stdin=slave, stdout=slave,
                                   stderr=slave, env=self.environment(TERM=term))
         os.close(slave)
+
+    def device(self, **how):
+        """One that answers nothing."""
+        device = ScriptedDevice(self.folder / "device", lambda device, head, body: None, **how)
+        self.stack.callback(device.close)
+        return device
 
     def read_until(self, pattern):
         deadline = time.monotonic() + DEADLINE_S
@@ -79,12 +90,13 @@ class Terminal(BenchCase):
         self.assertIn("Command 'nonsense' is not exist\n", self.read_until("exist\n" + PROMPT + "$"))
 
     def test_a_text_that_arrives_takes_the_prompts_place(self):
-        self.open()
+        device = self.device()
+        self.open("--link", device.endpoint)
         self.read_until(PROMPT + "$")
         self.wait_connected()
-        self.type("ind_start 1,1000,2\n")
+        device.send(frames.Head(frames.IND, id=IND_TICK), struct.pack("<II", 2, 1000))
         text = self.read_until(r"number += 2 .*" + PROMPT + "$")
-        self.assertRegex(text, re.escape(PROMPT + "\r\x1b[K") + r"\r\n\.number ")
+        self.assertTrue(text.startswith("\r\x1b[K\r\n.number "), text)
 
     def test_a_dumb_terminal_gets_no_escape_sequence(self):
         self.open(term="dumb")
@@ -94,9 +106,7 @@ class Terminal(BenchCase):
         self.assertNotIn("\x1b", self.read_until(r"number += 2 .*" + PROMPT + "$"))
 
     def test_an_interrupt_gives_up_waiting_for_an_answer(self):
-        from scripted_device import ScriptedDevice
-        device = ScriptedDevice(self.folder / "device", lambda d, head, body: None)
-        self.stack.callback(device.close)
+        device = self.device()
         self.open("--link", device.endpoint, "--wait", "600000")
         self.read_until(PROMPT + "$")
         self.wait_connected()
@@ -108,30 +118,32 @@ class Terminal(BenchCase):
         self.assertIn("Command 'nonsense' is not exist\n", self.read_until("exist\n" + PROMPT + "$"))
 
     def test_a_line_that_arrives_in_pieces_takes_the_prompts_place_once(self):
-        from scripted_device import ScriptedDevice
-        from tests.wire import frames
-        device = ScriptedDevice(self.folder / "device", lambda d, head, body: None)
-        self.stack.callback(device.close)
-        self.open("--link", device.endpoint, "--settle", "1500")
+        device = self.device()
+        self.open("--link", device.endpoint, "--settle", "600000")
         self.read_until(PROMPT + "$")
         self.wait_connected()
         for piece in (b"R", b"I", b"NG\r", b"\n"):
-            device.send(frames.Head(frames.IND, id=0xA011), piece)
+            device.send(frames.Head(frames.IND, id=AT_ANSWER), piece)
             if piece == b"I":
                 self.read_until("I$")
         self.assertEqual(self.read_until(PROMPT + "$"), "NG\n" + PROMPT)
-        device.send(frames.Head(frames.IND, id=0xA011), b"half")
+
+    def test_a_text_without_an_end_gets_one_when_no_more_has_come_for_a_while(self):
+        device = self.device()
+        self.open("--link", device.endpoint, "--settle", "1")
+        self.read_until(PROMPT + "$")
+        self.wait_connected()
+        device.send(frames.Head(frames.IND, id=AT_ANSWER), b"half")
         self.assertEqual(self.read_until("half\n" + PROMPT + "$"), "\r\x1b[K\rhalf\n" + PROMPT)
 
     def test_an_empty_line_goes_to_a_device_that_takes_every_line(self):
-        from scripted_device import ScriptedDevice
-        device = ScriptedDevice(self.folder / "device", lambda d, head, body: None, versions=(248, 38))
-        self.stack.callback(device.close)
+        device = self.device(versions=(248, 38))
         self.open("--link", device.endpoint)
         self.read_until(PROMPT + "$")
         self.wait_connected()
         self.type("\n")
         self.read_until(PROMPT + "$")
+        wait_for(lambda: device.received, "the line comes")
         self.assertEqual([body for _, body in device.received], [b"\r\n"])
 
 

@@ -20,6 +20,7 @@ from tests.wire import frames
 
 PROMPT = "kiv> "
 AT_ANSWER = 0xA011
+END_MARK = b"\0end of the output\0"
 # Twice the bench's: a whole conversation may stand behind one look.
 LOOK_S = 2 * DEADLINE_S
 
@@ -53,6 +54,8 @@ class Typist(BenchCase):
         fcntl.ioctl(self.master, termios.TIOCSWINSZ, size)
 
     def resize(self, columns):
+        """Changes the width; `raw` then has what the console writes from now on."""
+        self.raw = b""
         self.screen.resize(columns)
         self.set_size()
 
@@ -75,9 +78,12 @@ class Typist(BenchCase):
             data = os.read(self.master, 65536)
         except OSError:
             return False
+        self.show(data)
+        return bool(data)
+
+    def show(self, data):
         self.raw += data
         self.screen.feed(data)
-        return bool(data)
 
     def wait(self, condition, what="the screen shows it", deadline_s=LOOK_S):
         """Looks until `condition` holds; a text: until the screen ends with it, cursor behind it."""
@@ -90,14 +96,11 @@ class Typist(BenchCase):
                             "\n".join(self.screen.rows()[-60:]))
 
     def ends_with(self, text):
-        rows = self.screen.rows()
-        shown = "\n".join(rows[:self.screen.row] + [rows[self.screen.row].ljust(self.screen.column)])
-        return shown.endswith(text) and not any(self.screen.behind_cursor_row())
-
-    def wait_quiet(self):
-        """Looks until nothing has come for a moment; not for what must have come."""
-        while self.look(0.2):
-            pass
+        """Looks at no more rows than it must: there may be thousands, and each look would cost more."""
+        above = min(text.count("\n"), self.screen.row)
+        rows = self.screen.rows(self.screen.row - above)
+        rows[above] = rows[above].ljust(self.screen.column)
+        return "\n".join(rows[:above + 1]).endswith(text) and not any(rows[above + 1:])
 
     def wait_connected(self):
         """At the prompt, with the link up."""
@@ -108,7 +111,12 @@ class Typist(BenchCase):
         self.marked = self.screen.row
 
     def since(self):
-        return "\n".join(self.screen.rows()[self.marked:]).rstrip("\n")
+        return "\n".join(self.screen.rows(self.marked)).rstrip("\n")
+
+    def wait_since(self, text, row, column):
+        """Until `since()` tells `text`, with the cursor so many rows below its first and at that column."""
+        self.wait(lambda: self.since() == text and self.screen.cursor == (self.marked + row, column),
+                  f"{text}\n at {row}, {column}")
 
     def wait_ended(self):
         """Looks until the console has ended; its status."""
@@ -116,8 +124,14 @@ class Typist(BenchCase):
         while self.process.poll() is None:
             self.look(0.05)
             self.assertLess(time.monotonic(), deadline, "does not end")
-        while self.look(0.05):
-            pass
+        # What it wrote last may still be on its way; what is written now comes behind it.
+        os.write(self.slave, END_MARK)
+        rest = b""
+        while END_MARK not in rest:
+            self.assertLess(time.monotonic(), deadline, "its last output does not come")
+            if select.select([self.master], [], [], 0.05)[0]:
+                rest += os.read(self.master, 65536)
+        self.show(rest.replace(END_MARK, b""))
         return self.process.returncode
 
     def assert_terminal_restored(self):
