@@ -11,7 +11,7 @@ import threading
 import time
 import unittest
 
-from bench import DEADLINE_S, KIV, BenchCase, rows, wait_for
+from bench import DEADLINE_S, KIV, SHORT_WAIT_MS, BenchCase, rows, wait_for
 from scripted_device import ScriptedDevice
 
 CHUNK = 2048
@@ -132,10 +132,10 @@ class Load(LoadCase):
         flash = Flash(losing_one_answer())
         path = self.file(3 * CHUNK)
         device = self.device(flash)
-        done = self.kiv("--wait", "500", "-c", f"ldnv {path}", "-c", f"ldnv {path}",
+        done = self.kiv("--wait", SHORT_WAIT_MS, "-c", f"ldnv {path}", "-c", f"ldnv {path}",
                         link=device.endpoint)
         self.assertEqual(done.status, 3, done)
-        self.assertIn("kiv: no answer to chunk 2 of 3 within 500 ms; the same line sends it again\n",
+        self.assertIn("kiv: no answer to chunk 2 of 3 within 2500 ms; the same line sends it again\n",
                       done.err)
         self.assertRegex(done.err, rf"\nkiv: stored: {path}, 6144 bytes in \S+ s, \S+ \S+\n$")
         self.assertEqual([chunk[0] for chunk in flash.chunks], [0, 1, 1, 2])
@@ -145,7 +145,7 @@ class Load(LoadCase):
         flash = Flash(losing_one_answer())
         path, other = self.file(2 * CHUNK), self.file(1, "other.bin")
         device = self.device(flash)
-        done = self.kiv("--wait", "500", "-c", f"ldnv {path}", "-c", f"ldnv {other}",
+        done = self.kiv("--wait", SHORT_WAIT_MS, "-c", f"ldnv {path}", "-c", f"ldnv {other}",
                         link=device.endpoint)
         self.assertEqual(done.status, 3, done)
         self.assertIn(f"kiv: {other} is not sent: the load of {path} waited for its answer and goes on\n"
@@ -157,7 +157,7 @@ class Load(LoadCase):
         flash = Flash(losing_one_answer())
         path, other = self.file(2 * CHUNK), self.file(1, "other.bin")
         device = self.device(flash)
-        done = self.kiv("--wait", "500", "-c", f"ldnv {path}", "-c", "ldnv", "-c",
+        done = self.kiv("--wait", SHORT_WAIT_MS, "-c", f"ldnv {path}", "-c", "ldnv", "-c",
                         f"ldnv {self.folder}/none", "-c", f"ldnv {other}", link=device.endpoint)
         self.assertEqual(done.status, 3, done)
         self.assertIn(f"kiv: {other} is not sent: the load of {path} waited for its answer and goes on\n"
