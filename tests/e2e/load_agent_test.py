@@ -168,6 +168,18 @@ class Agents(AgentLoadCase):
         wait_for(lambda: self.names() == [], "the first agent forgets its part")
         self.assert_verified(self.kiv("--verify", "-c", f"ldnv {other}", link=second), other)
 
+    def test_forget_the_load_of_a_console_that_is_killed(self):
+        path, other = self.file(200 * CHUNK), self.other_file(3 * CHUNK + 1)
+        for link in (self.child(), self.unix_link()):
+            with self.subTest(link=link.split(":")[0]):
+                self.assert_verified(self.kiv("--verify", "-c", f"ldnv {other}", link=link), other)
+                console = self.start([KIV, "--link", link, "--wait", "50000", "-c", f"link_fault {DELAY},200,1000",
+                                      "-c", f"ldnv {path}"])
+                wait_for(lambda: "loaded.bin.tmp" in self.names(), "the agent receives")
+                console.kill()
+                wait_for(lambda: self.names() == ["loaded.bin"], "the agent forgets its part")
+                self.assertEqual(self.stored(), other.read_bytes())
+
     def test_take_the_load_of_the_console_that_came_last(self):
         path, other = self.file(200 * CHUNK), self.other_file(3 * CHUNK + 1)
         link = self.unix_link()

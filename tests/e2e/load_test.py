@@ -283,6 +283,19 @@ class Load(LoadCase):
                       err.decode())
 
 
+    def test_an_output_that_is_gone_stops_it_and_what_became_of_it_is_said(self):
+        flash = Flash(lambda _, __, index: index == 1)  # which is never answered
+        path = self.file(2 * CHUNK)
+        command = [KIV, "--link", self.device(flash).endpoint, "--wait", "50000", "--verbose", "-c", f"ldnv {path}"]
+        process = self.start(["sh", "-c", 'exec "$@" >&-', "sh", *command])
+        _, err = process.communicate(timeout=DEADLINE_S)
+        self.assertEqual(process.returncode, 1, err)
+        self.assertTrue(err.decode().endswith(
+            f"kiv: the load was stopped behind 1 of 2 chunks; {path} may be stored, the answer to its last chunk is "
+            "missing\nkiv: standard output cannot be written\n"), err)
+        self.assertEqual([chunk[0] for chunk in flash.chunks], [0, 1])
+
+
 class TerminalCase(LoadCase):
     """A console on a pseudo terminal."""
 
