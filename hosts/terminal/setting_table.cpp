@@ -233,6 +233,19 @@ void ForEachRow(const Look& look) {
   }
 }
 
+// A key as a whole stands in front of its two parts.
+std::vector<std::wstring> AllNames() {
+  std::vector<std::wstring> names;
+  ForEachRow([&names](const SettingGroup&, const SettingRow& row) {
+    const std::wstring_view element = row.element;
+    if (row.kind == SettingKind::kKeyName) {
+      names.emplace_back(element.substr(element.rfind(L'.') + 1));
+    }
+    names.push_back(SettingName(row));
+  });
+  return names;
+}
+
 }  // namespace
 
 std::span<const SettingGroup> SettingGroups() { return kGroups; }
@@ -265,16 +278,9 @@ std::wstring SettingName(const SettingRow& row) {
   return dot == std::wstring::npos ? full : full.substr(dot + 1);
 }
 
-std::vector<std::wstring> SettingNames() {
-  std::vector<std::wstring> names;
-  ForEachRow([&names](const SettingGroup&, const SettingRow& row) {
-    if (row.kind == SettingKind::kKeyName) {
-      names.push_back(
-          std::wstring(row.element).substr(std::wstring_view(row.element).rfind(L'.') + 1));
-    }
-    names.push_back(SettingName(row));
-  });
-  return names;
+const std::vector<std::wstring>& SettingNames() {
+  static const std::vector<std::wstring> kNames = AllNames();
+  return kNames;
 }
 
 }  // namespace kiv

@@ -69,6 +69,6 @@ std::vector<FoundSetting> FindSettings(std::wstring_view typed);
 // else none.
 std::vector<FoundSetting> FindKey(std::wstring_view typed);
 // All names: those of rows, and of keys as a whole, in the order of the table.
-std::vector<std::wstring> SettingNames();
+const std::vector<std::wstring>& SettingNames();
 
 }  // namespace kiv
