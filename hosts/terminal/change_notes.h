@@ -10,6 +10,7 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "hosts/bench/reply_diff.h"
 #include "hosts/bench/reply_memory.h"
@@ -26,10 +27,9 @@ class ChangeNotes {
   void Tell(bool told) { areTold_ = told; }
   // Of the next line, in any case.
   void TellNext() { isNextTold_ = true; }
-  // Not of the next line, in any case: somebody else shows its changes.
-  void HoldNext() { isNextHeld_ = true; }
 
-  // Remembers the line's reply, and tells what changed if that is wanted.
+  // Remembers the line's reply, and tells what changed if that is wanted; of a round of a line that
+  // is repeated its own word shows it.
   void LineFinished(const FinishedLine& line);
   // Of the line that finished last; unset where there is no reply before it.
   std::optional<hostbench::ReplyChanges> Changes() const;
@@ -40,7 +40,6 @@ class ChangeNotes {
   Display& display_;
   bool areTold_ = false;
   bool isNextTold_ = false;
-  bool isNextHeld_ = false;
   hostbench::ReplyMemory memory_;
   // Of the line that finished last.
   std::uint32_t cmdId_ = 0;
@@ -48,6 +47,8 @@ class ChangeNotes {
   hostbench::ReplyMemory::Bytes reply_;
 };
 
+// A row for each field, "uptime  12 -> 15", and how many more there are.
+std::vector<std::string> ChangeRows(const hostbench::ReplyChanges& changes);
 // "kiv: changed since the last NAME: uptime 12 -> 15", or a row for each of many fields. `name` is
 // fit for showing.
 std::string ChangesText(const std::string& name, const hostbench::ReplyChanges& changes);

@@ -60,10 +60,11 @@ Console::Console(ConsoleOptions options)
       help_(bench::GetSetup().catalogue),
       runner_(options_, facade_, watch_, pump_, display_, help_),
       changes_(display_),
-      context_{options_, pump_, display_, runner_, help_, changes_, timing_, watch_, queue_} {
+      context_{options_, pump_,   display_, runner_, help_,
+               changes_, timing_, watch_,   queue_,  interactive_} {
   runner_.TellFinished([this](const FinishedLine& line) {
     timing_.Add(line);
-    changes_.LineFinished(line);
+    if (!line.isRound) changes_.LineFinished(line);
   });
   pump_.OnSettings([this](const ConsoleSettings& settings) { DrawBy(settings); });
 }

@@ -11,6 +11,7 @@
 #include "hosts/terminal/settings_words.h"
 #include "hosts/terminal/status_word.h"
 #include "hosts/terminal/timing_word.h"
+#include "hosts/terminal/watch_word.h"
 #include "platform/text/shown_text.h"
 
 namespace kiv {
@@ -93,6 +94,8 @@ constexpr ConsoleWord kWords[] = {
      nullptr},
     {":timing", "[N]", "how long the last lines took, step by step, with p50 and p99", ShowTiming,
      CompleteTiming},
+    {":watch", "LINE [every 1s] [N times]", "run the line again and again and show what changes",
+     Watch, CompleteWatch},
 };
 
 // A word and what stands behind it, without the blanks around it.

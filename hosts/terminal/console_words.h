@@ -32,7 +32,8 @@ struct ConsoleContext {
   LineTiming& timing;
   LinkWatch& watch;
   ViewQueue& queue;
-  bool quit = false;  // set: the console ends behind this line
+  const bool isTyped;  // somebody types lines
+  bool quit = false;   // set: the console ends behind this line
 };
 
 struct ConsoleWord {

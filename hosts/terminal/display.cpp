@@ -1,5 +1,7 @@
 #include "hosts/terminal/display.h"
 
+#include <utility>
+
 #include "platform/os/console_events.h"
 
 namespace kiv {
@@ -16,6 +18,22 @@ void Display::Arrived(const ViewEvent& event) {
 void Display::Progress(const std::string& row) {
   screen_.Write(flow_.Break());
   screen_.Progress(row);
+}
+
+void Display::Block(std::vector<BlockRow> rows) {
+  blockRows_ = std::move(rows);
+  DrawBlock();
+}
+
+void Display::DrawBlock() {
+  if (!blockRows_.empty()) screen_.Write(flow_.Break());
+  screen_.Block(blockRows_);
+}
+
+// What was shown meanwhile stands above the block.
+void Display::Flush() {
+  if (!blockRows_.empty() && !screen_.IsBlockShown()) DrawBlock();
+  screen_.Flush();
 }
 
 void Display::Notice(const std::string& text) {

@@ -7,6 +7,7 @@
 #include <chrono>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "hosts/terminal/screen.h"
 #include "hosts/terminal/text_flow.h"
@@ -35,8 +36,14 @@ class Display {
   void Progress(const std::string& row);
   void EndProgress() { screen_.Progress(""); }
 
+  // Rows that stand below all texts until EndBlock; each call draws them anew in their place.
+  // Without HasBlock there are none.
+  bool HasBlock() const { return screen_.HasBlock(); }
+  void Block(std::vector<BlockRow> rows);
+  void EndBlock() { Block({}); }
+
   // What was shown is with the terminal, or the reader of the pipe, when it returns.
-  void Flush() { screen_.Flush(); }
+  void Flush();
 
   // The channels' texts have ended.
   void EndPieces() { screen_.Write(flow_.EndAll()); }
@@ -51,8 +58,11 @@ class Display {
  private:
   void Whole(const std::string& text) { screen_.Write(flow_.Whole(text)); }
 
+  void DrawBlock();
+
   Screen& screen_;
   TextFlow flow_;
+  std::vector<BlockRow> blockRows_;
   Clock::time_point pieceShown_;  // when a channel's text came last
 };
 

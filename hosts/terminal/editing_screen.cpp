@@ -5,6 +5,7 @@
 #include <iterator>
 #include <utility>
 
+#include "hosts/terminal/line_rows.h"
 #include "platform/os/terminal_state.h"
 
 namespace kiv {
@@ -66,7 +67,13 @@ void EditingScreen::Progress(std::string_view row) {
   pending_ += "\x1b[?7l" + std::string(row) + "\x1b[?7h";
 }
 
+void EditingScreen::Block(const std::vector<BlockRow>& rows) {
+  HidePrompt();
+  if (!rows.empty()) pending_ += block_.Draw(rows, os::ConsoleEvents::OutputSize());
+}
+
 void EditingScreen::HidePrompt() {
+  pending_ += block_.Erase(os::ConsoleEvents::OutputSize(), TerminalReflows());
   if (isProgressShown_) {
     isProgressShown_ = false;
     pending_ += "\r\x1b[K";
@@ -138,12 +145,14 @@ void EditingScreen::DropTyped() {
 }
 
 void EditingScreen::Resized() {
-  if (!isPromptShown_) return;  // the next Show looks at the size
+  if (IsBlockShown()) HidePrompt();  // who shows it draws it again
+  if (!isPromptShown_) return;       // the next Show looks at the size
   editor_->Resized();
   TakeOutput();
 }
 
 void EditingScreen::Suspend() {
+  if (IsBlockShown()) HidePrompt();
   if (isPromptShown_) editor_->LeaveRow("");
   isPromptShown_ = false;
   editor_->LeaveTerminal();
@@ -156,6 +165,7 @@ void EditingScreen::Suspend() {
 // Whoever had the terminal meanwhile has left it in a state of its own, on a row of its own.
 void EditingScreen::Resumed() {
   isPromptShown_ = false;
+  block_.Forget();
   editor_->LeaveTerminal();
   TakeTerminal();
 }

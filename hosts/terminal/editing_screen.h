@@ -31,6 +31,8 @@ class EditingScreen final : public Screen {
   void ShowPrompt() override;
   bool HasProgress() const override { return true; }
   void Progress(std::string_view row) override;
+  bool HasBlock() const override { return true; }
+  void Block(const std::vector<BlockRow>& rows) override;
   void Flush() override;
   void Typed(std::string_view bytes) override;
   bool HasTyped() const override { return editor_->HasKeys(); }

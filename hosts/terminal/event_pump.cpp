@@ -32,14 +32,14 @@ std::vector<std::string> LinesOf(const std::string& text) {
 }  // namespace
 
 os::ConsoleEvents::Ready EventPump::Sleep(int timeoutMs, bool withInput) {
-  screen_.Flush();
+  display_.Flush();
   const bool readsInput =
       interactive_ && (withInput || screen_.ReadsAhead()) && !screen_.HasInputEnded();
   os::ConsoleEvents::Ready ready = stops_.Wait(timeoutMs, withInput || readsInput);
   if (readsInput && ready.input) {
     std::string bytes;
     const bool more = stops_.ReadInput(bytes);
-    screen_.Typed(bytes);
+    TakeTyped(bytes);
     if (!more) screen_.EndOfInput();
   }
   if (ready.suspend) screen_.Suspend();
@@ -79,6 +79,13 @@ bool EventPump::ShowAll() {
   return !events.empty();
 }
 
+void EventPump::TakeTyped(const std::string& bytes) {
+  constexpr std::string_view kMereKeys = "qQ \r\n\x1b";
+  const bool isMere = bytes.size() == 1 && kMereKeys.find(bytes[0]) != std::string_view::npos;
+  if (watchesKeys_ && !bytes.empty()) wasKeyPressed_ = true;
+  if (!watchesKeys_ || !isMere || screen_.HasTyped()) screen_.Typed(bytes);
+}
+
 void EventPump::ShowSome() {
   for (const ViewEvent& event : queue_.TakeSome(kShownBytes)) Show(event);
   hasMore_ = !queue_.IsEmpty();
@@ -87,7 +94,7 @@ void EventPump::ShowSome() {
 void EventPump::Show(const ViewEvent& event) {
   switch (event.kind) {
     case ViewEvent::Kind::kText:
-      display_.Arrived(event);
+      if (taker_ == nullptr || !taker_(event)) display_.Arrived(event);
       break;
     case ViewEvent::Kind::kReply:
       display_.Reply(event.text);

@@ -62,6 +62,14 @@ class EventPump {
   using SettingsObserver = std::function<void(const ConsoleSettings& settings)>;
   void OnSettings(SettingsObserver observer) { observers_.push_back(std::move(observer)); }
 
+  // From now on `taker` is asked first whether it takes a text; it is not shown then. Null: nobody.
+  using Taker = std::function<bool(const ViewEvent& event)>;
+  void SetTaker(Taker taker) { taker_ = std::move(taker); }
+  // From now on any key counts (true) until the next call. A single q, blank, Enter or Esc is no
+  // more than that; what else is typed stays typed.
+  void WatchKeys(bool on) { watchesKeys_ = on, wasKeyPressed_ = false; }
+  bool WasKeyPressed() const { return wasKeyPressed_ || screen_.HasTyped(); }
+
   const ConsoleNews& News() const { return news_; }
   void ForgetAnswered() { news_.answered.reset(); }
   const StopRequests& Stops() const { return stops_; }
@@ -69,6 +77,7 @@ class EventPump {
  private:
   // Writes what is to be seen meanwhile, waits, and answers what happens to the terminal.
   os::ConsoleEvents::Ready Sleep(int timeoutMs, bool withInput);
+  void TakeTyped(const std::string& bytes);
   // Shows a part, so that keys are seen to between two; what is left needs no wake-up.
   void ShowSome();
   void Show(const ViewEvent& event);
@@ -82,6 +91,9 @@ class EventPump {
   Screen& screen_;
   const bool interactive_;
   bool hasMore_ = false;  // texts in the queue that were not taken
+  Taker taker_;
+  bool watchesKeys_ = false;
+  bool wasKeyPressed_ = false;
   ConsoleNews news_;
   std::vector<SettingsObserver> observers_;
 };

@@ -115,9 +115,9 @@ bool FacadeThread::CheckCommands() {
   return false;
 }
 
-void FacadeThread::Run(std::uint64_t number, std::wstring line) {
+void FacadeThread::Run(std::uint64_t number, std::wstring line, bool isKept) {
   QMetaObject::invokeMethod(
-      context_, [this, number, line = std::move(line)] { RunHere(number, line); },
+      context_, [this, number, line = std::move(line), isKept] { RunHere(number, line, isKept); },
       Qt::QueuedConnection);
 }
 
@@ -133,8 +133,8 @@ void FacadeThread::TellWatchOfIndications() {
                               GetIniUint32(L"plc", L"VER", 0) != 0);
 }
 
-void FacadeThread::RunHere(std::uint64_t number, const std::wstring& line) {
-  KeepLine(line);
+void FacadeThread::RunHere(std::uint64_t number, const std::wstring& line, bool isKept) {
+  if (isKept) KeepLine(line);
   const std::wstring_view word = WordOf(line);
   ViewEvent event;
   event.kind = ViewEvent::Kind::kReply;

@@ -36,8 +36,9 @@ class FacadeThread {
   // Starts the module; the link comes up later and tells the watch. With `saveEachLine` a typed
   // line is in the settings file before it runs, else all of them are when the module stops.
   void Start(LinkWatch& watch, bool saveEachLine);
-  // Runs one typed line; its reply comes as an event kReply with this number.
-  void Run(std::uint64_t number, std::wstring line);
+  // Runs one typed line; its reply comes as an event kReply with this number. `isKept`: it goes
+  // into the history.
+  void Run(std::uint64_t number, std::wstring line, bool isKept = true);
   // Runs on the facade's thread, where the module and the settings may be called, and fills the
   // reply, which then comes as an event kReply with this number.
   using Question = std::function<void(FacadeThread& here, ViewEvent& reply)>;
@@ -77,7 +78,7 @@ class FacadeThread {
   void NoteSaved(bool isSaved);
   // Tells the lines of earlier runs.
   void PushHistory();
-  void RunHere(std::uint64_t number, const std::wstring& line);
+  void RunHere(std::uint64_t number, const std::wstring& line, bool isKept);
   // Fills what became of the line.
   void RunThrough(std::uint64_t number, const std::wstring& line, ViewEvent& event);
   void KeepLine(const std::wstring& line);

@@ -33,16 +33,39 @@ int LineRunner::Run(std::wstring line) {
   lineNumber_ = 0;
   isLoad_ = false;
   finished.status = RunAndWait(line);
-  display_.Flush();
-  finished.shown = Clock::now();
   finished.text = std::move(line);
   finished.isLoad = isLoad_;
+  finished.isRound = round_ != nullptr;
   // The module may still be busy with a line that nobody waits for any longer.
   if (LineRecord record = watch_.TakeRecord(); record.line == lineNumber_) {
     finished.record = std::move(record);
   }
+  if (finished.isRound) showRound_(finished);
+  display_.Flush();
+  finished.shown = Clock::now();
   if (onFinished_) onFinished_(finished);
   return finished.status;
+}
+
+int LineRunner::RunRound(std::wstring line, RoundTexts& texts, OnFinished show) {
+  round_ = &texts;
+  showRound_ = std::move(show);
+  pump_.SetTaker([&texts](const ViewEvent& event) { return texts.Take(event); });
+  const int status = Run(std::move(line));
+  pump_.SetTaker(nullptr);
+  showRound_ = nullptr;
+  round_ = nullptr;
+  return status;
+}
+
+void LineRunner::ShowReply(const ViewEvent& reply) {
+  if (round_ != nullptr) return round_->Reply(reply);
+  display_.Reply(reply.text);
+}
+
+void LineRunner::Say(const std::string& notice) {
+  if (round_ != nullptr) return round_->Notice(notice);
+  display_.Notice(notice);
 }
 
 int LineRunner::RunAndWait(const std::wstring& line) {
@@ -57,17 +80,17 @@ int LineRunner::RunAndWait(const std::wstring& line) {
   pump_.ShowAll();
   pump_.ForgetAnswered();
   const auto begin = Clock::now();
-  facade_.Run(number, line);
+  facade_.Run(number, line, round_ == nullptr);
   ViewEvent reply;
   // Texts that arrive meanwhile stay in the queue: they stand behind the reply.
   if (!pump_.WaitForReply(number, reply)) return kInterrupted;
-  display_.Reply(reply.text);
+  ShowReply(reply);
   pump_.ShowAll();
   isLoad_ = reply.isLoad;
   if (loadPath) return LoadStatus(reply, *loadPath, begin);
   if (reply.takenByChannel) {
     const bool isCut = isRestLost && reply.channelPosted;
-    if (isCut) display_.Notice(RestLostText(shown));
+    if (isCut) Say(RestLostText(shown));
     const int status = ChannelStatus(reply, shown);
     return status == kDone && isCut ? kCommandFailed : status;
   }
@@ -82,17 +105,17 @@ int LineRunner::Refused(const ViewEvent& reply, std::wstring_view line) {
   const int columns = os::ConsoleEvents::ErrorColumns();
   const std::string help =
       help_.AfterRefusal(line, columns > 0 ? static_cast<std::size_t>(columns) : kColumnsElsewhere);
-  if (!help.empty()) display_.Notice(help);
+  if (!help.empty()) Say(help);
   return kCommandFailed;
 }
 
 int LineRunner::GiveUp(std::uint64_t epoch, Clock::time_point deadline, const std::string& shown) {
   if (pump_.News().lostEpoch > epoch) {
-    display_.Notice(LinkLostText(shown));
+    Say(LinkLostText(shown));
     return kNotConnected;
   }
   if (Clock::now() < deadline) return kDone;
-  display_.Notice(NoAnswerText(shown, static_cast<std::uint32_t>(WaitTime().count())));
+  Say(NoAnswerText(shown, static_cast<std::uint32_t>(WaitTime().count())));
   return kNoAnswer;
 }
 
@@ -126,7 +149,7 @@ int LineRunner::ChannelStatus(const ViewEvent& reply, const std::string& shown) 
   if (reply.channelSpoke) return kDone;
   // An empty line may have nothing to send: a controller takes it and says nothing.
   if (shown.empty() && !reply.linkDown) return kDone;
-  display_.Notice(reply.linkDown ? LineNotConnectedText(shown) : NothingSentText(shown));
+  Say(reply.linkDown ? LineNotConnectedText(shown) : NothingSentText(shown));
   return reply.linkDown ? kNotConnected : kCommandFailed;
 }
 
@@ -150,7 +173,7 @@ int LineRunner::WaitForChannels(const ViewEvent& line, const std::string& shown)
       if (progress.state == State::kComplete || !hasShown) {
         watch_.Abandon();
         display_.EndPieces();
-        if (progress.refusal != 0) display_.Notice(RefusedText(shown, progress.refusal));
+        if (progress.refusal != 0) Say(RefusedText(shown, progress.refusal));
         return progress.failed ? kCommandFailed : kDone;
       }
       held = Clock::now();

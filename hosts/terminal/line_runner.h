@@ -20,6 +20,7 @@
 #include "hosts/terminal/link_watch.h"
 #include "hosts/terminal/load_layout.h"
 #include "hosts/terminal/load_notes.h"
+#include "hosts/terminal/round_texts.h"
 
 namespace kiv {
 
@@ -28,6 +29,7 @@ struct FinishedLine {
   std::wstring text;  // as it went to the module
   int status = kDone;
   bool isLoad = false;
+  bool isRound = false;                         // of a line that is repeated
   std::chrono::steady_clock::time_point typed;  // the console took it
   std::chrono::steady_clock::time_point shown;  // all of its answer was written
   LineRecord record;                            // empty when the module did not get to it
@@ -35,6 +37,8 @@ struct FinishedLine {
 
 class LineRunner {
  public:
+  using OnFinished = std::function<void(const FinishedLine& line)>;
+
   LineRunner(const ConsoleOptions& options, FacadeThread& facade, LinkWatch& watch, EventPump& pump,
              Display& display, CommandHelp& help)
       : options_(options),
@@ -46,8 +50,11 @@ class LineRunner {
 
   // Answers the line's status; kInterrupted when the user wants no more of it.
   int Run(std::wstring line);
+  // Likewise a round of a line that is repeated. `texts` gets what belongs to it, only other texts
+  // are shown, until `show` is to show it: the line is answered then, or not waited for any longer.
+  // It is not kept in the history.
+  int RunRound(std::wstring line, RoundTexts& texts, OnFinished show);
   // Is told of each line that Run ran, when its answer is shown.
-  using OnFinished = std::function<void(const FinishedLine& line)>;
   void TellFinished(OnFinished onFinished) { onFinished_ = std::move(onFinished); }
   // Has `question` fill `reply` on the facade's thread, where the module and the settings may be
   // asked. False when the user wants no more of it. What arrived before is shown by then.
@@ -63,6 +70,9 @@ class LineRunner {
   static constexpr int kUnclear = -2;  // the load has ended, and nobody knows how
 
   int RunAndWait(const std::wstring& line);
+  void ShowReply(const ViewEvent& reply);
+  // What the console has to say of the line that runs.
+  void Say(const std::string& notice);
   int WaitForAnswer(ViewEvent line, const std::string& shown);
   // Says what may have been meant by a line that the module did not run; answers its status.
   int Refused(const ViewEvent& reply, std::wstring_view line);
@@ -102,6 +112,8 @@ class LineRunner {
   std::uint64_t lineNumber_ = 0;  // of the last line; 0: it did not go to the module
   bool isLoad_ = false;           // the last line was one that loads a file
   OnFinished onFinished_;
+  RoundTexts* round_ = nullptr;  // while a round runs
+  OnFinished showRound_;
 };
 
 }  // namespace kiv

@@ -1,5 +1,8 @@
 #include "hosts/terminal/plain_screen.h"
 
+#include "hosts/terminal/line_rows.h"
+#include "platform/os/console_events.h"
+
 namespace kiv {
 
 void PlainScreen::Write(std::string_view bytes) {
@@ -13,7 +16,15 @@ void PlainScreen::Notify(std::string_view text) {
   WriteErr(text);
 }
 
+void PlainScreen::Block(const std::vector<BlockRow>& rows) {
+  HidePrompt();
+  if (!rows.empty()) WriteOut(block_.Draw(rows, os::ConsoleEvents::OutputSize()));
+}
+
 void PlainScreen::HidePrompt() {
+  if (IsBlockShown()) {
+    WriteOut(block_.Erase(os::ConsoleEvents::OutputSize(), TerminalReflows()));
+  }
   if (!isPromptShown_) return;
   isPromptShown_ = false;
   WriteOut(canErase_ ? "\r\x1b[K" : "\n");

@@ -17,6 +17,8 @@ class PlainScreen final : public Screen {
 
   void Write(std::string_view bytes) override;
   void Notify(std::string_view text) override;
+  bool HasBlock() const override { return canErase_; }
+  void Block(const std::vector<BlockRow>& rows) override;
   void ShowPrompt() override;
   void Typed(std::string_view bytes) override;
   void EndOfInput() override;

@@ -19,6 +19,7 @@
 #include "hosts/terminal/console_texts.h"
 #include "hosts/terminal/line_editor.h"
 #include "hosts/terminal/line_source.h"
+#include "hosts/terminal/live_block.h"
 #include "hosts/terminal/stop_requests.h"
 
 namespace kiv {
@@ -43,6 +44,11 @@ class Screen {
   // Empty: none. Where HasProgress says no, nothing is drawn.
   virtual bool HasProgress() const { return false; }
   virtual void Progress(std::string_view row) { static_cast<void>(row); }
+  // Rows below all texts, drawn in the place of those before; whatever is shown next takes them
+  // away. None: nothing is drawn. Where HasBlock says no, nothing ever is.
+  virtual bool HasBlock() const { return false; }
+  virtual void Block(const std::vector<BlockRow>& rows) { static_cast<void>(rows); }
+  bool IsBlockShown() const { return block_.IsDrawn(); }
   // What stands in front of the line; one that is shown is shown anew.
   void SetPrompt(std::string prompt);
   // Title of the terminal's window, of characters that are fit for a terminal; empty: as it was.
@@ -98,6 +104,7 @@ class Screen {
 
   StopRequests& stops_;
   bool isPromptShown_ = false;
+  LiveBlock block_;
 
  private:
   std::string prompt_ = kPrompt;

@@ -15,6 +15,12 @@
 
 namespace os {
 
+// Of a terminal's window, in characters.
+struct TerminalSize {
+  int rows;
+  int columns;
+};
+
 // Takes the process's signals over while it lives.
 class KIVPLATFORM_API ConsoleEvents {
  public:
@@ -55,6 +61,8 @@ class KIVPLATFORM_API ConsoleEvents {
   static bool ErrorIsTerminal();
   // Of the terminal on standard error; 0 where there is none, or it does not say.
   static int ErrorColumns();
+  // Of the terminal on standard output; zeros where there is none, or it does not say.
+  static TerminalSize OutputSize();
 
  private:
   int wakeRead_ = -1;

@@ -230,6 +230,12 @@ int ConsoleEvents::ErrorColumns() {
   return ::ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 ? size.ws_col : 0;
 }
 
+TerminalSize ConsoleEvents::OutputSize() {
+  winsize size = {};
+  if (::ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) != 0) return {0, 0};
+  return {size.ws_row, size.ws_col};
+}
+
 void FillStandardDescriptors() {
   for (int descriptor = STDIN_FILENO; descriptor <= STDERR_FILENO; ++descriptor) {
     if (::fcntl(descriptor, F_GETFD) >= 0) continue;
