@@ -34,9 +34,14 @@ def other_value(name, takes, now):
     return f"\"{name.lower()} <&'\\\"> \\x1b\\u202e \u2603 \""
 
 
+def untimed(text):
+    """The lines without the time that DISPLAYTIMESTAMP puts in front of them."""
+    return [re.sub(r"^\d\d:\d\d:\d\d\.\d{3} ", "", line) for line in text.splitlines()]
+
+
 def listed(text):
     """The values of a `:set` without arguments."""
-    return dict(re.match(r"  (\S+) +(.*)", line).groups() for line in text.splitlines()
+    return dict(re.match(r"  (\S+) +(.*)", line).groups() for line in untimed(text)
                 if line.startswith("  "))
 
 
@@ -78,7 +83,7 @@ class EverySetting(SetCase):
         lines = "".join(f":set {name} {value}\n" for name, value in values.items())
         first = self.run_here(stdin=lines.encode())
         self.assertEqual((first.status, self.notices(first)), (0, []), first)
-        self.assertEqual([line.split(None, 1) for line in first.out.splitlines()],
+        self.assertEqual([line.split(None, 1) for line in untimed(first.out)],
                          [[name, value] for name, value in values.items()])
         second = self.run_here("-c", ":set")
         self.assertEqual(listed(second.out), values, second)
