@@ -164,8 +164,10 @@ class CmdCtrl : public QObject, public SvcKivClass::ReplyHandlers {
 
   void customEvent(QEvent* event) override;
   void RunLoadLine();
-  // The confirmation that the load waited for is there.
-  void ContinueLoad();
+  // The confirmation that the load waited for is there. True when the next chunk went out, whose
+  // confirmation is to be looked out for with `looksOut`; else the view may have been told
+  // something, and this object may be gone.
+  bool ContinueLoad(bool looksOut);
   bool OpenLoad(const QCString& path);
   std::uint32_t MaxLoadBytes() const;
   std::uint32_t LoadCmdId() const;
@@ -188,7 +190,8 @@ class CmdCtrl : public QObject, public SvcKivClass::ReplyHandlers {
   QTimer* periodTimer_ = nullptr;  // a child of this object
   SvcKivClass::FlashLoad load_;
   SvcKivClass::AwaitedConfirmation awaited_;  // of the newest chunk
-  std::atomic<bool> linkWasLost_{false};      // told on another thread, and not taken up yet
-  QCString loadFailure_;                      // the log line of the last chunk that failed
+  bool looksOut_ = false;                 // for the confirmation of the chunk that is being sent
+  std::atomic<bool> linkWasLost_{false};  // told on another thread, and not taken up yet
+  QCString loadFailure_;                  // the log line of the last chunk that failed
   SvcKivClass::ServiceContext& context_;
 };

@@ -30,6 +30,9 @@ constexpr std::int32_t kNoStatus = -1;  // log lines whose failure has no status
 constexpr wchar_t kOpeningFunction[] = L"CmdCtrl::InterpretLoadFlashCmdParam()";
 constexpr wchar_t kChunkFunction[] = L"CmdCtrl::ProcessLoadToFlashCmd()";
 
+// So many chunks are sent before the host's events have their turn again.
+constexpr int kChunksAtOnce = 16;
+
 // Wakes this object's thread. Nothing stands in the event, and nobody looks at it: what it is about
 // is in the atomics that both threads reach.
 constexpr auto kWake = static_cast<QEvent::Type>(QEvent::User + 1);
@@ -151,7 +154,7 @@ std::int32_t CmdCtrl::DispatchLoadFlashCmd(std::uint16_t index, std::uint32_t le
     return 0;
   }
   if (!StoreChunk(packet.Tree(), load_, index, lengthBytes)) return 0;
-  awaited_.Await(cmdId, NextSequenceNumber());
+  awaited_.Await(cmdId, NextSequenceNumber(), looksOut_);
   // Kept open, it would be taken for a load by the next line, whatever file that names.
   if (!DispatchMyCommand(packet)) EndLoad();
   return 1;
@@ -177,7 +180,7 @@ void CmdCtrl::EndLoadOfLostLink() noexcept try {
 
 void CmdCtrl::NoticeConfirmation(std::uint32_t cmdId, std::uint16_t tag,
                                  std::uint32_t resultCode) noexcept try {
-  if (!awaited_.IsAwaited(cmdId, tag)) return;
+  if (awaited_.NoteWatched(cmdId, tag, resultCode) || !awaited_.IsAwaited(cmdId, tag)) return;
   auto wake = std::make_unique<QEvent>(kWake);
   if (awaited_.Note(cmdId, tag, resultCode)) QCoreApplication::postEvent(this, wake.release());
 } catch (const std::bad_alloc&) {
@@ -186,29 +189,39 @@ void CmdCtrl::NoticeConfirmation(std::uint32_t cmdId, std::uint16_t tag,
 
 void CmdCtrl::customEvent(QEvent* /*event*/) try {
   if (linkWasLost_.exchange(false, std::memory_order_acq_rel)) EndLoadOfLostLink();
-  ContinueLoad();
+  for (int sent = 1; ContinueLoad(sent < kChunksAtOnce) && awaited_.ComesSoon(); ++sent) {
+    if (linkWasLost_) return;  // an event of its own is on the way
+  }
 } catch (const std::bad_alloc&) {
   EndLoad();
   wchar_t text[] = L"\n*** Not enough memory!\n";
   SendBorrowed(SvcKivSpace::kReply, text);
 }
 
-void CmdCtrl::ContinueLoad() {
+bool CmdCtrl::ContinueLoad(bool looksOut) {
   const std::optional<ConfirmedPost> confirmed = awaited_.Take();
-  if (!confirmed || !load_.IsOpen()) return;
-  if (confirmed->resultCode != result::kOk || load_.IsAtLastChunk()) return EndLoad();
+  if (!confirmed || !load_.IsOpen()) return false;
+  if (confirmed->resultCode != result::kOk || load_.IsAtLastChunk()) {
+    EndLoad();
+    return false;
+  }
   load_.Advance();
   // The reply of a line that a view's own event loop interrupts stays that line's.
   QCString text;
   std::swap(text, response_);
+  looksOut_ = looksOut;
   try {
     ProcessLoadToFlashCmd(load_.Index());
   } catch (...) {
+    looksOut_ = false;
     std::swap(text, response_);
     throw;
   }
+  looksOut_ = false;
   std::swap(text, response_);
-  if (!text.IsEmpty() || !loadFailure_.IsEmpty()) TellLoadFailure(text);
+  if (text.IsEmpty() && loadFailure_.IsEmpty()) return true;
+  TellLoadFailure(text);
+  return false;
 }
 
 void CmdCtrl::NoteLoadFailure(const wchar_t* function, std::int32_t err, const wchar_t* what) {
