@@ -24,10 +24,12 @@ class SigpipeGuard {
   SigpipeGuard() noexcept {
     sigemptyset(&sigpipe_);
     sigaddset(&sigpipe_, SIGPIPE);
+    pthread_sigmask(SIG_BLOCK, &sigpipe_, &before_);
+    // One that was not blocked has been delivered.
+    if (sigismember(&before_, SIGPIPE) != 1) return;
     sigset_t pending;
     sigpending(&pending);
     wasPending_ = sigismember(&pending, SIGPIPE) == 1;
-    pthread_sigmask(SIG_BLOCK, &sigpipe_, &before_);
   }
   ~SigpipeGuard() {
     const int error = errno;

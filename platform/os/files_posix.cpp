@@ -140,7 +140,9 @@ DWORD FailSeek(DWORD code) {
 DWORD SetFilePointer(HANDLE file, LONG distanceBytes, LONG* distanceHigh, DWORD origin) {
   if (origin > FILE_END) return FailSeek(ERROR_INVALID_PARAMETER);
   const int descriptor = DescriptorOf(file);
-  if (lseek(descriptor, 0, SEEK_CUR) < 0) return FailSeek(os::WindowsCodeOf(errno));
+  // Without an upper half and from the begin, the move itself tells all that can be wrong.
+  const bool isPlain = distanceHigh == nullptr && origin == FILE_BEGIN && distanceBytes >= 0;
+  if (!isPlain && lseek(descriptor, 0, SEEK_CUR) < 0) return FailSeek(os::WindowsCodeOf(errno));
   std::int64_t distance = distanceBytes;
   if (distanceHigh != nullptr) {
     distance = static_cast<std::int64_t>(static_cast<std::uint64_t>(*distanceHigh) << 32 |
