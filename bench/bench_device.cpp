@@ -101,11 +101,6 @@ Bytes Answers::LastRequest() {
   return request_;
 }
 
-bool Answers::AreAllGiven() {
-  const std::lock_guard lock(mutex_);
-  return given_ == answers_.size();
-}
-
 BenchDevice::BenchDevice() {
   const std::string path = bench_shapes::ScratchFolder() + "/device";
   sockaddr_un address = {};

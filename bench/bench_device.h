@@ -42,8 +42,6 @@ class Answers {
   bool Take(int descriptor, const std::uint8_t* bytes, std::size_t lengthBytes);
   // The bytes of the last request.
   Bytes LastRequest();
-  // Whether the last answer has been written, or is about to be.
-  bool AreAllGiven();
 
  private:
   std::mutex mutex_;

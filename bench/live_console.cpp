@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cwchar>
+#include <utility>
 
 #include "svckiv/svc_kiv_message.h"
 
@@ -11,6 +12,7 @@ namespace live_console {
 namespace {
 
 constexpr auto kPatience = std::chrono::seconds(30);
+constexpr int kFreshCommandMs = 10'000;  // as the terminal console sets it
 
 [[noreturn]] void Give(const char* what) {
   std::fprintf(stderr, "%s\n", what);
@@ -23,6 +25,11 @@ void View::Expect(std::size_t texts) {
   const std::lock_guard lock(mutex_);
   missing_ = texts;
   chars_ = 0;
+}
+
+void View::WhenDone(std::function<void()> call) {
+  const std::lock_guard lock(mutex_);
+  whenDone_ = std::move(call);
 }
 
 Clock::time_point View::WaitForAll() {
@@ -45,6 +52,7 @@ void View::Show(const wchar_t* text) {
   lastAt_ = Clock::now();
   missing_ = 0;
   done_.notify_all();
+  if (const auto call = std::exchange(whenDone_, nullptr)) call();
 }
 
 LiveConsole::LiveConsole() {
@@ -63,6 +71,7 @@ LiveConsole::LiveConsole() {
   if (!changed_.wait_for(lock, kPatience, [this] { return connected_; })) Give("not connected");
   app_->SetUEConnectStatus(1);
   app_->GetSwitches().indicationsEnabled = true;
+  app_->SetInstantIndTime(kFreshCommandMs);
 }
 
 LiveConsole::~LiveConsole() {

@@ -7,6 +7,7 @@
 #include <chrono>
 #include <condition_variable>
 #include <cstddef>
+#include <functional>
 #include <mutex>
 #include <string>
 
@@ -23,6 +24,8 @@ class View {
  public:
   // Before the first text of a round.
   void Expect(std::size_t texts);
+  // Called with the last one, on the thread that shows it; once.
+  void WhenDone(std::function<void()> call);
   // When the last one came; the program ends after 30 s.
   Clock::time_point WaitForAll();
   std::size_t Chars() const { return chars_; }
@@ -40,6 +43,7 @@ class View {
   bool keepText_ = false;
   std::wstring text_;
   Clock::time_point lastAt_{};
+  std::function<void()> whenDone_;
 };
 
 class LiveConsole : private devlink::LinkObserver {

@@ -1,22 +1,36 @@
 // A file load: chunk after chunk over the link, each when the one before was confirmed, against a
-// raw stop-and-wait of the same bytes.
+// stop-and-wait of the same chunks by hand.
 //
 // The device's thread answers with confirmations made in advance. The controller's thread is the
-// bench's: it runs the event loop, as a console's does. All of it runs on one processor.
+// bench's: it runs an event loop, as a console's does. All of it runs on one processor.
+//
+// By hand it is done three times: with the least that moves the file (read, framed, written, the
+// answer checked); with the answers read on a thread of their own, as every client has that shows
+// what comes unasked; and with bytes that were made before, which moves no file.
 #include <benchmark/benchmark.h>
+
+#include <fcntl.h>
+#include <unistd.h>
 
 #include <QCoreApplication>
 #include <QEventLoop>
+#include <algorithm>
+#include <array>
+#include <cstdlib>
 #include <fstream>
+#include <semaphore>
 #include <span>
 #include <string>
+#include <thread>
 #include <utility>
 #include <vector>
 
 #include "bench/bench_rows.h"
+#include "bench/limit_reader.h"
 #include "bench/live_console.h"
 #include "platform/devlink/deframer.h"
 #include "platform/devlink/frame_head.h"
+#include "platform/devlink/framer.h"
 #include "settings/svc_kiv_config_impl.h"
 
 namespace {
@@ -30,6 +44,8 @@ using live_console::LiveConsole;
 constexpr std::uint32_t kLoadCmdId = 0x2005;  // of bench_commands.json
 constexpr std::size_t kChunkBytes = 2048;
 constexpr std::size_t kChunks = 512;
+constexpr const char* kHandOver = "handover";
+constexpr const char* kBare = "bare";
 const Bytes kConfirmed = {0, 0, 0, 2, 1};
 
 double SecondsEach(Clock::duration duration) {
@@ -37,7 +53,7 @@ double SecondsEach(Clock::duration duration) {
 }
 
 // The file that is loaded, of bytes that need escaping as often as any do.
-std::wstring LoadLine() {
+const std::string& LoadPath() {
   static const std::string path = [] {
     const std::string name = bench_shapes::ScratchFolder() + "/load.bin";
     std::ofstream file(name, std::ios::binary);
@@ -48,23 +64,24 @@ std::wstring LoadLine() {
     }
     return name;
   }();
-  return L"ldnv " + std::wstring(path.begin(), path.end());
+  return path;
 }
 
-// The tag of a request as it was on the line.
-std::uint16_t TagOf(Bytes line) {
+std::wstring LoadLine() { return L"ldnv " + std::wstring(LoadPath().begin(), LoadPath().end()); }
+
+// The head of a request as it was on the line.
+devlink::FrameHead HeadOf(Bytes line) {
   struct Reader : devlink::FrameSink {
     void OnFrame(std::span<const std::uint8_t> content) override {
-      devlink::FrameHead head;
       std::span<const std::uint8_t> payload;
-      if (devlink::ReadHead(content, head, payload)) tag = head.tag;
+      bench_rows::Require(devlink::ReadHead(content, head, payload), "a request");
     }
-    std::uint16_t tag = 0;
+    devlink::FrameHead head;
   };
   Reader reader;
   devlink::Deframer deframer;
   deframer.Feed(line, reader);
-  return reader.tag;
+  return reader.head;
 }
 
 // The one module of the program, allowed to load the file.
@@ -84,13 +101,16 @@ LiveConsole& Console() {
 Clock::duration RunLoad(LiveConsole& console, std::vector<Bytes> confirmations) {
   console.Screen().Expect(confirmations.size());
   console.Device().Prepared().Arm(std::move(confirmations));
+  QEventLoop loop;
+  console.Screen().WhenDone([&loop] {
+    QMetaObject::invokeMethod(
+        &loop, [&loop] { loop.quit(); }, Qt::QueuedConnection);
+  });
   QCString reply;
   const Clock::time_point begin = Clock::now();
   console.App().GetDiagCmdResponse(LoadLine().c_str(), reply);
   bench_rows::Require(reply.IsEmpty(), "a load that begins");
-  while (!console.Device().Prepared().AreAllGiven()) {
-    QCoreApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents);
-  }
+  loop.exec();
   const Clock::time_point end = console.Screen().WaitForAll();
   QCoreApplication::sendPostedEvents();  // the load closes its file
   return end - begin;
@@ -105,7 +125,7 @@ std::uint16_t NextTag(LiveConsole& console) {
   QCString reply;
   console.App().GetDiagCmdResponse((L"small " + small.At(0).line).c_str(), reply);
   console.Screen().WaitForAll();
-  return static_cast<std::uint16_t>(TagOf(console.Device().Prepared().LastRequest()) + 1);
+  return static_cast<std::uint16_t>(HeadOf(console.Device().Prepared().LastRequest()).tag + 1);
 }
 
 Clock::duration LoadFile() {
@@ -118,17 +138,129 @@ void LoadOurs(benchmark::State& state) {
   for (auto _ : state) state.SetIterationTime(SecondsEach(LoadFile()));
 }
 
-// The last chunk's bytes, again and again.
-void LoadLimit(benchmark::State& state) {
-  LoadFile();
-  LiveConsole& console = Console();
-  const Bytes request = console.Device().Prepared().LastRequest();
-  bench_rows::Require(request.size() > kChunkBytes, "a whole chunk");
+std::vector<Bytes> Confirmations() {
   std::vector<Bytes> answers;
   for (std::size_t i = 0; i < kChunks; ++i) {
     const auto number = static_cast<std::uint16_t>(i + 1);
     answers.push_back(bench_device::ConfirmationOf(kLoadCmdId, kConfirmed, number, number));
   }
+  return answers;
+}
+
+// Chunks of the one layout, by hand.
+class ChunkFile {
+ public:
+  ChunkFile() : file_(::open(LoadPath().c_str(), O_RDONLY | O_CLOEXEC)) {
+    if (file_ < 0) std::abort();
+    head_.kind = devlink::MessageKind::kRequest;
+    head_.id = kLoadCmdId;
+    head_.bodyLengthBytes = kBodyBytes;
+  }
+  ~ChunkFile() { ::close(file_); }
+  ChunkFile(const ChunkFile&) = delete;
+  ChunkFile& operator=(const ChunkFile&) = delete;
+
+  // The frame of a chunk; it lives until the next one is asked for.
+  std::span<const std::uint8_t> Frame(std::size_t index, std::uint16_t tag,
+                                      std::uint32_t sequence) {
+    Put16(0, index);
+    Put16(2, kChunks);
+    const auto position = static_cast<off_t>(index * kChunkBytes);
+    if (::pread(file_, body_.data() + 4, kChunkBytes, position) != ssize_t{kChunkBytes}) {
+      std::abort();
+    }
+    Put16(4 + kChunkBytes, kChunkBytes);
+    head_.tag = tag;
+    head_.sequence = sequence;
+    return {line_.data(), devlink::EncodeFrame(head_, body_, line_.data())};
+  }
+
+ private:
+  static constexpr std::size_t kBodyBytes = 4 + kChunkBytes + 2;
+
+  void Put16(std::size_t at, std::size_t value) {
+    body_[at] = static_cast<std::uint8_t>(value);
+    body_[at + 1] = static_cast<std::uint8_t>(value >> 8);
+  }
+
+  const int file_;
+  devlink::FrameHead head_;
+  std::array<std::uint8_t, kBodyBytes> body_{};
+  std::array<std::uint8_t, devlink::EncodedBytesAtMost(kBodyBytes)> line_{};
+};
+
+// Both sides send the same bytes, but for the numbers of a session.
+void RequireSameChunk() {
+  LoadFile();
+  const Bytes request = Console().Device().Prepared().LastRequest();
+  const devlink::FrameHead head = HeadOf(request);
+  ChunkFile file;
+  const auto frame = file.Frame(kChunks - 1, head.tag, head.sequence);
+  bench_rows::Require(Bytes(frame.begin(), frame.end()) == request, "a chunk on the line");
+}
+
+void SendChunk(RawDevice& device, ChunkFile& file, std::size_t index) {
+  const auto number = static_cast<std::uint16_t>(index + 1);
+  const auto frame = file.Frame(index, number, number);
+  bench_device::WriteAll(device.Descriptor(), frame.data(), frame.size());
+}
+
+// Reads on to the next confirmation.
+void TakeConfirmation(limit::FrameReader& reader) {
+  bool isConfirmed = false;
+  while (!isConfirmed) {
+    reader.ReadOnce([&](std::span<const std::uint8_t> body) {
+      isConfirmed = std::equal(body.begin(), body.end(), kConfirmed.begin(), kConfirmed.end());
+    });
+  }
+}
+
+void LoadLimit(benchmark::State& state) {
+  RequireSameChunk();
+  const std::vector<Bytes> answers = Confirmations();
+  RawDevice device;
+  ChunkFile file;
+  for (auto _ : state) {
+    device.Prepared().Arm(answers);
+    limit::FrameReader reader(device.Descriptor());
+    const Clock::time_point begin = Clock::now();
+    for (std::size_t i = 0; i < kChunks; ++i) {
+      SendChunk(device, file, i);
+      TakeConfirmation(reader);
+    }
+    state.SetIterationTime(SecondsEach(Clock::now() - begin));
+  }
+}
+
+void LoadHandOver(benchmark::State& state) {
+  const std::vector<Bytes> answers = Confirmations();
+  RawDevice device;
+  ChunkFile file;
+  for (auto _ : state) {
+    device.Prepared().Arm(answers);
+    std::binary_semaphore confirmed(0);
+    std::thread link([&] {
+      limit::FrameReader reader(device.Descriptor());
+      for (std::size_t i = 0; i < kChunks; ++i) {
+        TakeConfirmation(reader);
+        confirmed.release();
+      }
+    });
+    const Clock::time_point begin = Clock::now();
+    for (std::size_t i = 0; i < kChunks; ++i) {
+      SendChunk(device, file, i);
+      confirmed.acquire();
+    }
+    state.SetIterationTime(SecondsEach(Clock::now() - begin));
+    link.join();
+  }
+}
+
+// The last chunk's bytes, again and again.
+void LoadBare(benchmark::State& state) {
+  ChunkFile file;
+  const auto request = file.Frame(kChunks - 1, 1, 1);
+  const std::vector<Bytes> answers = Confirmations();
   RawDevice device;
   for (auto _ : state) {
     device.Prepared().Arm(answers);
@@ -146,13 +278,15 @@ void LoadLimit(benchmark::State& state) {
 }
 
 const bool kRegistered = [] {
-  constexpr auto kRow = "load_chunk";
-  bench_rows::Register(kRow, Shape::kLarge, bench_rows::kOurs, LoadOurs)
-      ->UseManualTime()
-      ->Iterations(3);
-  bench_rows::Register(kRow, Shape::kLarge, bench_rows::kLimit, LoadLimit)
-      ->UseManualTime()
-      ->Iterations(3);
+  const auto add = [](const char* who, void (*function)(benchmark::State&)) {
+    bench_rows::Register("load_chunk", Shape::kLarge, who, function)
+        ->UseManualTime()
+        ->Iterations(3);
+  };
+  add(bench_rows::kOurs, LoadOurs);
+  add(bench_rows::kLimit, LoadLimit);
+  add(kHandOver, LoadHandOver);
+  add(kBare, LoadBare);
   return true;
 }();
 

@@ -2,7 +2,8 @@
 """Puts the figures of the benches beside the goals: ratio_table.py FIGURES.json...
 
 Each file is what a bench wrote with --benchmark_out. Medians of the repetitions are compared within one
-run, so a busy machine moves both sides of a ratio. Output is the table of docs/performance.md.
+run, so a busy machine moves both sides of a ratio. A row is held against its "limit", unless it names
+another under "against"; a case without a goal only informs. Output is the table of docs/performance.md.
 """
 import json
 import os
@@ -60,11 +61,12 @@ def table_rows(goals, times, counters):
                 yield (row["title"], case["name"], time_text(ours), "", "", time_text(ours),
                        time_text(case["goal"]), verdict(ours, case["goal"]))
                 continue
-            limit = times[key + ("limit",)]
+            limit = times[key + (row.get("against", "limit"),)]
             peer = times.get(key + ("peer",))
+            goal = case.get("goal")
             yield (row["title"], case["name"], time_text(ours), time_text(limit),
                    "%.3g" % (peer / limit) if peer else "", "%.2f" % (ours / limit),
-                   "%g" % case["goal"], verdict(ours / limit, case["goal"]))
+                   "%g" % goal if goal else "", verdict(ours / limit, goal) if goal else "")
 
 
 def verdict(value, goal):
