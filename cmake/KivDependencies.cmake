@@ -25,7 +25,11 @@ find_path(KIV_READLINE_INCLUDE_DIR readline/readline.h REQUIRED)
 find_library(KIV_READLINE_LIBRARY readline REQUIRED)
 add_library(kiv_readline INTERFACE)
 target_include_directories(kiv_readline SYSTEM INTERFACE ${KIV_READLINE_INCLUDE_DIR})
-target_link_libraries(kiv_readline INTERFACE ${KIV_READLINE_LIBRARY})
+# The terminals' database, which the former stands on.
+find_path(KIV_TERMINFO_INCLUDE_DIR term.h REQUIRED)
+find_library(KIV_TERMINFO_LIBRARY NAMES tinfo ncursesw ncurses REQUIRED)
+target_include_directories(kiv_readline SYSTEM INTERFACE ${KIV_TERMINFO_INCLUDE_DIR})
+target_link_libraries(kiv_readline INTERFACE ${KIV_READLINE_LIBRARY} ${KIV_TERMINFO_LIBRARY})
 
 # Tests run with the system's interpreter: Debian's own Python packages are only there.
 set(KIV_PYTHON /usr/bin/python3)

@@ -53,6 +53,7 @@ _kiv() {
     -f | --file | --catalogue | :) _kiv_files "$word" ;;
     --config-dir) _kiv_folders "$word" ;;
     -l | --link) _kiv_endpoint "$word" ;;
+    --color) _kiv_words "$word" auto always never ;;
     -w | --wait | --settle | --variant | --product) ;;
     *) _kiv_words "$word" "$(_kiv_options kiv)" ;;
   esac

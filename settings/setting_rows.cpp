@@ -120,7 +120,7 @@ constexpr SettingRow kSave[] = {
     {kSetting<&KivSettings::autoSave>, L"SAVE", L"AUTO_SAVE", kReadAndWritten, L"0",
      "1: what the console shows is saved to a file"},
     {kSetting<&KivSettings::appendTime>, L"SAVE", L"APPEND_TIME", kReadAndWritten, L"1",
-     "1: the file's name gets the time"},
+     "1: its lines begin with the date and the time"},
     {kPluginPathField, L"PLUGIN", L"NAME", kReadOnly, nullptr, "plug-in file"},
     {kSavePathField, L"SAVE", L"SAVE_PATH", kReadAndWritten, L"", "that file"},
 };

@@ -52,7 +52,7 @@ Console::Console(ConsoleOptions options)
       endpoint_(ShownLine(bench::GetSetup().endpoint.view())),
       stops_(events_),
       screen_(MakeScreen(stops_, events_, interactive_)),
-      display_(*screen_),
+      display_(*screen_, [this] { events_.Wake(); }),
       queue_([this] { events_.Wake(); }),
       facade_(queue_),
       watch_(queue_, endpoint_, [this](bool connected) { facade_.SetConnected(connected); }),
@@ -66,10 +66,13 @@ Console::Console(ConsoleOptions options)
     timing_.Add(line);
     if (!line.isRound) changes_.LineFinished(line);
   });
+  const ColourSurroundings surroundings = ReadColourSurroundings();
+  display_.SetColours(ChooseColourDepth(options_.colour, surroundings), surroundings.abilities);
   pump_.OnSettings([this](const ConsoleSettings& settings) { DrawBy(settings); });
 }
 
 void Console::DrawBy(const ConsoleSettings& settings) {
+  display_.Follow(settings);
   if (!settings.areThere) return;
   screen_->SetPrompt(PromptText(settings));
   if (interactive_) screen_->SetTitle(TitleText(settings));
@@ -88,9 +91,11 @@ int Console::Run() {
   queue_.Close();
   if (!facade_.Stop(kStopTimeoutMs)) {
     if (facade_.IsSaving()) display_.Notice(SettingsNotSavedText());
+    display_.CloseLog();
     os::ExitNow(status);
   }
   if (facade_.IsUnsaved()) display_.Notice(SettingsNotSavedText());
+  display_.CloseLog();
   return status;
 }
 
@@ -219,6 +224,7 @@ int Console::RunTyped(const LineSource::Line& line) {
   if (interactive_ && pump_.News().settings->values.clearScreen != 0) {
     screen_->ClearFor(ShownLine(line.text));
   }
+  if (interactive_) display_.TypedLine(ShownLine(line.text));
   if (IsConsoleWord(line.text)) return RunConsoleWord(context_, line.text);
   return runner_.Run(ModuleLine(line.text));
 }

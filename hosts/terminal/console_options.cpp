@@ -36,6 +36,9 @@ constexpr OptionRow kOptions[] = {
     {"verify", nullptr, nullptr,
      "After ldnv, ask the device what it has stored and compare it with the file."},
     {"verbose", nullptr, nullptr, "In a batch, show every confirmation of ldnv."},
+    {"color", nullptr, "WHEN",
+     "Colours on standard output: auto (on a terminal that has them, without NO_COLOR),\n"
+     "                          always or never. Default: auto."},
     {"debug", nullptr, nullptr,
      "Write the debug log to kiv-debug.log in the configuration directory."},
     {"version", nullptr, nullptr, "Print the version and end."},
@@ -96,6 +99,18 @@ const char* NotUtf8(const QCommandLineParser& parser) {
 constexpr std::uint32_t kLongestMs = 4294967295;
 constexpr std::uint32_t kHighestCode = 65535;  // variant and product codes have 16 bits
 
+// False when the option is there and is none of the three.
+bool ReadColour(const QCommandLineParser& parser, ColourChoice& choice, std::string& output) {
+  if (!parser.isSet(QStringLiteral("color"))) return true;
+  const std::string value = parser.value(QStringLiteral("color")).toStdString();
+  const std::optional<ColourChoice> given = ColourChoiceOf(value);
+  choice = given.value_or(choice);
+  if (!given) {
+    output = "kiv: --color wants auto, always or never, not '" + ShownLine(value) + "'\n";
+  }
+  return given.has_value();
+}
+
 // False when the option is there and is not a number of 0 to `highest`.
 bool NumberOf(const QCommandLineParser& parser, const char* name, std::uint32_t highest,
               std::optional<std::uint32_t>& number, std::string& output) {
@@ -133,6 +148,7 @@ std::optional<int> ReadOptions(const QStringList& arguments, ConsoleOptions& opt
   std::optional<std::uint32_t> wait;
   std::optional<std::uint32_t> settle;
   if (!NumberOf(parser, "wait", kLongestMs, wait, output) ||
+      !ReadColour(parser, options.colour, output) ||
       !NumberOf(parser, "settle", kLongestMs, settle, output) ||
       !NumberOf(parser, "variant", kHighestCode, options.setup.variant, output) ||
       !NumberOf(parser, "product", kHighestCode, options.setup.product, output)) {

@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "hosts/terminal/colour_choice.h"
 #include "platform/base/bench_setup.h"
 
 namespace kiv {
@@ -33,6 +34,7 @@ struct ConsoleOptions {
   bool verbose = false;                 // show what a batch's loads are confirmed with
   bool verify = false;                  // compare what was loaded
   bool debug = false;
+  ColourChoice colour = ColourChoice::kAuto;
 
   bool HasScript() const { return !lines.empty() || file.has_value(); }
 };

@@ -1,8 +1,11 @@
 #include "hosts/terminal/console_texts.h"
 
+#include <cerrno>
+
 #include "hosts/terminal/line_source.h"
 #include "hosts/terminal/long_word.h"
 #include "platform/base/result_codes.h"
+#include "platform/os/error_text.h"
 #include "platform/text/shown_text.h"
 
 namespace kiv {
@@ -113,6 +116,24 @@ std::string SettingsNotSavedText() {
 }
 
 std::string SettingsNoticeText(const std::string& notice) { return "kiv: " + notice + "\n"; }
+
+std::string NoIndicationText(const std::string& name) {
+  return "kiv: '" + name + "' has no indications\n";
+}
+
+std::string BadPatternText(const std::string& expression, const std::string& problem) {
+  return "kiv: " + Quoted(expression) + " cannot be looked for: " + problem + "\n";
+}
+
+std::string LogNotWrittenText(const std::string& path, int error) {
+  return "kiv: the log " + ShownLine(path) + " cannot be written: " +
+         (error == EINVAL ? "it is no regular file" : os::ErrorText(error)) + "\n";
+}
+
+std::string LogIncompleteText(const std::string& path) {
+  return "kiv: the log " + ShownLine(path) +
+         " is written again; part of what was shown is missing\n";
+}
 
 std::string UnknownWordText(const std::string& word) {
   return "kiv: " + Quoted(word) + " is none of the console's own words; :help lists them\n";

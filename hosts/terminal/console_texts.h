@@ -39,6 +39,12 @@ std::string NoCommandsText(const std::string& catalogue, std::uint32_t status);
 std::string SettingsNotSavedText();
 // What the settings have to say, in the module's words.
 std::string SettingsNoticeText(const std::string& notice);
+// A command that sends nothing by itself.
+std::string NoIndicationText(const std::string& name);
+std::string BadPatternText(const std::string& expression, const std::string& problem);
+// The file that what is shown is saved to.
+std::string LogNotWrittenText(const std::string& path, int error);
+std::string LogIncompleteText(const std::string& path);
 std::string UnknownWordText(const std::string& word);
 // A word of the console's own that stands alone was given arguments.
 std::string NoArgumentsText(const std::string& word);

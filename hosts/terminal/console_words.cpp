@@ -8,6 +8,7 @@
 #include "hosts/terminal/command_words.h"
 #include "hosts/terminal/console_texts.h"
 #include "hosts/terminal/diff_word.h"
+#include "hosts/terminal/filter_words.h"
 #include "hosts/terminal/settings_words.h"
 #include "hosts/terminal/status_word.h"
 #include "hosts/terminal/timing_word.h"
@@ -83,9 +84,15 @@ constexpr ConsoleWord kWords[] = {
      ShowChanges, CompleteChanges},
     {":find", "WORDS", "commands that have all the words in name or description", FindCommands,
      nullptr},
+    {":grep", "[PATTERN|off]", "of what the device says by itself, show the lines that have it",
+     FilterLines, nullptr},
     {":help", "", "this list", Help, nullptr},
     {":history", "", "the lines that were typed, in all sessions", History, nullptr},
+    {":ind", "[on|off|NAME...]", "show all indications, none, or those of some commands alone",
+     FilterIndications, CompleteIndications},
     {":link", "", "what the console is connected to", Link, nullptr},
+    {":mute", "[NAME...|off]", "hide indications of commands, and at, shell, hci or cts", Mute,
+     CompleteMuted},
     {":quit", "", "end the console", Quit, nullptr},
     {":reload", "", "read the command catalogue again", Reload, nullptr},
     {":set", "[NAME [VALUE]]", "the settings: all, one, or another value for one", SetSetting,
@@ -94,6 +101,7 @@ constexpr ConsoleWord kWords[] = {
      nullptr},
     {":timing", "[N]", "how long the last lines took, step by step, with p50 and p99", ShowTiming,
      CompleteTiming},
+    {":unmute", "[NAME...]", "show again what :mute hides", Unmute, CompleteMuted},
     {":watch", "LINE [every 1s] [N times]", "run the line again and again and show what changes",
      Watch, CompleteWatch},
 };

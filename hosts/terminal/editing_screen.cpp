@@ -40,6 +40,7 @@ EditingScreen::EditingScreen(StopRequests& stops, std::unique_ptr<LineEditor> ed
 
 EditingScreen::~EditingScreen() {
   SetTitle("");
+  if (isPromptShown_) pending_ += activeEnd_;
   editor_->LeaveTerminal();
   TakeOutput();
   Flush();
@@ -80,8 +81,21 @@ void EditingScreen::HidePrompt() {
   }
   if (!isPromptShown_) return;
   isPromptShown_ = false;
+  pending_ += activeEnd_;  // the rows that are cleared get no colour
   editor_->Hide();
   TakeOutput();
+}
+
+// What stands between these marks takes no room in a prompt.
+void EditingScreen::SetActiveColours(std::string begin, std::string end) {
+  if (begin.empty()) end.clear();
+  if (!begin.empty()) os::NoteColours();
+  activeBegin_ = begin.empty() ? begin : "\001" + std::move(begin) + "\002";
+  activeEnd_ = std::move(end);
+}
+
+void EditingScreen::EndColours() {
+  if (!activeEnd_.empty()) pending_ += activeEnd_ + "\x1b[K";
 }
 
 void EditingScreen::Write(std::string_view bytes) {
@@ -101,7 +115,7 @@ void EditingScreen::ShowPrompt() {
   if (isPromptShown_) return;
   HidePrompt();
   isPromptShown_ = true;
-  editor_->Show(Prompt());
+  editor_->Show(activeBegin_ + Prompt());
   TakeOutput();
 }
 
@@ -122,6 +136,7 @@ bool EditingScreen::NextLine(LineSource::Line& line) {
       continue;
     }
     isPromptShown_ = false;
+    EndColours();
     if (outcome == LineEditor::Outcome::kEnd) {
       EndOfInput();
     } else {
@@ -135,6 +150,7 @@ void EditingScreen::DropTyped() {
   if (isPromptShown_) {
     editor_->LeaveRow(kInterruptMark);
     TakeOutput();
+    EndColours();
   } else {
     pending_ += kInterruptMark + std::string("\n");
   }
@@ -153,7 +169,10 @@ void EditingScreen::Resized() {
 
 void EditingScreen::Suspend() {
   if (IsBlockShown()) HidePrompt();
-  if (isPromptShown_) editor_->LeaveRow("");
+  const bool wasShown = isPromptShown_;
+  if (wasShown) editor_->LeaveRow("");
+  TakeOutput();
+  if (wasShown) EndColours();
   isPromptShown_ = false;
   editor_->LeaveTerminal();
   TakeOutput();

@@ -41,6 +41,7 @@ class EditingScreen final : public Screen {
   bool NextLine(LineSource::Line& line) override;
   void DropTyped() override;
   bool IsEchoOfTerminal() const override { return false; }
+  void SetActiveColours(std::string begin, std::string end) override;
   void Resized() override;
   void Suspend() override;
   void Resumed() override;
@@ -54,12 +55,16 @@ class EditingScreen final : public Screen {
   void TakeTerminal();
   // And the row of a progress.
   void HidePrompt() override;
+  // The terminal is as it was before the line under edit was drawn; the rest of the row, too.
+  void EndColours();
   void TakeOutput() { pending_ += editor_->TakeOutput(); }
 
   const std::unique_ptr<LineEditor> editor_;
   const bool noticesMeetTexts_;
   bool isProgressShown_ = false;
   bool isTitleSet_ = false;
+  std::string activeBegin_;  // in front of the prompt, marked as what takes no room
+  std::string activeEnd_;
   std::string pending_;  // written at the next Flush
   LineSource finished_;  // a finished line may be several
 };

@@ -234,6 +234,7 @@ void FacadeThread::OnMessage(SvcKivMsgType kind, void* payload) {
       if (event.text.empty() && !event.endsText) return;
       break;
   }
+  event.arrivedAt = std::chrono::system_clock::now();
   // The replies of lines do not come this way: from here the module only tells how a load failed.
   const bool isLoadFailure = isHere && kind == SvcKivSpace::kReply;
   if (isHere) {

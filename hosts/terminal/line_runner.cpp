@@ -60,7 +60,7 @@ int LineRunner::RunRound(std::wstring line, RoundTexts& texts, OnFinished show) 
 
 void LineRunner::ShowReply(const ViewEvent& reply) {
   if (round_ != nullptr) return round_->Reply(reply);
-  display_.Reply(reply.text);
+  display_.Reply(reply.text, reply.shown);
 }
 
 void LineRunner::Say(const std::string& notice) {

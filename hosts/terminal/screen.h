@@ -57,6 +57,13 @@ class Screen {
   // Clears the terminal and shows there what was typed. Where the output is more than a screen
   // nothing happens.
   virtual void ClearFor(std::string_view typed) { static_cast<void>(typed); }
+  // How the line under edit looks: what stands in front of the prompt and behind the line. Where
+  // nothing is edited, nothing.
+  virtual void SetActiveColours(std::string begin, std::string end) {
+    static_cast<void>(begin);
+    static_cast<void>(end);
+  }
+  const std::string& Prompt() const { return prompt_; }
   // Brings what was written to the terminal at the latest; before each wait.
   virtual void Flush() {}
 
@@ -100,7 +107,6 @@ class Screen {
   void WriteErr(std::string_view bytes);
   // Takes prompt and line under edit away; nothing happens when they are not shown.
   virtual void HidePrompt() = 0;
-  const std::string& Prompt() const { return prompt_; }
 
   StopRequests& stops_;
   bool isPromptShown_ = false;

@@ -155,7 +155,7 @@ constexpr SettingRow kSave[] = {
     Switch<&ConsoleSettings::values, &KivSettings::autoSave>(
         L"SAVE", L"AUTO_SAVE", "1: what is shown is written to a file, too"),
     Switch<&ConsoleSettings::values, &KivSettings::appendTime>(L"SAVE", L"APPEND_TIME",
-                                                               "1: the file's name gets the time"),
+                                                               "1: its lines begin with date and time"),
     Limited<&ConsoleSettings::storedPluginPath>(L"PLUGIN", L"NAME", 0, kDesktopOnly),
     Limited<&ConsoleSettings::storedSavePath>(
         L"SAVE", L"SAVE_PATH", kMostPathChars,

@@ -8,6 +8,7 @@
 // Owns its texts. Errors: none; after Close nothing is taken in any more and nobody waits.
 #pragma once
 
+#include <chrono>
 #include <condition_variable>
 #include <cstddef>
 #include <cstdint>
@@ -41,6 +42,8 @@ struct ViewEvent {
   ShownKind shown = ShownKind::kReply;  // kText, kReply
   // kText: the command of a confirmation or an indication, without its routing head; 0: not known.
   std::uint32_t cmdId = 0;
+  // kText: when it came.
+  std::chrono::system_clock::time_point arrivedAt = {};
   // kText: a piece of this channel's text, as the device sent it.
   Channel channel = Channel::kNone;
   bool endsText = false;   // kText: nothing is to follow the piece

@@ -49,7 +49,36 @@ int Rotate(const std::string& path, const Descriptor& file) {
       [&path] { return system_calls::Rename(path.c_str(), (path + ".1").c_str()); }));
 }
 
+bool IsRegular(const Descriptor& file) {
+  struct stat status {};
+  return fstat(file.number(), &status) == 0 && S_ISREG(status.st_mode);
+}
+
 }  // namespace
+
+Appended AppendToRegularFile(const std::string& mappedPath, std::string_view text) {
+  Descriptor file;
+  Appended appended;
+  appended.error = OpenLog(mappedPath, file);
+  // A pipe that nobody reads, likewise.
+  if (appended.error == ENXIO) appended.error = EINVAL;
+  if (appended.error == 0 && !IsRegular(file)) appended.error = EINVAL;
+  while (appended.error == 0 && appended.writtenBytes < text.size()) {
+    const std::string_view rest = text.substr(appended.writtenBytes);
+    const ssize_t written = RetryWhenInterrupted(
+        [&] { return system_calls::Write(file.number(), rest.data(), rest.size()); });
+    if (written < 0) {
+      appended.error = errno;
+    } else if (written == 0) {
+      appended.error = ENOSPC;
+    } else {
+      appended.writtenBytes += static_cast<std::size_t>(written);
+    }
+  }
+  const int closed = file.Close();
+  if (appended.error == 0) appended.error = closed;
+  return appended;
+}
 
 int AppendLogLine(const std::string& mappedPath, std::string_view line, std::size_t limitBytes) {
   Descriptor file;

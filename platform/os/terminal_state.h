@@ -16,6 +16,8 @@ KIVPLATFORM_API void NoteTerminal();
 // Brings the noted settings back and switches the marks around pasted text off. Does nothing when
 // nothing is noted. ExitNow does it, too.
 KIVPLATFORM_API void RestoreTerminal() noexcept;
+// From now on the terminal may be in a colour: RestoreTerminal takes it back, too.
+KIVPLATFORM_API void NoteColours();
 // A key that is a signal (Ctrl-C) leaves what is on its way to and from the terminal alone: what
 // was written is shown, and what was typed before it is the program's to drop.
 KIVPLATFORM_API void KeepQueuesAtSignals();

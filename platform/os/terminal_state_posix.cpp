@@ -7,6 +7,7 @@
 #include <atomic>
 #include <cerrno>
 #include <iterator>
+#include <string_view>
 
 #include "platform/os/terminal_state.h"
 
@@ -17,7 +18,10 @@ namespace {
 termios noted;
 std::atomic<bool> isNoted{false};
 
-constexpr char kPasteMarksOff[] = "\x1b[?2004l";
+std::atomic<bool> isColoured{false};
+
+constexpr std::string_view kPasteMarksOff = "\x1b[?2004l";
+constexpr std::string_view kColoursAndPasteMarksOff = "\x1b[m\x1b[?2004l";
 
 // Whose default action does not end the process, or that cannot be handled. All others do, the
 // real-time ones and those of one system alone included.
@@ -67,12 +71,15 @@ void RestoreTerminal() noexcept {
   ::tcsetattr(STDIN_FILENO, TCSANOW, &noted);
   pollfd output = {STDOUT_FILENO, POLLOUT, 0};
   if (::poll(&output, 1, 0) > 0) {
-    [[maybe_unused]] const ssize_t written =
-        ::write(STDOUT_FILENO, kPasteMarksOff, sizeof kPasteMarksOff - 1);
+    const std::string_view off =
+        isColoured.load(std::memory_order_relaxed) ? kColoursAndPasteMarksOff : kPasteMarksOff;
+    [[maybe_unused]] const ssize_t written = ::write(STDOUT_FILENO, off.data(), off.size());
   }
   ::sigprocmask(SIG_SETMASK, &before, nullptr);
   errno = savedErrno;
 }
+
+void NoteColours() { isColoured.store(true, std::memory_order_relaxed); }
 
 void KeepQueuesAtSignals() {
   termios settings;

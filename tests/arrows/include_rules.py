@@ -59,7 +59,7 @@ GENERATED = {"kiv_version.h": None, "board_catalogue.h": ["device", "tests", "fu
 KNOWS = [
     (r"sqlite3\.h|pugixml\.hpp|libdeflate\.h|asio(\.hpp|/.*)", ["platform"]),
     (r"nlohmann/.*", ["tools"]),
-    (r"readline/.*", ["hosts/terminal"]),
+    (r"readline/.*|curses\.h|term\.h", ["hosts/terminal"]),
     (
         r"(sys|linux|netinet|arpa)/.*|unistd\.h|fcntl\.h|poll\.h|termios\.h|dirent\.h|pwd\.h"
         r"|netdb\.h|dlfcn\.h|spawn\.h|pthread\.h|windows\.h",

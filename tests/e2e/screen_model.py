@@ -159,14 +159,14 @@ class ScreenModel:
         if final is None:
             assert single in (None, "=", ">"), single
             return
-        self.pending_wrap = False
         values = [int(number or 0) for number in numbers.split(";")]
         first = values[0]
+        if final == "m" and not private:
+            return  # nothing moves, and a full row stays full
+        self.pending_wrap = False
         if private:
             assert private == "?" and final in "hl", match.group()
             (self.modes.add if final == "h" else self.modes.discard)(first)
-        elif final == "m":
-            pass
         elif final == "t":
             assert values in ([22, 2], [23, 2]), match.group()
             if first == 22:

@@ -23,7 +23,7 @@ class Terminal(BenchCase):
         self.master, slave = pty.openpty()
         self.stack.callback(os.close, self.master)
         self.seen = ""
-        self.process = self.start([KIV, "--link", self.child(), *arguments], stdin=slave, stdout=slave,
+        self.process = self.start([KIV, "--color", "never", "--link", self.child(), *arguments], stdin=slave, stdout=slave,
                                   stderr=slave, env=self.environment(TERM=term))
         os.close(slave)
 

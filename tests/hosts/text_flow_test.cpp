@@ -75,5 +75,36 @@ TEST(TextFlow, ALineThatTheUserEndedIsNotEndedAgain) {
   EXPECT_EQ(flow.Whole("reply"), "reply\n");
 }
 
+TEST(TextFlow, ASieveGetsWholeLinesAndUnfinishedOnesAreHeldBack) {
+  TextFlow flow;
+  std::string seen;
+  flow.SetSieve([&seen](Channel, std::string lines) {
+    seen += "[" + lines + "]";
+    return lines.starts_with("a") ? lines : std::string();
+  });
+  EXPECT_EQ(flow.Piece(Channel::kShell, "ab"), "");
+  EXPECT_TRUE(flow.IsOpen());
+  EXPECT_EQ(flow.Piece(Channel::kShell, "c\nb"), "abc\n");
+  EXPECT_EQ(flow.Piece(Channel::kAt, "a1"), "");
+  EXPECT_EQ(flow.EndAll(), "a1\n");
+  EXPECT_EQ(seen, "[abc\n][a1][b]");
+  EXPECT_FALSE(flow.IsOpen());
+}
+
+TEST(TextFlow, ASieveSeesALineWithoutEndInParts) {
+  TextFlow flow;
+  std::size_t parts = 0;
+  flow.SetSieve([&parts](Channel, std::string lines) {
+    ++parts;
+    return lines;
+  });
+  std::string shown;
+  for (int i = 0; i < 1024; ++i) shown += flow.Piece(Channel::kShell, std::string(1024, 'x'));
+  shown += flow.EndAll();
+  EXPECT_EQ(shown, std::string(1u << 20, 'x') + "\n");
+  EXPECT_GT(parts, 10u);
+  EXPECT_LT(parts, 20u);
+}
+
 }  // namespace
 }  // namespace kiv
