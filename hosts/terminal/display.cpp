@@ -136,7 +136,8 @@ void Display::Block(std::vector<BlockRow> rows) {
 }
 
 void Display::DrawBlock() {
-  if (!blockRows_.empty()) ToScreen(ShownKind::kNotice, shown_.flow.Break(), TimeStamp::Clock::now());
+  if (!blockRows_.empty())
+    ToScreen(ShownKind::kNotice, shown_.flow.Break(), TimeStamp::Clock::now());
   screen_.Block(blockRows_);
 }
 

@@ -154,8 +154,8 @@ constexpr SettingRow kColours[] = {
 constexpr SettingRow kSave[] = {
     Switch<&ConsoleSettings::values, &KivSettings::autoSave>(
         L"SAVE", L"AUTO_SAVE", "1: what is shown is written to a file, too"),
-    Switch<&ConsoleSettings::values, &KivSettings::appendTime>(L"SAVE", L"APPEND_TIME",
-                                                               "1: its lines begin with date and time"),
+    Switch<&ConsoleSettings::values, &KivSettings::appendTime>(
+        L"SAVE", L"APPEND_TIME", "1: its lines begin with date and time"),
     Limited<&ConsoleSettings::storedPluginPath>(L"PLUGIN", L"NAME", 0, kDesktopOnly),
     Limited<&ConsoleSettings::storedSavePath>(
         L"SAVE", L"SAVE_PATH", kMostPathChars,
