@@ -74,19 +74,6 @@ std::wstring WithCaret(std::size_t cell, std::wstring_view path) {
   return line;
 }
 
-// The end of the longest beginning of the text that takes no more than `cells`.
-std::size_t Fitting(std::wstring_view text, std::size_t cells) {
-  std::size_t taken = 0;
-  std::size_t at = 0;
-  while (at < text.size()) {
-    const Glyph glyph = GlyphAt(text, at, taken);
-    if (taken + glyph.cells > cells) break;
-    taken += glyph.cells;
-    at += glyph.chars;
-  }
-  return at;
-}
-
 // Tabs as the blanks that they are on a row that begins with the text.
 std::wstring WithoutTabs(std::wstring_view text, std::size_t& column) {
   std::wstring shown;
@@ -134,6 +121,18 @@ std::size_t CellWidth(std::wstring_view text, std::size_t startCell) {
   return cell - startCell;
 }
 
+std::wstring_view FittingCells(std::wstring_view text, std::size_t cells) {
+  std::size_t taken = 0;
+  std::size_t at = 0;
+  while (at < text.size()) {
+    const Glyph glyph = GlyphAt(text, at, taken);
+    if (taken + glyph.cells > cells) break;
+    taken += glyph.cells;
+    at += glyph.chars;
+  }
+  return text.substr(0, at);
+}
+
 std::wstring CaretLine(std::wstring_view text, std::size_t column, std::wstring_view path,
                        std::size_t startCell) {
   return WithCaret(CellOfColumn(text, column, startCell), path);
@@ -152,7 +151,7 @@ MarkedLine MarkLine(std::wstring_view text, std::size_t column, std::wstring_vie
       column = column - dropped + kCut.size();
     }
     if (CellWidth(shown) > room) {
-      shown.resize(Fitting(shown, room - kCut.size()));
+      shown.resize(FittingCells(shown, room - kCut.size()).size());
       shown += kCut;
     }
   }
@@ -165,7 +164,7 @@ MarkedLine MarkLine(std::wstring_view text, std::size_t column, std::wstring_vie
     marked.caret = std::wstring(cell - pathCells - 1, L' ').append(path) + L" ^";
   } else {
     const std::size_t left = room > cell + 2 ? room - cell - 2 : 0;
-    marked.caret = WithCaret(cell, path.substr(0, Fitting(path, left)));
+    marked.caret = WithCaret(cell, FittingCells(path, left));
   }
   marked.shown = std::move(shown);
   return marked;

@@ -21,6 +21,9 @@ std::size_t CellsOf(char32_t codePoint) noexcept;
 // width depends on it).
 std::size_t CellWidth(std::wstring_view text, std::size_t startCell = 0);
 
+// The longest beginning of the text that takes no more than `cells`, at the beginning of a row.
+std::wstring_view FittingCells(std::wstring_view text, std::size_t cells);
+
 // Blanks, "^", and " path" when there is one: to be put below a line that shows `text` from
 // `startCell` (the prompt's width) on. `column` is in wchar_t. On a combining mark or the second
 // half of a pair the mark stands below the character that it belongs to.

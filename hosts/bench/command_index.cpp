@@ -163,6 +163,8 @@ void CommandIndex::AddResembling(const std::string& folded, std::size_t limit,
       described.push_back({0, index});
     }
   }
+  matches.foldedCount = folds.size();
+  matches.otherCount = fuzzy.size() + described.size();
   const auto add = [&](std::vector<Ranked>& ranked, MatchKind kind) {
     KeepBest(ranked, limit - matches.rows.size());
     for (const Ranked& each : ranked) matches.rows.push_back({each.index, kind});

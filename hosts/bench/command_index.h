@@ -44,7 +44,11 @@ struct CommandMatch {
 // What Complete found: at most as many rows as asked for.
 struct CommandMatches {
   std::vector<CommandMatch> rows;
-  std::size_t prefixCount = 0;  // of all commands that are kPrefix, in the rows or not
+  // Of all commands, in the rows or not: those that are kPrefix; those that are kFoldedPrefix; the
+  // others. The last two are counted only where the first leave room in the rows.
+  std::size_t prefixCount = 0;
+  std::size_t foldedCount = 0;
+  std::size_t otherCount = 0;
 };
 
 // Finds commands by the beginning of their names, by resemblance and by words.

@@ -61,7 +61,8 @@ Console::Console(ConsoleOptions options)
       runner_(options_, facade_, watch_, pump_, display_, help_),
       changes_(display_),
       context_{options_, pump_,   display_, runner_, help_,
-               changes_, timing_, watch_,   queue_,  interactive_} {
+               changes_, timing_, watch_,   queue_,  interactive_},
+      completion_(context_) {
   runner_.TellFinished([this](const FinishedLine& line) {
     timing_.Add(line);
     if (!line.isRound) changes_.LineFinished(line);
@@ -142,6 +143,7 @@ int Console::RunInput(int status) {
 
 int Console::RunInteractive() {
   help_.Start();
+  screen_->SetCompletion(&completion_);
   display_.Notice(
       "kiv: type help for the commands of the device, :help for the console's own words\n");
   const auto next = [this](LineSource::Line& line) {

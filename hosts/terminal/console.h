@@ -20,6 +20,7 @@
 
 #include "hosts/terminal/change_notes.h"
 #include "hosts/terminal/command_help.h"
+#include "hosts/terminal/console_completion.h"
 #include "hosts/terminal/console_options.h"
 #include "hosts/terminal/console_words.h"
 #include "hosts/terminal/display.h"
@@ -83,6 +84,7 @@ class Console {
   ChangeNotes changes_;
   LineTiming timing_;
   ConsoleContext context_;
+  ConsoleCompletion completion_;
 };
 
 }  // namespace kiv

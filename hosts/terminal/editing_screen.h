@@ -47,6 +47,7 @@ class EditingScreen final : public Screen {
   void Resumed() override;
   void SetHistory(std::vector<std::string> lines) override;
   void AddHistory(const std::string& line) override { editor_->AddHistory(line); }
+  void SetCompletion(CompletionSource* source) override { editor_->SetCompletion(source); }
   void BindKeys(std::vector<EditorKey> keys) override { editor_->BindKeys(std::move(keys)); }
   void SetTitle(const std::string& title) override;
   void ClearFor(std::string_view typed) override;

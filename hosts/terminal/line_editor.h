@@ -16,6 +16,8 @@
 
 namespace kiv {
 
+class CompletionSource;
+
 // A key that does something else here than the editor knows.
 struct EditorKey {
   std::string sequence;            // the bytes that the terminal sends for it
@@ -60,6 +62,9 @@ class LineEditor {
   virtual void SetHistory(std::vector<std::string> lines) = 0;
   // A line of this run that was not typed whole: a key or a word brought it.
   virtual void AddHistory(const std::string& line) = 0;
+  // Whom the completion keys ask, also when the user's inputrc binds others; null: nobody.
+  // Borrowed.
+  virtual void SetCompletion(CompletionSource* source) = 0;
   // In place of the keys bound before, which do again what they did.
   virtual void BindKeys(std::vector<EditorKey> keys) = 0;
 

@@ -10,7 +10,7 @@
 #include "hosts/terminal/console_texts.h"
 #include "hosts/terminal/line_runner.h"
 #include "hosts/terminal/stored_file.h"
-#include "platform/base/version_query.h"
+#include "hosts/terminal/text_device.h"
 #include "platform/os/error_text.h"
 #include "platform/os/file_stamp.h"
 #include "platform/os/paths.h"
@@ -29,9 +29,6 @@ constexpr Milliseconds kLineTime{1000};
 constexpr Milliseconds kNextChunkTime{100};
 // Longer than the module takes to give up a post that cannot be written.
 constexpr std::chrono::seconds kStopTime{5};
-// The variant and the product whose text channels take lines of every kind.
-constexpr std::uint32_t kAllToController = 246;
-constexpr std::uint32_t kAllToShell = 38;
 constexpr std::uint64_t kChunkBytes = 2048;
 constexpr std::uint64_t kMostChunks = 65535;
 constexpr std::size_t kLoadLimitBytes = kMostChunks * kChunkBytes;
@@ -224,9 +221,7 @@ int LineRunner::VerifyLoad(const LoadNotes& notes, const std::string& mappedPath
     display_.Notice("kiv: " + notes.Path() + " is not verified: " + reason + "\n");
     return kCommandFailed;
   };
-  if (CVersion::GetVersion() == kAllToController || CProductVersion::GetVersion() == kAllToShell) {
-    return failed("this device takes every question as a text");
-  }
+  if (TakesLinesAsText()) return failed("this device takes every question as a text");
   ViewEvent reply;
   const auto question = [](FacadeThread& here, ViewEvent& answer) {
     answer.isCommand = here.AskDevice(kStoredFileCommand, answer);

@@ -1,5 +1,5 @@
 // The line editor over GNU readline's callback interface. Readline is one a process and keeps its
-// state in globals; this file alone knows it.
+// state in globals; this file and that of its completion alone know it.
 #include <readline/history.h>
 #include <readline/readline.h>
 #include <stdio.h>
@@ -12,6 +12,7 @@
 
 #include "hosts/terminal/line_editor.h"
 #include "hosts/terminal/line_rows.h"
+#include "hosts/terminal/readline_completion.h"
 #include "platform/os/utf8_codec.h"
 
 namespace kiv {
@@ -75,6 +76,7 @@ class ReadlineEditor final : public LineEditor {
   void Drop() override;
   std::optional<Clock::time_point> KeysDue() const override;
   void SetHistory(std::vector<std::string> lines) override;
+  void SetCompletion(CompletionSource* source) override { completion_.SetSource(source); }
   void AddHistory(const std::string& line) override;
   void BindKeys(std::vector<EditorKey> keys) override;
   std::string TakeOutput() override;
@@ -98,12 +100,15 @@ class ReadlineEditor final : public LineEditor {
   const EditorKey* KeyOf(std::string_view sequence) const;
   // Whether all that waits is an Esc for which there is a row.
   bool IsEscapeAlone() const;
+  // Takes one key; what it wants read stands above the line then.
+  void TakeKey();
   void BeginLine();
   void TakeNewHistory();
   void FillHistory();
   LinePosition CursorPosition() const;
 
   static ReadlineEditor* current_;
+  ReadlineCompletion completion_;
   std::FILE* output_ = nullptr;
   char* outputBytes_ = nullptr;
   std::size_t outputLengthBytes_ = 0;
@@ -184,7 +189,20 @@ void ReadlineEditor::Show(const std::string& prompt) {
   rl_forced_update_display();
 }
 
-void ReadlineEditor::Hide() { rl_clear_visible_line(); }
+void ReadlineEditor::Hide() {
+  rl_clear_visible_line();
+  completion_.RowsMoved();
+}
+
+void ReadlineEditor::TakeKey() {
+  rl_callback_read_char();
+  const std::string rows = completion_.TakeRows();
+  if (rows.empty()) return;
+  rl_clear_visible_line();
+  std::fputs(rows.c_str(), output_);
+  rl_on_new_line();
+  rl_forced_update_display();
+}
 
 LinePosition ReadlineEditor::CursorPosition() const {
   int rows = 0;
@@ -368,7 +386,7 @@ LineEditor::Outcome ReadlineEditor::Next(std::string& line) {
       PressEscape();
     } else {
       if (!HasWholeKey()) break;
-      rl_callback_read_char();
+      TakeKey();
     }
   }
   if (from_ == keys_.size() || from_ > keys_.size() / 2) {

@@ -95,6 +95,8 @@ class Screen {
   virtual void SetHistory(std::vector<std::string> lines) { static_cast<void>(lines); }
   // A line of this run that was not typed whole.
   virtual void AddHistory(const std::string& line) { static_cast<void>(line); }
+  // Whom completion asks, where there is one.
+  virtual void SetCompletion(CompletionSource* source) { static_cast<void>(source); }
   // Keys with a meaning of their own, in place of those before. A key's line comes from NextLine
   // while what is under edit stays.
   virtual void BindKeys(std::vector<EditorKey> keys) { static_cast<void>(keys); }
