@@ -132,23 +132,24 @@ constexpr SettingRow kPopular[] = {
 };
 
 constexpr SettingRow kColours[] = {
-    Colour<&KivSettings::general, &KivLineColour::text>(L"COLOR.GENERAL", L"TEXT",
-                                                        "everything that no other row names"),
+    Colour<&KivSettings::general, &KivLineColour::text>(
+        L"COLOR.GENERAL", L"TEXT", "texts that no other row names, with the console's own answers"),
     Colour<&KivSettings::general, &KivLineColour::background>(L"COLOR.GENERAL", L"BACKGROUND",
                                                               "behind it"),
-    Colour<&KivSettings::requestLine, &KivLineColour::text>(L"COLOR.REQUEST_LINE", L"TEXT",
-                                                            "lines that were typed"),
+    Colour<&KivSettings::requestLine, &KivLineColour::text>(
+        L"COLOR.REQUEST_LINE", L"TEXT", "input parameters of a line that was sent"),
     Colour<&KivSettings::requestLine, &KivLineColour::background>(L"COLOR.REQUEST_LINE",
                                                                   L"BACKGROUND", "behind them"),
-    Colour<&KivSettings::activeLine, &KivLineColour::text>(L"COLOR.ACTIVE_LINE", L"TEXT",
-                                                           "the line under edit"),
+    Colour<&KivSettings::activeLine, &KivLineColour::text>(
+        L"COLOR.ACTIVE_LINE", L"TEXT", "the line under edit, and as it was typed"),
     Colour<&KivSettings::activeLine, &KivLineColour::background>(L"COLOR.ACTIVE_LINE",
                                                                  L"BACKGROUND", "behind it"),
     Colour<&KivSettings::responseLine, &KivLineColour::text>(L"COLOR.RESPONSE_LINE", L"TEXT",
-                                                             "what the device answers"),
+                                                             "confirmations"),
     Colour<&KivSettings::responseLine, &KivLineColour::background>(L"COLOR.RESPONSE_LINE",
                                                                    L"BACKGROUND", "behind it"),
-    Colour<&KivSettings::hiliteText>(L"COLOR.HILITE_LINE", L"TEXT", "what is to be noticed"),
+    Colour<&KivSettings::hiliteText>(L"COLOR.HILITE_LINE", L"TEXT",
+                                     "indications, and what `:grep` found"),
 };
 
 constexpr SettingRow kSave[] = {
