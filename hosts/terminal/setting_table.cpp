@@ -110,7 +110,8 @@ constexpr SettingRow kPopular[] = {
                                                  "1: indications are shown at any time"),
     PopularSwitch<&KivSettings::enableInstantIndCmd>(
         L"ENABLE_INSTANT_IND_CMD", "1: they are shown for `INSTANT_IND_TIME` after a command"),
-    PopularSwitch<&KivSettings::showMatchWin>(L"SHOWMATCHWIN", kDesktopOnly),
+    PopularSwitch<&KivSettings::showMatchWin>(
+        L"SHOWMATCHWIN", "1: TAB lists what may follow; 0: it only types what is certain"),
     PopularSwitch<&KivSettings::historyOn>(L"HISTORY_CMD", "1: typed lines go into the history"),
     PopularSwitch<&KivSettings::favouritesOn>(L"FAVORATE_CMD", kDesktopOnly),
     PopularSwitch<&KivSettings::autoLoadPara>(L"AUTO_LOAD_PARA", kDesktopOnly),
@@ -183,7 +184,7 @@ constexpr SettingRow kKeyboard[] = {
 
 constexpr SettingRow kAutoIntellisense[] = {
     Switch<&ConsoleSettings::values, &KivSettings::autoIntellisense>(
-        L"AUTOINTELLISENCE", L"AUTO_INTELLISENSE", kDesktopOnly),
+        L"AUTOINTELLISENCE", L"AUTO_INTELLISENSE", "1: TAB completes; 0: it does nothing"),
 };
 
 constexpr SettingRow kClearScreen[] = {

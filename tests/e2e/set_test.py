@@ -268,6 +268,26 @@ class OnATerminal(Typist):
         self.type(":set TITLE Kiv\r")
         self.wait(lambda: self.screen.title is None)
 
+    def test_completion_follows_its_settings(self):
+        self.open()
+        self.wait_connected()
+        self.type(":set prom\t")
+        self.wait("\nkiv> :set PROMPT ")
+        self.type("\x15echo_\t\t")
+        self.wait(lambda: re.search(r"^echo_all", self.screen.text(), re.M) and self.ends_with("\nkiv> echo_"))
+        self.type("\x15:set SHOWMATCHWIN off\r")
+        self.wait("\nSHOWMATCHWIN              0\nkiv> ")
+        self.mark()
+        self.type("ech\t")
+        self.wait("\nkiv> echo_")
+        self.type("\t\tal\t")
+        self.wait("\nkiv> echo_all ")
+        self.type("\x15:set AUTO_INTELLISENSE off\r")
+        self.wait("\nAUTO_INTELLISENSE         0\nkiv> ")
+        self.type("ech\tx")
+        self.wait("\nkiv> echx")
+        self.assertNotRegex(self.since(), r"(?m)^echo_")
+
 
 if __name__ == "__main__":
     unittest.main()
