@@ -6,6 +6,7 @@
 #include <optional>
 #include <utility>
 
+#include "hosts/terminal/typed_record.h"
 #include "platform/base/app_prefs.h"
 #include "platform/base/result_codes.h"
 #include "platform/text/file_path.h"
@@ -55,21 +56,6 @@ QCString LogPath(const QCString& stored) {
   if (stored.IsEmpty()) return GetAppPrefs().GetDirectory() + L"\\kiv" + kLogSuffix;
   const QCString path = Absolute(stored);
   return path.EndsWith(kLogSuffix) ? path : path + kLogSuffix;
-}
-
-KivCommandRecord RecordOf(std::wstring_view line) {
-  line.remove_prefix(std::min(line.find_first_not_of(L' '), line.size()));
-  const std::size_t blank = line.find(L' ');
-  KivCommandRecord record;
-  record.name = QCString(line.substr(0, blank));
-  if (blank != std::wstring_view::npos) record.parameters = QCString(line.substr(blank + 1));
-  return record;
-}
-
-// Anything else would be taken out again by the next load.
-bool CanBeKept(const KivCommandRecord& record) {
-  return !record.name.IsEmpty() && record.name.GetLength() <= SvcKivSpace::kMaxCommandNameChars &&
-         record.parameters.GetLength() <= SvcKivSpace::kMaxParameterChars;
 }
 
 bool Fits(const QCString& path) { return path.GetLength() < SvcKivSpace::kSavePathBufferChars; }
@@ -164,7 +150,14 @@ int SettingsKeeper::InstantIndMs() const {
   return static_cast<int>(Values().instantIndMs);
 }
 
+std::wstring SettingsKeeper::LastLine() const {
+  if (!lastLine_.empty()) return lastLine_;
+  const std::vector<std::wstring> lines = Lines();
+  return lines.empty() ? std::wstring() : lines.back();
+}
+
 bool SettingsKeeper::Keep(std::wstring_view line) {
+  if (line.find_first_not_of(L' ') != std::wstring_view::npos) lastLine_ = line;
   if (config_.Settings().historyOn == 0) return true;
   KivCommandRecord record = RecordOf(line);
   if (!CanBeKept(record)) return true;
@@ -198,12 +191,8 @@ bool SettingsKeeper::SaveAll() {
 
 std::vector<std::wstring> SettingsKeeper::Lines() const {
   std::vector<std::wstring> lines;
-  const auto add = [&lines](const KivCommandRecord& record) {
-    lines.push_back(record.name.str());
-    if (!record.parameters.IsEmpty()) lines.back() += L" " + record.parameters.str();
-  };
-  for (const KivCommandRecord& record : config_.Lists().history) add(record);
-  for (const KivCommandRecord& record : waiting_) add(record);
+  for (const KivCommandRecord& record : config_.Lists().history) lines.push_back(LineOf(record));
+  for (const KivCommandRecord& record : waiting_) lines.push_back(LineOf(record));
   return lines;
 }
 

@@ -16,6 +16,7 @@
 #include <string_view>
 #include <vector>
 
+#include "hosts/terminal/command_memory.h"
 #include "hosts/terminal/console_settings.h"
 #include "hosts/terminal/setting_table.h"
 #include "svckiv/svc_kiv_config.h"
@@ -52,8 +53,12 @@ class SettingsKeeper {
   bool Keep(std::wstring_view line);
   // Brings what a batch has kept to the disk.
   bool SaveAll();
-  // The history, oldest first, as it was typed.
+  // The history, oldest first.
   std::vector<std::wstring> Lines() const;
+  // The last line of this run, whether or not it could be kept, else the newest of the history.
+  std::wstring LastLine() const;
+  // Favourites and shortcut commands.
+  CommandMemory Commands() { return CommandMemory(config_); }
 
  private:
   void HoldWholeSavePath();
@@ -66,6 +71,7 @@ class SettingsKeeper {
   const bool saveEachLine_;
   // Of a batch, at most as many as the history keeps: storing costs as much as the history is long.
   std::deque<SvcKivSpace::KivCommandRecord> waiting_;
+  std::wstring lastLine_;
   QCString longSavePath_;  // one that the record cannot hold; else empty
 };
 
