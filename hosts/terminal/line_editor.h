@@ -23,6 +23,7 @@ struct EditorKey {
   std::string sequence;            // the bytes that the terminal sends for it
   const char* function = nullptr;  // of the editor's own, by its name in an inputrc; else `line`
   std::string line = {};           // what Next hands out with kKey
+  bool yields = false;             // to what the user's inputrc has for it
 };
 
 class LineEditor {

@@ -353,7 +353,7 @@ void ReadlineEditor::Bind(const EditorKey& key, Keymap map) {
   int type = ISFUNC;
   rl_command_func_t* const function =
       rl_function_of_keyseq_len(key.sequence.data(), key.sequence.size(), map, &type);
-  if (type == ISKMAP) return;
+  if (type == ISKMAP || (key.yields && function != nullptr)) return;
   if (type == ISMACR) {
     before.macro = reinterpret_cast<const char*>(function);
   } else {
