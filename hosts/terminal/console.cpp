@@ -223,12 +223,11 @@ int Console::RunTyped(const LineSource::Line& line) {
     display_.Notice(LineTooLongText(line.number));
     return kCommandFailed;
   }
-  if (interactive_ && pump_.News().settings->values.clearScreen != 0) {
-    screen_->ClearFor(ShownLine(line.text));
+  if (interactive_ && !line.isOfKey) {
+    if (pump_.News().settings->values.clearScreen != 0) screen_->ClearFor(ShownLine(line.text));
+    display_.TypedLine(ShownLine(line.text));
   }
-  if (interactive_) display_.TypedLine(ShownLine(line.text));
-  if (IsConsoleWord(line.text)) return RunConsoleWord(context_, line.text);
-  return runner_.Run(ModuleLine(line.text));
+  return RunTypedLine(context_, line.text);
 }
 
 }  // namespace kiv

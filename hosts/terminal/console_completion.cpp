@@ -1,7 +1,6 @@
 #include "hosts/terminal/console_completion.h"
 
 #include <algorithm>
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -35,25 +34,11 @@ std::wstring NoteOf(const ConsoleWord& word) {
   return os::Utf8ToWide(std::string(word.name) + " " + word.arguments + ": " + word.help);
 }
 
-// What all of them have in common is typed, and nothing is listed.
-void HideMatches(std::wstring_view line, hostbench::Completion& completion) {
-  if (completion.isPath || completion.total <= 1) return;
-  completion.candidates.clear();
-  if (line.substr(completion.from) != completion.common) {
-    completion.candidates.push_back({completion.common, {}});
-  }
-  completion.total = completion.candidates.size();
-  completion.behind.clear();
-}
-
 }  // namespace
 
 hostbench::Completion ConsoleCompletion::Complete(std::wstring_view line, std::size_t cursor) {
   line = line.substr(0, cursor);
-  const std::shared_ptr<const ConsoleSettings> settings = context_.pump.News().settings;
-  if (settings->areThere && settings->values.autoIntellisense == 0) return Nothing(line);
   hostbench::Completion completion = IsConsoleWord(line) ? OfOwnLine(line) : OfCommand(line);
-  if (settings->areThere && settings->values.showMatchWin == 0) HideMatches(line, completion);
   // Who asked the facade's thread has shown what arrived meanwhile.
   context_.display.ShowPrompt();
   return completion;

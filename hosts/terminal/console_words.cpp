@@ -9,6 +9,7 @@
 #include "hosts/terminal/console_texts.h"
 #include "hosts/terminal/diff_word.h"
 #include "hosts/terminal/filter_words.h"
+#include "hosts/terminal/memory_words.h"
 #include "hosts/terminal/settings_words.h"
 #include "hosts/terminal/status_word.h"
 #include "hosts/terminal/timing_word.h"
@@ -55,17 +56,6 @@ int Quit(ConsoleContext& context, std::wstring_view) {
   return kDone;
 }
 
-int History(ConsoleContext& context, std::wstring_view) {
-  ViewEvent reply;
-  const auto list = [](FacadeThread& here, ViewEvent& answer) {
-    if (here.Settings() == nullptr) return;
-    for (const std::wstring& line : here.Settings()->Lines()) answer.text += ShownLine(line) + "\n";
-  };
-  if (!context.runner.Ask(list, reply)) return kInterrupted;
-  context.display.Answer(reply.text);
-  return kDone;
-}
-
 int Reload(ConsoleContext& context, std::wstring_view) {
   ViewEvent reply;
   const auto reload = [](FacadeThread& here, ViewEvent& answer) {
@@ -78,18 +68,27 @@ int Reload(ConsoleContext& context, std::wstring_view) {
 }
 
 constexpr ConsoleWord kWords[] = {
+    {":again", "[N]", "run the last line once more, or line N of the history", RunAgain, nullptr},
     {":describe", "COMMAND", "the fields of a command, and the line that types its defaults",
      DescribeCommand, CompleteCommandName},
     {":diff", "[on|off|LINE]", "show which fields changed since the last reply to the same line",
      ShowChanges, CompleteChanges},
+    {":export", kCarryArguments, "write keys, favourites and shortcut commands to a settings file",
+     ExportSettings, CompleteSettingsFile},
+    {":fav", kFavouriteArguments, "favourite lines: keep one (the last), list, remove, run",
+     Favourites, CompleteFavourites},
     {":find", "WORDS", "commands that have all the words in name or description", FindCommands,
      nullptr},
     {":grep", "[PATTERN|off]", "of what the device says by itself, show the lines that have it",
      FilterLines, nullptr},
     {":help", "", "this list", Help, nullptr},
-    {":history", "", "the lines that were typed, in all sessions", History, nullptr},
+    {":history", "[N | WORDS]", "the lines that were typed, in all sessions", ShowHistory, nullptr},
+    {":import", kCarryArguments, "take keys, favourites and shortcut commands from a settings file",
+     ImportSettings, CompleteSettingsFile},
     {":ind", "[on|off|NAME...]", "show all indications, none, or those of some commands alone",
      FilterIndications, CompleteIndications},
+    {":key", kKeyArguments, "the lines that F1 to F10 run: list, set, remove, run", ShortcutKeys,
+     CompleteShortcutKeys},
     {":link", "", "what the console is connected to", Link, nullptr},
     {":mute", "[NAME...|off]", "hide indications of commands, and at, shell, hci or cts", Mute,
      CompleteMuted},
@@ -139,6 +138,11 @@ std::wstring ModuleLine(std::wstring_view line) {
 
 bool IsConsoleWord(std::wstring_view line) {
   return line.starts_with(L":") && !line.starts_with(L"::");
+}
+
+int RunTypedLine(ConsoleContext& context, std::wstring_view line) {
+  if (IsConsoleWord(line)) return RunConsoleWord(context, line);
+  return context.runner.Run(ModuleLine(line));
 }
 
 int RunConsoleWord(ConsoleContext& context, std::wstring_view line) {

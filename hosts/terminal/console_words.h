@@ -32,8 +32,9 @@ struct ConsoleContext {
   LineTiming& timing;
   LinkWatch& watch;
   ViewQueue& queue;
-  const bool isTyped;  // somebody types lines
-  bool quit = false;   // set: the console ends behind this line
+  const bool isTyped;   // somebody types lines
+  bool quit = false;    // set: the console ends behind this line
+  int nestedLines = 0;  // lines that are running because another one brought them
 };
 
 struct ConsoleWord {
@@ -60,6 +61,8 @@ std::span<const ConsoleWord> ConsoleWords();
 bool IsConsoleWord(std::wstring_view line);
 // Any other line as the module gets it.
 std::wstring ModuleLine(std::wstring_view line);
+// Runs a line as it was typed, of the console's own or of the module's; answers its status.
+int RunTypedLine(ConsoleContext& context, std::wstring_view line);
 // Runs the word of such a line; answers the line's status.
 int RunConsoleWord(ConsoleContext& context, std::wstring_view line);
 

@@ -154,6 +154,12 @@ void Display::ShowNotice(const std::string& text, StampTime at) {
   screen_.Notify(NoticesMeetTexts() ? shown_.painter.Paint(ShownKind::kNotice, text, at) : text);
 }
 
+void Display::Brought(const std::string& typed, const std::string& shown) {
+  EndPieces();
+  Whole(ShownKind::kRequest, screen_.Prompt() + shown + "\n");
+  screen_.AddHistory(typed);
+}
+
 void Display::ShowPrompt() {
   if (screen_.IsPromptShown()) return;
   EndPieces();

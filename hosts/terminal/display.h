@@ -49,6 +49,9 @@ class Display {
   void Reply(const std::string& text, ShownKind kind = ShownKind::kReply) { Whole(kind, text); }
   // A text of the message object: a whole one, or a piece of a channel's.
   void Arrived(const ViewEvent& event);
+  // A line that a key or a word brings, and the history of the lines typed in this run gets it:
+  // `typed` as it would be typed, shown escaped.
+  void Brought(const std::string& typed, const std::string& shown);
   // What a word of the console's own answers.
   void Answer(const std::string& text) { Whole(ShownKind::kAnswer, text); }
   // Standard error: a whole line that begins with "kiv: " or "link: ".

@@ -7,6 +7,7 @@
 
 #include "hosts/terminal/line_rows.h"
 #include "platform/os/terminal_state.h"
+#include "platform/os/utf8.h"
 
 namespace kiv {
 namespace {
@@ -132,8 +133,9 @@ bool EditingScreen::NextLine(LineSource::Line& line) {
     if (outcome == LineEditor::Outcome::kNothing) return false;
     if (outcome == LineEditor::Outcome::kKey) {
       HidePrompt();
-      finished_.Add(text + "\n");
-      continue;
+      line = {os::Utf8ToWide(text)};
+      line.isOfKey = true;
+      return true;
     }
     isPromptShown_ = false;
     EndColours();

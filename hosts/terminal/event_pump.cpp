@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "hosts/terminal/console_texts.h"
+#include "hosts/terminal/key_table.h"
 
 namespace kiv {
 namespace {
@@ -114,6 +115,10 @@ void EventPump::Show(const ViewEvent& event) {
     case ViewEvent::Kind::kSettings:
       TakeSettings(event);
       break;
+    case ViewEvent::Kind::kKept:
+      news_.kept = event.kept;
+      BindKeys();
+      break;
     case ViewEvent::Kind::kHistory:
       screen_.SetHistory(LinesOf(event.text));
       break;
@@ -129,7 +134,10 @@ void EventPump::TakeSettings(const ViewEvent& event) {
   news_.settings = event.settings;
   news_.settingsWaitMs = waitMs != 0 ? waitMs : kFirstWaitMs;
   for (const SettingsObserver& observer : observers_) observer(*news_.settings);
+  BindKeys();
 }
+
+void EventPump::BindKeys() { screen_.BindKeys(KeyTable(news_.settings->keys, *news_.kept)); }
 
 void EventPump::LinkIsUp(const ViewEvent& event) {
   news_.connected = news_.wasConnected = true;

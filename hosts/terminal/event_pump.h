@@ -31,6 +31,7 @@ struct ConsoleNews {
   bool settingsLoaded = false;
   // Never null; before they are loaded, what a console without settings goes by.
   std::shared_ptr<const ConsoleSettings> settings = std::make_shared<const ConsoleSettings>();
+  std::shared_ptr<const KeptCommands> kept = std::make_shared<const KeptCommands>();  // never null
   std::uint32_t settingsWaitMs = kFirstWaitMs;
 };
 
@@ -82,6 +83,8 @@ class EventPump {
   void ShowSome();
   void Show(const ViewEvent& event);
   void TakeSettings(const ViewEvent& event);
+  // What keys do depends on both settings and shortcuts.
+  void BindKeys();
   void LinkIsUp(const ViewEvent& event);
   void LinkIsDown(const ViewEvent& event);
 

@@ -8,6 +8,7 @@
 
 #include "hosts/terminal/console_texts.h"
 #include "hosts/terminal/load_layout.h"
+#include "hosts/terminal/typed_record.h"
 #include "platform/base/ini_values.h"
 #include "platform/bounded/pool.h"
 #include "platform/catalogue/cmd_database.h"
@@ -54,6 +55,7 @@ void FacadeThread::StartHere(bool saveEachLine) {
   // Without settings everything is shown: nobody said otherwise.
   SvcKiv().SetIsEnableInstantInd(!settings_->AreThere());
   PushSettings();
+  PushKept();
   if (saveEachLine) PushHistory();
   CheckCommands();
 }
@@ -79,11 +81,18 @@ void FacadeThread::PushSettings() {
   queue_.Push(std::move(event));
 }
 
+void FacadeThread::PushKept() {
+  ViewEvent event;
+  event.kind = ViewEvent::Kind::kKept;
+  event.kept = std::make_shared<const KeptCommands>(settings_->Commands().All());
+  queue_.Push(std::move(event));
+}
+
 void FacadeThread::PushHistory() {
   ViewEvent event;
   event.kind = ViewEvent::Kind::kHistory;
   for (const std::wstring& line : settings_->Lines()) {
-    if (line.find(L'\n') == std::wstring::npos) event.text += os::WideToUtf8(line) + "\n";
+    if (line.find(L'\n') == std::wstring::npos) event.text += os::WideToUtf8(AsTyped(line)) + "\n";
   }
   queue_.Push(std::move(event));
 }

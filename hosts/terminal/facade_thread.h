@@ -55,6 +55,8 @@ class FacadeThread {
   // For questions. After a setting was set: it takes effect, and the drawing thread gets the
   // values. `isSaved`: it is in the file; else who asks tells it.
   void SettingsChanged(bool isSaved);
+  // For questions. Favourites or shortcut commands were changed: tells the drawing thread.
+  void PushKept();
   // For questions. Null when the module did not start.
   SettingsKeeper* Settings() { return settings_ ? &*settings_ : nullptr; }
 

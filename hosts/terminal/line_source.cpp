@@ -36,6 +36,7 @@ bool LineSource::Next(Line& line) {
 void LineSource::Cut(std::size_t lengthBytes, Line& line) {
   std::string_view text(pending_.data() + from_, lengthBytes);
   line.number = ++number_;
+  line.isOfKey = false;
   line.tooLong = skipping_ || text.size() > kLimitBytes;
   skipping_ = false;
   line.text.clear();

@@ -23,6 +23,7 @@ class LineSource {
     std::wstring text;
     std::size_t number = 0;  // from 1
     bool tooLong = false;    // `text` is empty then
+    bool isOfKey = false;    // a key stands for it: it is not on the screen
   };
 
   void Add(std::string_view bytes);

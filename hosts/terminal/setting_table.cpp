@@ -110,10 +110,9 @@ constexpr SettingRow kPopular[] = {
                                                  "1: indications are shown at any time"),
     PopularSwitch<&KivSettings::enableInstantIndCmd>(
         L"ENABLE_INSTANT_IND_CMD", "1: they are shown for `INSTANT_IND_TIME` after a command"),
-    PopularSwitch<&KivSettings::showMatchWin>(
-        L"SHOWMATCHWIN", "1: TAB lists what may follow; 0: it only types what is certain"),
+    PopularSwitch<&KivSettings::showMatchWin>(L"SHOWMATCHWIN", kDesktopOnly),
     PopularSwitch<&KivSettings::historyOn>(L"HISTORY_CMD", "1: typed lines go into the history"),
-    PopularSwitch<&KivSettings::favouritesOn>(L"FAVORATE_CMD", kDesktopOnly),
+    PopularSwitch<&KivSettings::favouritesOn>(L"FAVORATE_CMD", "1: completion offers favourites"),
     PopularSwitch<&KivSettings::autoLoadPara>(L"AUTO_LOAD_PARA", kDesktopOnly),
     PopularSwitch<&KivSettings::storeCmdPara>(
         L"STORECMDPARA", "1: with what stands behind their first word; 0: without it"),
@@ -172,7 +171,7 @@ constexpr SettingRow kKeyboard[] = {
     KeyName<&KivKeyBindings::listHistoryCmd>(L"KEYBOARD.LIST_HISTORY_CMD", "lists the history"),
     KeyCode<&KivKeyBindings::listHistoryCmd>(L"KEYBOARD.LIST_HISTORY_CMD", "its code"),
     KeyName<&KivKeyBindings::listRecentCmd>(L"KEYBOARD.LIST_RECENT_CMD",
-                                            "searches the latest lines"),
+                                            "lists the latest lines; CTRL+R searches them"),
     KeyCode<&KivKeyBindings::listRecentCmd>(L"KEYBOARD.LIST_RECENT_CMD", "its code"),
     KeyName<&KivKeyBindings::cancel>(L"KEYBOARD.CANCEL", "drops the line under edit"),
     KeyCode<&KivKeyBindings::cancel>(L"KEYBOARD.CANCEL", "its code"),
@@ -184,7 +183,7 @@ constexpr SettingRow kKeyboard[] = {
 
 constexpr SettingRow kAutoIntellisense[] = {
     Switch<&ConsoleSettings::values, &KivSettings::autoIntellisense>(
-        L"AUTOINTELLISENCE", L"AUTO_INTELLISENSE", "1: TAB completes; 0: it does nothing"),
+        L"AUTOINTELLISENCE", L"AUTO_INTELLISENSE", kDesktopOnly),
 };
 
 constexpr SettingRow kClearScreen[] = {

@@ -20,6 +20,7 @@
 
 #include "hosts/terminal/channel_answer.h"
 #include "hosts/terminal/console_settings.h"
+#include "hosts/terminal/kept_commands.h"
 #include "hosts/terminal/shown_kind.h"
 
 namespace kiv {
@@ -34,6 +35,7 @@ struct ViewEvent {
     kDisconnected,  // `text` says why, may be empty
     kReply,         // a typed line has been run: `text` is its reply; see LineOutcome
     kSettings,      // the settings are loaded, or one was set: `settings`
+    kKept,          // the settings are loaded, or favourites or shortcuts changed: `kept`
     kHistory,       // the settings are loaded: `text` has the lines typed in earlier runs
     kAnswered,      // every confirmation that `line` waits for has been handed over
   };
@@ -64,7 +66,8 @@ struct ViewEvent {
   bool channelFailed = false;
   std::uint64_t epoch = 0;  // changes of the link's state: so far, or before the line's last post
   std::shared_ptr<const ConsoleSettings> settings =
-      nullptr;  // of kSettings alone, never null there
+      nullptr;                                         // of kSettings alone, never null there
+  std::shared_ptr<const KeptCommands> kept = nullptr;  // of kKept alone, never null there
 };
 
 // Bounded towards link threads, unbounded towards the facade's own.

@@ -130,6 +130,11 @@ def rows(*lines):
     return "".join(line + " \n" for line in lines)
 
 
+def unnumbered(listed):
+    """The lines that :history lists, without the numbers in front of them."""
+    return [line.lstrip().split("  ", 1)[1] for line in listed.splitlines()]
+
+
 STARS = "*" * 20
 
 

@@ -268,7 +268,7 @@ class Load(LoadCase):
 
     def test_verify_is_no_line_of_the_history(self):
         self.load(self.device(Flash()), self.file(1), "--verify")
-        self.assertEqual(self.kiv("-c", ":history").out, f"ldnv {self.folder}/f.bin\n")
+        self.assertEqual(self.kiv("-c", ":history").out, f"1  ldnv {self.folder}/f.bin\n")
 
     def test_an_interrupt_stops_a_batchs_load_with_130(self):
         flash = Flash(lambda _, __, index: index == 3)  # which is never answered

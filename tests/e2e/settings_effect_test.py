@@ -6,7 +6,7 @@ import time
 import unittest
 
 import sweep
-from bench import KIV, BenchCase, wait_for
+from bench import KIV, BenchCase, unnumbered, wait_for
 from scripted_device import ScriptedDevice
 from tests.wire import frames
 
@@ -127,7 +127,7 @@ class TwoConsoles(SettingsCase):
             console.stdin.close()
             console.stdin = None
             console.communicate(timeout=60)
-        listed = self.run_here("-c", ":history").out.split()
+        listed = unnumbered(self.run_here("-c", ":history").out)
         for name in "ab":
             self.assertEqual([f"{name}{i}" for i in range(count)],
                              [line for line in listed if line.startswith(name)])

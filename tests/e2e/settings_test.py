@@ -6,7 +6,7 @@ import re
 import subprocess
 import unittest
 
-from bench import KIV, BenchCase
+from bench import KIV, BenchCase, unnumbered
 
 
 class Settings(BenchCase):
@@ -32,7 +32,7 @@ class Settings(BenchCase):
         self.assertEqual(second.status, 0, second)
         third = self.run_here("-c", ":history")
         self.assertEqual((third.status, third.out, third.err.count("kiv: ")),
-                         (0, "nonsense  <a> \u2603\nmem_info\nsys_info\n", 1), third)
+                         (0, "1  nonsense  <a> \u2603\n2  mem_info\n3  sys_info\n", 1), third)
 
     def test_a_save_that_never_gets_its_turn_is_told(self):
         self.run_here("-c", "first")
@@ -40,7 +40,7 @@ class Settings(BenchCase):
             fcntl.lockf(lock, fcntl.LOCK_EX)
             held = self.run_here("-c", "second")
         self.assertTrue(held.err.endswith("kiv: the settings, with the history, could not be saved\n"), held)
-        self.assertEqual(self.run_here("-c", ":history").out, "first\n")
+        self.assertEqual(self.run_here("-c", ":history").out, "1  first\n")
 
     def test_the_history_is_kept_whatever_the_file_lacks(self):
         session = '<SourceData><SESSION ID="1">{}</SESSION></SourceData>'
@@ -51,7 +51,7 @@ class Settings(BenchCase):
             self.file.write_text(text, encoding="utf-8")
             self.run_here("-c", "one 1")
             listed = self.run_here("-c", ":history")
-            self.assertEqual((listed.status, listed.out), (0, "one 1\n"), (text, listed))
+            self.assertEqual((listed.status, listed.out), (0, "1  one 1\n"), (text, listed))
 
     def test_a_directory_that_is_not_utf8_is_refused(self):
         for variable in ("KIV_CONFIG_DIR", "KIV_DATA_DIR", "XDG_CONFIG_HOME", "XDG_DATA_HOME", "HOME"):
@@ -66,7 +66,7 @@ class Settings(BenchCase):
 
     def test_lines_of_a_pipe_and_of_the_run_itself_are_listed(self):
         result = self.run_here(stdin=b"nv_read 7\n:link\n:history\n")
-        self.assertEqual(result.out.splitlines()[-1], "nv_read 7", result)
+        self.assertEqual(result.out.splitlines()[-1], "1  nv_read 7", result)
 
     def test_a_failed_wait_says_the_time_of_the_settings(self):
         self.run_here("-c", "sys_info")
@@ -129,7 +129,7 @@ class Settings(BenchCase):
         one.stdin.close()
         one.stdin = None
         one.communicate(timeout=60)
-        self.assertEqual(sorted(self.run_here("-c", ":history").out.split()),
+        self.assertEqual(sorted(unnumbered(self.run_here("-c", ":history").out)),
                          ["from_one", "from_two", "sys_info"])
 
 
