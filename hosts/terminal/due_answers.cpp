@@ -12,7 +12,7 @@ std::vector<DueAnswers::Post>::reverse_iterator DueAnswers::FindNewest(std::uint
 
 bool DueAnswers::Posted(std::uint32_t cmdId, std::uint16_t tag) {
   const bool isAlone = FindNewest(cmdId, tag) == due_.rend();
-  if (due_.size() == kMostPosts) due_.erase(due_.begin());
+  if (due_.size() == mostPosts_) due_.erase(due_.begin());
   due_.push_back({cmdId, tag, false, false});
   return isAlone;
 }

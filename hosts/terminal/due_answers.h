@@ -18,6 +18,9 @@ namespace kiv {
 // Of one session of the link.
 class DueAnswers {
  public:
+  // More than 65535 cannot be told apart by a number of 16 bits: beyond, the oldest is forgotten.
+  explicit DueAnswers(std::size_t mostPosts = 65535) : mostPosts_(mostPosts) {}
+
   // False when an answer with this command and number was due already.
   bool Posted(std::uint32_t cmdId, std::uint16_t tag);
   // The newest post with this number never reached the device.
@@ -35,9 +38,6 @@ class DueAnswers {
   void GiveUpOld(std::uint32_t cmdId);
 
  private:
-  // More cannot be told apart by a number of 16 bits.
-  static constexpr std::size_t kMostPosts = 65535;
-
   struct Post {
     std::uint32_t cmdId;
     std::uint16_t tag;
@@ -47,6 +47,7 @@ class DueAnswers {
   // From the newest to the oldest: the answered one is among the last.
   std::vector<Post>::reverse_iterator FindNewest(std::uint32_t cmdId, std::uint16_t tag);
 
+  const std::size_t mostPosts_;
   std::vector<Post> due_;  // in the order of posting
 };
 

@@ -69,8 +69,8 @@ TEST(DueAnswers, ANewSessionOwesNothing) {
 }
 
 TEST(DueAnswers, TheOldestOfMoreThanCanBeNumberedIsForgotten) {
-  DueAnswers due;
-  for (std::uint32_t id = 1; id <= 65536; ++id) due.Posted(id, 1);
+  DueAnswers due(1000);
+  for (std::uint32_t id = 1; id <= 1001; ++id) due.Posted(id, 1);
   EXPECT_TRUE(due.Posted(1, 1));
   EXPECT_FALSE(due.Posted(3, 1));
 }
