@@ -4,6 +4,7 @@
 #   check    the tests and their peers
 #   bench    the benches
 #   package  the Debian package
+#   picture  the picture of the README
 #   full     clang, for the sanitizers, libFuzzer and the lints
 #
 # dpkg is asked first. When nothing is missing neither apt nor the network is touched, so every run
@@ -19,6 +20,7 @@ declare -A packages=(
            qttools5-dev-tools openssh-client iproute2 busybox mandoc"
   [bench]="libbenchmark-dev libprotobuf-dev protobuf-compiler python3"
   [package]="dpkg-dev file"
+  [picture]="xvfb xterm x11-apps imagemagick xdotool fonts-dejavu-core"
   [full]="clang libclang-rt-dev llvm clang-format clang-tidy"
 )
 # Peers that are only unpacked, and the libraries that these need.
