@@ -42,12 +42,17 @@ std::string Quoted(const std::string& sequence) {
   return quoted;
 }
 
+// What a key does that was bound and is no more. Readline loses the table of keys that it takes
+// away together with the last function in it, so a function stays there.
+int OnUnboundKey(int, int) { return rl_ding(); }
+
 void Restore(const KeyBefore& key) {
   const std::string sequence = Quoted(key.sequence);
   if (key.macro) {
     rl_generic_bind(ISMACR, sequence.c_str(), ::strdup(key.macro->c_str()), key.map);
   } else {
-    rl_bind_keyseq_in_map(sequence.c_str(), key.function, key.map);
+    rl_bind_keyseq_in_map(sequence.c_str(), key.function != nullptr ? key.function : OnUnboundKey,
+                          key.map);
   }
 }
 
@@ -351,8 +356,9 @@ int ReadlineEditor::OnBoundKey(int, int) {
 void ReadlineEditor::Bind(const EditorKey& key, Keymap map) {
   KeyBefore before{key.sequence, map};
   int type = ISFUNC;
-  rl_command_func_t* const function =
+  rl_command_func_t* function =
       rl_function_of_keyseq_len(key.sequence.data(), key.sequence.size(), map, &type);
+  if (type == ISFUNC && function == OnUnboundKey) function = nullptr;
   if (type == ISKMAP || (key.yields && function != nullptr)) return;
   if (type == ISMACR) {
     before.macro = reinterpret_cast<const char*>(function);
