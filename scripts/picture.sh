@@ -8,12 +8,13 @@ set -eu
 
 out=${1:-docs/session.png}
 lines=(
-  'sys_info'
-  'nv_write 7,3,[0x10,0x20]'
+  'mem_info'
   'nv_raed 7'
+  'nv_write 7,x'
+  'AT+CGMI'
   'ind_start 1,400,2'
 )
-unfinished='echo_nested {5,{6,{-7,'
+unfinished='ind_start '
 
 folder=$(mktemp -d)
 trap 'kill $(jobs -p) 2>/dev/null || true; rm -rf "$folder"' EXIT
@@ -22,7 +23,7 @@ Xvfb -displayfd 3 -screen 0 1024x900x24 -nolisten tcp 3>"$folder/display" 2>/dev
 export DISPLAY=":$(head -n 1 "$folder/display")"
 
 export KIV_CONFIG_DIR="$folder/config" KIV_DATA_DIR="$folder/data" COLORTERM=truecolor INPUTRC=/dev/null
-xterm -fa 'DejaVu Sans Mono' -fs 10 -geometry 104x44 -bg '#10151a' -fg '#d8dee4' -xrm 'XTerm*termName: xterm-256color' \
+xterm -fa 'DejaVu Sans Mono' -fs 10 -geometry 104x50 -bg '#10151a' -fg '#d8dee4' -xrm 'XTerm*termName: xterm-256color' \
   -e build/gcc/bin/kiv &
 terminal=$!
 

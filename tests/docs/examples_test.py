@@ -39,6 +39,7 @@ VARYING = [
     (r"^(\.(host_name|system|kernel|machine|boot_id|agent_version|cpu_count|page_size_bytes|\w+_kib|\w+_ms|"
      r"\w*permille\w*|seconds|nanoseconds|\w*uptime\w*|utc|unix_s|ms)\s*=).*", r"\1 *"),
     (r"connected to \S+ \(variant (\d+), product (\d+)\) over .*", r"connected to * (\1, \2)"),
+    (r"^(round \d+), .*", r"\1, *"),
     (r"in [0-9.]+ s, [0-9.]+ [kMG]?B/s", "in * s"),
     (r"\b[0-9a-f]{16}\b", "*"),
 ]
