@@ -143,10 +143,9 @@ class Page(Typist):
             self.end(self.process)
         self.has_console = True
         self.open(program=["/bin/sh", "-c", f"cd {self.bench.home} && {self.bench.placed(line)}"])
+        self.wait_connected()
         if expected:
             self.wait_shown(None, expected)
-        else:
-            self.wait_connected()
 
     def wait_shown(self, line, expected):
         """Looks until the prompt is back and what stands behind the typed line is what the page shows."""
