@@ -8,10 +8,9 @@
 #include <vector>
 
 #include "hosts/terminal/settings_keeper.h"
-#include "platform/base/bench_setup.h"
 #include "platform/base/result_codes.h"
 #include "svckiv/svc_kiv.h"
-#include "tests/support/scratch_folder.h"
+#include "tests/hosts/settings_fixture.h"
 
 namespace {
 
@@ -23,30 +22,13 @@ using SvcKivSpace::CSVCKIVConfig;
 using SvcKivSpace::SvcKiv;
 using Lines = std::vector<std::wstring>;
 
-class CommandMemoryTest : public testing::Test {
+class CommandMemoryTest : public SettingsFixture {
  protected:
-  CommandMemoryTest() {
-    bench::Setup setup;
-    setup.configDir = QCString::FromUtf8(folder_.Path("config"));
-    setup.dataDir = QCString::FromUtf8(folder_.Path("data"));
-    setup.catalogue = QCString::FromUtf8(folder_.Path("none"));
-    setup.endpoint = QCString::FromUtf8("unix:" + folder_.Path("nobody"));
-    bench::SetSetup(setup);
-  }
-  ~CommandMemoryTest() override {
-    SvcKiv::Stop();
-    bench::SetSetup({});
-  }
-
   // As the next run finds it, with all that a document needs.
   CommandMemory Restarted() {
-    SvcKiv::Stop();
-    CSVCKIVConfig& config = *SvcKiv::Start();
-    return SettingsKeeper(config, true).Commands();
+    return SettingsKeeper(SettingsFixture::Restarted(), true).Commands();
   }
   std::wstring Path(const char* name) const { return QCString::FromUtf8(folder_.Path(name)).str(); }
-
-  kivtest::ScratchFolder folder_;
 };
 
 TEST_F(CommandMemoryTest, FavouritesKeepTheirOrderAndComeOnce) {

@@ -8,9 +8,8 @@
 #include <vector>
 
 #include "hosts/terminal/settings_keeper.h"
-#include "platform/base/bench_setup.h"
 #include "svckiv/svc_kiv.h"
-#include "tests/support/scratch_folder.h"
+#include "tests/hosts/settings_fixture.h"
 #include "tests/support/tree_paths.h"
 
 namespace {
@@ -21,26 +20,8 @@ using SvcKivSpace::SvcKiv;
 using Lines = std::vector<std::wstring>;
 using Outcome = SettingsKeeper::SetOutcome;
 
-class SettingsKeeperTest : public testing::Test {
+class SettingsKeeperTest : public SettingsFixture {
  protected:
-  SettingsKeeperTest() {
-    bench::Setup setup;
-    setup.configDir = QCString::FromUtf8(folder_.Path("config"));
-    setup.dataDir = QCString::FromUtf8(folder_.Path("data"));
-    setup.catalogue = QCString::FromUtf8(folder_.Path("none"));
-    setup.endpoint = QCString::FromUtf8("unix:" + folder_.Path("nobody"));
-    bench::SetSetup(setup);
-  }
-  ~SettingsKeeperTest() override {
-    SvcKiv::Stop();
-    bench::SetSetup({});
-  }
-
-  // The settings as the next run finds them.
-  CSVCKIVConfig& Restarted() {
-    SvcKiv::Stop();
-    return *SvcKiv::Start();
-  }
   // A document that somebody else wrote.
   void PutDocument(const std::string& text) {
     SvcKiv::Stop();
@@ -75,7 +56,6 @@ class SettingsKeeperTest : public testing::Test {
     return SavedText().find(" " + attribute) != std::string::npos;
   }
 
-  kivtest::ScratchFolder folder_;
 };
 
 // Another value than the one in front; whatever it is, the row allows it.

@@ -3,15 +3,13 @@
 // table: KIV_UPDATE_DOCS=1 in the environment writes it anew.
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <fstream>
-#include <iterator>
 #include <map>
 #include <string>
 
 #include "hosts/terminal/setting_table.h"
 #include "hosts/terminal/setting_value.h"
 #include "settings/setting_rows.h"
+#include "tests/settings/generated_part.h"
 #include "tests/support/tree_paths.h"
 
 namespace {
@@ -102,18 +100,7 @@ std::string Table() {
 }
 
 TEST(SettingTable, HasARowInThePageOfTheConsole) {
-  std::ifstream file(PagePath());
-  std::string page(std::istreambuf_iterator<char>(file), {});
-  const std::size_t begin = page.find(kBegin);
-  const std::size_t end = page.find(kEnd);
-  ASSERT_NE(begin, std::string::npos);
-  ASSERT_NE(end, std::string::npos);
-  const std::size_t from = begin + sizeof kBegin - 1;
-  if (std::getenv("KIV_UPDATE_DOCS") != nullptr) {
-    std::ofstream(PagePath()) << page.replace(from, end - from, Table());
-    return;
-  }
-  EXPECT_EQ(page.substr(from, end - from), Table());
+  ExpectGeneratedPart(PagePath(), kBegin, kEnd, Table());
 }
 
 }  // namespace

@@ -3,14 +3,12 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdlib>
-#include <fstream>
-#include <iterator>
 #include <span>
 #include <string>
 
 #include "settings/command_lists.h"
 #include "settings/setting_rows.h"
+#include "tests/settings/generated_part.h"
 #include "tests/support/tree_paths.h"
 
 namespace {
@@ -24,11 +22,6 @@ constexpr char kBegin[] = "<!-- attributes: begin, written by tests/settings -->
 constexpr char kEnd[] = "<!-- attributes: end -->\n";
 
 std::string PagePath() { return std::string(kivtest::SourceDir()) + "/docs/settings.md"; }
-
-std::string PageText() {
-  std::ifstream file(PagePath());
-  return std::string(std::istreambuf_iterator<char>(file), {});
-}
 
 std::string Code(const wchar_t* text) {
   return text == nullptr || *text == L'\0' ? "" : "`" + QCString(text).ToUtf8() + "`";
@@ -102,17 +95,7 @@ std::string ListTable() {
 std::string Generated() { return "\n" + AttributeTable() + "\n" + ListTable() + "\n"; }
 
 TEST(SettingsPage, ListsEveryElementAndAttributeOfTheTables) {
-  std::string page = PageText();
-  const std::size_t begin = page.find(kBegin);
-  const std::size_t end = page.find(kEnd);
-  ASSERT_NE(begin, std::string::npos);
-  ASSERT_NE(end, std::string::npos);
-  const std::size_t from = begin + sizeof kBegin - 1;
-  if (std::getenv("KIV_UPDATE_DOCS") != nullptr) {
-    std::ofstream(PagePath()) << page.replace(from, end - from, Generated());
-    return;
-  }
-  EXPECT_EQ(page.substr(from, end - from), Generated());
+  ExpectGeneratedPart(PagePath(), kBegin, kEnd, Generated());
 }
 
 }  // namespace

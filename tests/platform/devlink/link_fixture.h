@@ -68,7 +68,7 @@ class Record : public devlink::LinkObserver {
   std::vector<std::string> states;
   std::optional<devlink::PeerInfo> peer;
   std::vector<std::string> notices;
-  std::vector<std::string> taps;  // "> kind id tag", "< kind id tag"
+  std::vector<std::string> taps;                        // "> kind id tag", "< kind id tag"
   std::vector<devlink::LinkClock::time_point> readAts;  // of the same messages
   std::vector<std::string> failedPosts;
   std::vector<Packet> packets;
