@@ -29,27 +29,32 @@ static int lock(const kiv_load_file* file) {
 
 static void unlock(const kiv_load_file* file) { (void)flock(file->folder, LOCK_UN); }
 
-// A descriptor, or an error.
-static int open_folder(const char* name) {
+// Others must not be able to take a name within the folder for a file of theirs.
+static int check_rights(const struct stat* folder) {
+  const bool others_may_write = (folder->st_mode & (S_IWGRP | S_IWOTH)) != 0;
+  return others_may_write && (folder->st_mode & S_ISVTX) == 0 ? -EPERM : 0;
+}
+
+// Takes the folder of that name for the one of before, which it closes.
+static int open_folder(kiv_load_file* file, const char* name) {
   struct stat status;
   const int folder = open(name, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
   if (folder < 0) return -errno;
-  int result = 0;
-  if (fstat(folder, &status) != 0) {
-    result = -errno;
-  } else if ((status.st_mode & (S_IWGRP | S_IWOTH)) != 0 && (status.st_mode & S_ISVTX) == 0) {
-    result = -EPERM;
+  const int result = fstat(folder, &status) != 0 ? -errno : check_rights(&status);
+  if (result != 0) {
+    close(folder);
+    return result;
   }
-  if (result == 0) return folder;
-  close(folder);
-  return result;
+  if (file->folder >= 0) close(file->folder);
+  file->folder = folder;
+  file->folder_owner = status.st_uid;
+  return 0;
 }
 
 int kiv_load_file_open_folder(kiv_load_file* file, const char* folder) {
-  const int opened = open_folder(folder);
-  if (opened < 0) return opened;
+  const int opened = open_folder(file, folder);
+  if (opened != 0) return opened;
   file->folder_name = folder;
-  file->folder = opened;
   if (lock(file) == 0) {
     (void)unlinkat(file->folder, KIV_LOAD_FILE_TEMPORARY, 0);
     unlock(file);
@@ -61,20 +66,28 @@ static bool is_one_file(const struct stat* one, const struct stat* other) {
   return one->st_dev == other->st_dev && one->st_ino == other->st_ino;
 }
 
+// 0: the folder that is open still stands under its name; -ESTALE: another one does.
+static int look_at_folder(const kiv_load_file* file, struct stat* held) {
+  struct stat named;
+  if (fstat(file->folder, held) != 0 || stat(file->folder_name, &named) != 0) return -errno;
+  return is_one_file(held, &named) ? 0 : -ESTALE;
+}
+
 // A folder that was removed and made again is another one under the same name. Not while a file is
 // being written.
 static int follow_folder(kiv_load_file* file) {
   struct stat held;
-  struct stat named;
-  if (fstat(file->folder, &held) == 0 && stat(file->folder_name, &named) == 0 &&
-      is_one_file(&held, &named)) {
-    return 0;
-  }
-  const int opened = open_folder(file->folder_name);
-  if (opened < 0) return opened;
-  close(file->folder);
-  file->folder = opened;
-  return 0;
+  if (look_at_folder(file, &held) != 0) return open_folder(file, file->folder_name);
+  file->folder_owner = held.st_uid;
+  return check_rights(&held);
+}
+
+// What was written goes into the folder that it was begun in, if that is still nobody else's.
+static int check_folder(const kiv_load_file* file) {
+  struct stat held;
+  const int result = look_at_folder(file, &held);
+  if (result != 0) return result;
+  return held.st_uid == file->folder_owner ? check_rights(&held) : -EPERM;
 }
 
 void kiv_load_file_close_folder(kiv_load_file* file) {
@@ -201,6 +214,7 @@ static int check_name(const kiv_load_file* file, const char* name, const struct 
 int kiv_load_file_store(kiv_load_file* file) {
   kiv_stored_file found;
   int result = check_written(file, &found);
+  if (result == 0) result = check_folder(file);
   if (result == 0) result = check_name(file, KIV_LOAD_FILE_TEMPORARY, &found.status);
   if (result == 0) result = rename_over(file);
   if (result != 0) {
@@ -260,8 +274,9 @@ int kiv_load_file_stored(kiv_load_file* file, uint64_t limit_bytes) {
 }
 
 bool kiv_load_file_is_unchanged(const kiv_load_file* file) {
+  struct stat held;
   struct stat now;
-  return file->has_stored &&
+  return file->has_stored && look_at_folder(file, &held) == 0 &&
          fstatat(file->folder, KIV_LOAD_FILE_NAME, &now, AT_SYMLINK_NOFOLLOW) == 0 &&
          is_same(&file->stored.status, &now);
 }

@@ -32,8 +32,9 @@ typedef struct kiv_stored_file {
 
 typedef struct kiv_load_file {
   const char* folder_name;
-  int folder;     // -1: no loads
-  int temporary;  // -1: none is being written
+  int folder;          // -1: no loads
+  uid_t folder_owner;  // when it was opened, and when the last file was begun
+  int temporary;       // -1: none is being written
   uint64_t size_bytes;
   kiv_sha256 received;
   bool has_stored;         // whether `stored` was read or written once
@@ -48,14 +49,16 @@ int kiv_load_file_open_folder(kiv_load_file* file, const char* folder);
 // Discards what is being written and closes the folder.
 void kiv_load_file_close_folder(kiv_load_file* file);
 
-// Starts a temporary file anew. A folder that was made anew under its name is the one it goes into.
-// `size_bytes` is what will come at most: a disk that has no room for
-// it says so now. After an error none is being written; so for the next two.
+// Starts a temporary file anew. A folder that was made anew under its name is the one it goes into;
+// -EPERM as above. `size_bytes` is what will come at most: a disk that has no room for it says so
+// now. After an error none is being written; so for the next two.
 int kiv_load_file_begin(kiv_load_file* file, uint64_t size_bytes);
 int kiv_load_file_append(kiv_load_file* file, const uint8_t* bytes, uint32_t length_bytes);
 // Syncs, reads back, compares, renames, syncs the folder. -EILSEQ: what was read back is not what
-// was appended. -ESTALE: another file stands under the temporary name, or took the stored one's at
-// that moment. The stored file is the one before, unless only the last step failed.
+// was appended. -ESTALE: another folder stands under the folder's name, another file under the
+// temporary one, or one took the stored one's at that moment. -EPERM: others may write to the
+// folder by now, or it has another owner. The stored file is the one before, unless only the last
+// step failed.
 int kiv_load_file_store(kiv_load_file* file);
 // Removes the temporary file; nothing where there is none.
 void kiv_load_file_discard(kiv_load_file* file);

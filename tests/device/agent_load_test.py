@@ -230,6 +230,68 @@ class Parts(LoadTest):
         self.finish(3)
 
 
+class Folders(LoadTest):
+    """DIR itself becomes another, or somebody else's, while a file comes into it."""
+
+    def setUp(self):
+        super().setUp()
+        self.old, self.new = content_of(100), content_of(5000, 3)
+        self.assertEqual(load(self.peer, self.old), (0, STORED))
+        self.parts = parts_of(self.new)
+
+    def begin(self):
+        for body in self.parts[:-1]:
+            self.assertEqual(send_part(self.peer, body), (0, RECEIVING))
+
+    def check_refused(self, folder):
+        self.assertEqual(send_part(self.peer, self.parts[-1]), (FAILED, None))
+        self.assertEqual([path.name for path in folder.iterdir()], ["loaded.bin"])
+        self.assertEqual((folder / "loaded.bin").read_bytes(), self.old)
+        self.assertEqual(send_part(self.peer, self.parts[-1]), (NO_LOAD, None))
+
+    def test_that_are_renamed_get_no_file_under_another_name(self):
+        moved = self.root / "moved"
+        for is_made_anew in (False, True):
+            self.begin()
+            self.loads.rename(moved)
+            if is_made_anew:
+                self.loads.mkdir(mode=0o755)
+            self.check_refused(moved)
+            self.assertEqual(self.loads.exists() and self.names(), [] if is_made_anew else False)
+            if not is_made_anew:
+                moved.rename(self.loads)
+        self.assertEqual(load(self.peer, self.new), (0, STORED))
+        self.assertEqual(self.content(), self.new)
+        self.assertEqual((moved / "loaded.bin").read_bytes(), self.old)
+
+    def test_that_are_renamed_behind_the_last_part_have_it_no_more(self):
+        self.assertEqual(load(self.peer, self.new), (0, STORED))
+        moved = self.loads.rename(self.root / "moved")
+        self.assertEqual(send_part(self.peer, self.parts[-1]), (NO_LOAD, None))
+        moved.rename(self.loads)
+        self.assertEqual(send_part(self.peer, self.parts[-1]), (0, STORED))
+
+    def test_that_others_may_write_to_get_no_file(self):
+        for mode in (0o777, 0o775, 0o757):
+            self.begin()
+            self.loads.chmod(mode)
+            self.check_refused(self.loads)
+            self.assertEqual(send_part(self.peer, self.parts[0]), (FAILED, None))
+            self.loads.chmod(0o755)
+        self.begin()
+        self.loads.chmod(0o1777)
+        self.assertEqual(send_part(self.peer, self.parts[-1]), (0, STORED))
+        self.assertEqual(self.content(), self.new)
+
+    @unittest.skipUnless(os.geteuid() == 0, "only root gives a folder away")
+    def test_that_get_another_owner_get_no_file(self):
+        self.begin()
+        os.chown(self.loads, 65534, -1)
+        self.check_refused(self.loads)
+        self.assertEqual(load(self.peer, self.new), (0, STORED))
+        self.assertEqual(self.content(), self.new)
+
+
 class Limits(LoadTest):
     arguments = ("--load-limit", "5000")
 
