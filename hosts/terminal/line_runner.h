@@ -91,12 +91,20 @@ class LineRunner {
   int WaitForLoad(const ViewEvent& line, const LoadNotes& notes);
   // kGoesOn, or the line's status; has said why when it is not kDone.
   int EndOfLoad(const ViewEvent& line, const LoadNotes& notes, LoadState state);
-  // Of a load that ended by its last confirmation; kUnclear when that may be another's.
+  // Of a load that ended by its last confirmation; kUnclear, and nothing said yet, when that may be
+  // another's.
   int ConfirmedStatus(const LoadNotes& notes, const LoadState& state);
   // Says what became of it once the module has ended it.
   void StopLoad(const LoadNotes& notes);
-  // Compares the file with what the device says it has.
-  int VerifyLoad(const LoadNotes& notes, const std::string& mappedPath);
+  // What is still to be said of a load whose end is unclear. Both are empty where it is clear.
+  struct Doubt {
+    std::string open;    // the device cannot be asked either
+    std::string stored;  // it has the file
+  };
+  // Says how a load ended that may have been stored; answers the line's status.
+  int EndLoad(const LoadNotes& notes, const std::string& mappedPath, int status);
+  // Compares the file with what the device says it has, which ends each doubt.
+  int VerifyLoad(const LoadNotes& notes, const std::string& mappedPath, const Doubt& doubt);
   // Says why a line is not waited for any longer, and answers its status; kDone while it is.
   int GiveUp(std::uint64_t epoch, Clock::time_point deadline, const std::string& shown);
 

@@ -102,14 +102,18 @@ int LineRunner::LoadStatus(const ViewEvent& reply, const std::wstring& typed,
   if (status == kInterrupted) StopLoad(notes);
   watch_.CloseLoad();
   loadPath_.clear();
-  if (status == kDone) {
-    display_.Notice(notes.StoredText(watch_.Load(), Clock::now(), !loadLayout_.carriesLength));
-  }
-  if (options_.verify && (status == kDone || status == kUnclear)) {
-    status = VerifyLoad(notes, mappedPath);
-  }
-  if (status == kUnclear) status = kNoAnswer;
+  if (status == kDone || status == kUnclear) status = EndLoad(notes, mappedPath, status);
   return status == kDone && isOther ? kCommandFailed : status;
+}
+
+int LineRunner::EndLoad(const LoadNotes& notes, const std::string& mappedPath, int status) {
+  const LoadState state = watch_.Load();
+  const Doubt end{notes.UnclearText(state),
+                  notes.StoredText(state, Clock::now(), !loadLayout_.carriesLength)};
+  const bool isClear = status == kDone;
+  if (isClear || !options_.verify) display_.Notice(isClear ? end.stored : end.open);
+  if (!options_.verify) return isClear ? kDone : kNoAnswer;
+  return VerifyLoad(notes, mappedPath, isClear ? Doubt{} : end);
 }
 
 // The module's own words begin with stars where they end a load that was open.
@@ -126,11 +130,12 @@ int LineRunner::NotPostedStatus(const ViewEvent& reply, const std::wstring& type
   }
   if (!reply.text.empty()) return status;
   std::string content;
-  os::ReadRegularFile(os::MapPath(typed), kLoadLimitBytes, content);
+  const int error = os::ReadRegularFile(os::MapPath(typed), kLoadLimitBytes, content);
   if (loadLayout_.mostChunks == 0 && !content.empty()) {
     display_.Notice(notes.NotCarriedText(0, 0));
   } else {
-    display_.Notice(notes.NothingSentText(content.size()));
+    display_.Notice(
+        notes.NothingSentText(error == 0 ? std::optional(content.size()) : std::nullopt));
   }
   return status;
 }
@@ -188,10 +193,7 @@ int LineRunner::EndOfLoad(const ViewEvent& line, const LoadNotes& notes, LoadSta
 int LineRunner::ConfirmedStatus(const LoadNotes& notes, const LoadState& state) {
   if (state.IsStored()) return kDone;
   display_.EndProgress();
-  if (state.IsOpenQuestion()) {
-    display_.Notice(notes.UnclearText(state));
-    return kUnclear;
-  }
+  if (state.IsOpenQuestion()) return kUnclear;
   display_.Notice(state.IsRefused() ? notes.RefusedText(state) : notes.DeniedText(state));
   return kCommandFailed;
 }
@@ -216,10 +218,15 @@ void LineRunner::StopLeftLoad() {
   loadPath_.clear();
 }
 
-int LineRunner::VerifyLoad(const LoadNotes& notes, const std::string& mappedPath) {
-  const auto failed = [this, &notes](const std::string& reason) {
+int LineRunner::VerifyLoad(const LoadNotes& notes, const std::string& mappedPath,
+                           const Doubt& doubt) {
+  const auto differs = [this, &notes](const std::string& reason) {
     display_.Notice("kiv: " + notes.Path() + " is not verified: " + reason + "\n");
     return kCommandFailed;
+  };
+  const auto failed = [this, &doubt, &differs](const std::string& reason) {
+    if (!doubt.open.empty()) display_.Notice(doubt.open);
+    return differs(reason);
   };
   if (TakesLinesAsText()) return failed("this device takes every question as a text");
   ViewEvent reply;
@@ -227,7 +234,7 @@ int LineRunner::VerifyLoad(const LoadNotes& notes, const std::string& mappedPath
     answer.isCommand = here.AskDevice(kStoredFileCommand, answer);
   };
   pump_.ForgetAnswered();
-  if (!Ask(question, reply)) return kInterrupted;
+  if (!Ask(question, reply)) return failed("it was interrupted"), kInterrupted;
   if (!reply.isCommand) return failed("the catalogue has no " + ShownLine(kStoredFileCommand));
   const std::string name = ShownLine(kStoredFileCommand);
   const int status = reply.posts > 0 ? WaitForAnswer(reply, name) : kCommandFailed;
@@ -241,9 +248,10 @@ int LineRunner::VerifyLoad(const LoadNotes& notes, const std::string& mappedPath
     return failed(error == EINVAL ? "it is not a regular file" : os::ErrorText(error));
   const std::string sha256 = Sha256Of(content);
   if (stored->sizeBytes != content.size() || stored->sha256 != sha256) {
-    return failed("the device has " + std::to_string(stored->sizeBytes) + " bytes, SHA-256 " +
-                  stored->sha256 + "; the file " + std::to_string(content.size()) + ", " + sha256);
+    return differs("the device has " + std::to_string(stored->sizeBytes) + " bytes, SHA-256 " +
+                   stored->sha256 + "; the file " + std::to_string(content.size()) + ", " + sha256);
   }
+  if (!doubt.stored.empty()) display_.Notice(doubt.stored);
   display_.Notice(notes.VerifiedText(sha256));
   return kDone;
 }

@@ -111,10 +111,13 @@ std::string LoadNotes::WaitsText() const {
   return "kiv: " + path_ + " waits for the answer to the load before it\n";
 }
 
-std::string LoadNotes::NothingSentText(std::uint64_t readBytes) const {
-  if (readBytes == 0) return "kiv: " + path_ + " is empty: nothing was sent\n";
-  const std::string read = std::to_string(readBytes) + " bytes";
-  if (!sizeBytes_ || *sizeBytes_ == readBytes) {
+std::string LoadNotes::NothingSentText(std::optional<std::uint64_t> readBytes) const {
+  if (!readBytes || (*readBytes == 0 && sizeBytes_.value_or(0) != 0)) {
+    return "kiv: nothing could be read of " + path_ + ": nothing was sent\n";
+  }
+  if (*readBytes == 0) return "kiv: " + path_ + " is empty: nothing was sent\n";
+  const std::string read = std::to_string(*readBytes) + " bytes";
+  if (!sizeBytes_ || *sizeBytes_ == *readBytes) {
     return "kiv: " + path_ + " has " + read + ", but nothing was sent\n";
   }
   return "kiv: " + path_ + " has " + read + " where its size says " + std::to_string(*sizeBytes_) +
@@ -158,14 +161,18 @@ std::string LoadNotes::UnclearText(const LoadState& state) const {
   return "kiv: " + Fate(state) + "\n";
 }
 
-std::string LoadNotes::DeniedText(const LoadState& state) const {
-  return "kiv: the device took all " + std::to_string(state.count) + " chunks of " + path_ +
+std::string LoadNotes::Denial(const LoadState& state) const {
+  return "the device took all " + std::to_string(state.count) + " chunks of " + path_ +
          ", but does not say that it is stored\n";
 }
 
+std::string LoadNotes::DeniedText(const LoadState& state) const { return "kiv: " + Denial(state); }
+
 std::string LoadNotes::LateText(const LoadState& state, bool isToVerify) const {
-  return "kiv: the answer came late: " + Fate(state) +
-         (isToVerify && state.IsStored() ? ", not verified\n" : "\n");
+  const std::string late = "kiv: the answer came late: ";
+  const bool isOnlyDenied = state.isDenied && !state.IsOpenQuestion() && !state.IsRefused();
+  if (isOnlyDenied) return late + Denial(state);
+  return late + Fate(state) + (isToVerify && state.IsStored() ? ", not verified\n" : "\n");
 }
 
 std::string LoadNotes::VerifiedText(const std::string& sha256) const {

@@ -35,8 +35,9 @@ class LoadNotes {
   std::string NotSentText() const;
   // Begins only when the answer to a load before it came, or is not waited for any longer.
   std::string WaitsText() const;
-  // The file ended before a chunk went out: it has `readBytes`, and its size says something else.
-  std::string NothingSentText(std::uint64_t readBytes) const;
+  // The file ended before a chunk went out: `readBytes` could be read of it, unset when reading
+  // failed.
+  std::string NothingSentText(std::optional<std::uint64_t> readBytes) const;
   // The command cannot carry a file of so many chunks, `most` at most; 0: not even one.
   std::string NotCarriedText(std::uint64_t chunks, std::uint64_t most) const;
   std::string NoAnswerText(const LoadState& state, std::uint32_t waitMs) const;
@@ -61,6 +62,8 @@ class LoadNotes {
   std::string Standing(const LoadState& state) const;
   // "chunk 2 of 3", of the one that is out.
   std::string ChunkOut(const LoadState& state) const;
+  // Without the console's name in front.
+  std::string Denial(const LoadState& state) const;
   // What became of the file: when the last chunk is out and not surely confirmed, nobody knows.
   std::string Fate(const LoadState& state) const;
 

@@ -1,12 +1,14 @@
 """Loads that nobody waits for any longer: what their late answers, and their ends, are taken for."""
 
+import hashlib
 import os
 import signal
 import struct
 import unittest
 
 from bench import SHORT_WAIT_MS, wait_for
-from load_test import CHUNK, LOAD, RECEIVING, STORED, Flash, TerminalCase
+from load_test import CHUNK, LOAD, LOAD_INFO, RECEIVING, STORED, Flash, TerminalCase
+from scripted_device import ScriptedDevice
 
 
 class Holding(Flash):
@@ -87,6 +89,41 @@ class LateAnswers(TerminalCase):
         self.assertIn(f"kiv: {other} may be stored, the answer may be to a load before it\n", done.err)
         self.assertNotIn("kiv: stored", done.err)
         self.assertEqual(done.status, 3, done)
+
+    def test_that_may_be_another_loads_are_settled_by_what_verify_finds(self):
+        small, other = self.file(700, "small"), self.file(1221, "other")
+        sha256 = hashlib.sha256(other.read_bytes()).hexdigest()
+        for case, held in (("has it", other.read_bytes()), ("has another", b"x"), ("does not say", None)):
+            with self.subTest(case):
+                def answer(device, head, _):
+                    if len(flash.chunks) == 2:
+                        device.confirm(head, struct.pack("<HHB", 0, 1, STORED))
+                        flash.file = held
+                    return True
+
+                def device_answer(device, head, body):
+                    return None if head.id == LOAD_INFO and held is None else flash(device, head, body)
+
+                flash = Flash(answer)
+                device = ScriptedDevice(self.folder / case, device_answer)
+                self.stack.callback(device.close)
+                done = self.kiv("--verify", "-c", f"ldnv {small}", "-c", ":reload", "-c", f"ldnv {other}",
+                                link=device.endpoint, wait=SHORT_WAIT_MS)
+                told = done.err[done.err.index(f"kiv: {other} waits for "):]
+                open_end = f"kiv: {other} may be stored, the answer may be to a load before it\n"
+                if held is None:
+                    self.assertTrue(told.endswith(
+                        open_end + f"kiv: {other} is not verified: load_info was not answered\n"), told)
+                    continue
+                self.assertNotIn(open_end, told)
+                if held == other.read_bytes():
+                    self.assertRegex(told, rf"kiv: stored: {other}, 1221 bytes in .*\nkiv: verified: {other}, "
+                                           rf"SHA-256 {sha256}\n$")
+                else:
+                    self.assertTrue(told.endswith(
+                        f"kiv: {other} is not verified: the device has 1 bytes, SHA-256 "
+                        f"{hashlib.sha256(held).hexdigest()}; the file 1221, {sha256}\n"), told)
+                    self.assertNotIn("kiv: stored", told)
 
 
 class LeftLoads(TerminalCase):

@@ -96,6 +96,13 @@ class Load(LoadCase):
         self.assertTrue(done.err.endswith(f"kiv: {path} is empty: nothing was sent\n"), done)
         self.assertEqual(flash.chunks, [])
 
+    def test_a_file_whose_first_read_fails_is_not_called_empty(self):
+        flash = Flash()
+        done = self.load(self.device(flash), "/proc/self/mem")
+        self.assertEqual((done.status, done.out), (1, ""), done)
+        self.assertTrue(done.err.endswith("kiv: nothing could be read of /proc/self/mem: nothing was sent\n"), done)
+        self.assertEqual(flash.chunks, [])
+
     def test_lines_that_open_nothing_fail_with_the_modules_own_words(self):
         device = self.device(Flash())
         for line, words in (("ldnv", "Enter a file path.\n"),

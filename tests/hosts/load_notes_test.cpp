@@ -99,6 +99,10 @@ TEST(LoadNotes, AFileThatTheDeviceFilledWithZerosIsNotJustStored) {
 
 TEST(LoadNotes, WhyNothingWasSentIsReadFromTheFile) {
   EXPECT_EQ(LoadNotes("f", 0, kBegin).NothingSentText(0), "kiv: f is empty: nothing was sent\n");
+  EXPECT_EQ(LoadNotes("f", 0, kBegin).NothingSentText(std::nullopt),
+            "kiv: nothing could be read of f: nothing was sent\n");
+  EXPECT_EQ(LoadNotes("f", 4096, kBegin).NothingSentText(0),
+            "kiv: nothing could be read of f: nothing was sent\n");
   EXPECT_EQ(LoadNotes("f", 4096, kBegin).NothingSentText(23),
             "kiv: f has 23 bytes where its size says 4096: nothing was sent\n");
   EXPECT_EQ(LoadNotes("f", 0, kBegin).NothingSentText(1500),
@@ -142,7 +146,9 @@ TEST(LoadNotes, ALateEndSaysWhetherTheFileIsStored) {
   EXPECT_EQ(notes.LateText(refused, true), "kiv: the answer came late: f is not stored\n");
   LoadState denied = StateOf(2, 2);
   denied.isDenied = true;
-  EXPECT_EQ(notes.LateText(denied, false), "kiv: the answer came late: f is not stored\n");
+  EXPECT_EQ(notes.LateText(denied, false),
+            "kiv: the answer came late: the device took all 2 chunks of f, but does not say that it is "
+            "stored\n");
   EXPECT_EQ(notes.DeniedText(denied),
             "kiv: the device took all 2 chunks of f, but does not say that it is stored\n");
 }
