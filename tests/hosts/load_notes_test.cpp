@@ -146,9 +146,10 @@ TEST(LoadNotes, ALateEndSaysWhetherTheFileIsStored) {
   EXPECT_EQ(notes.LateText(refused, true), "kiv: the answer came late: f is not stored\n");
   LoadState denied = StateOf(2, 2);
   denied.isDenied = true;
-  EXPECT_EQ(notes.LateText(denied, false),
-            "kiv: the answer came late: the device took all 2 chunks of f, but does not say that it is "
-            "stored\n");
+  EXPECT_EQ(
+      notes.LateText(denied, false),
+      "kiv: the answer came late: the device took all 2 chunks of f, but does not say that it is "
+      "stored\n");
   EXPECT_EQ(notes.DeniedText(denied),
             "kiv: the device took all 2 chunks of f, but does not say that it is stored\n");
 }
