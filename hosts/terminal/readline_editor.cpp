@@ -260,7 +260,11 @@ int ReadlineEditor::OnGetKey(FILE*) {
   return static_cast<unsigned char>(self.keys_[self.from_++]);
 }
 
-int ReadlineEditor::OnInputAvailable() { return current_->HasKeys() ? 1 : 0; }
+// An Esc that may be a key stays here: readline takes what waits behind a typed character with it,
+// and would begin another key with that Esc.
+int ReadlineEditor::OnInputAvailable() {
+  return current_->HasKeys() && !current_->IsEscapeAlone() ? 1 : 0;
+}
 
 bool ReadlineEditor::HasWholeKey() const {
   const std::string_view keys = Keys();

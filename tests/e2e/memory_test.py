@@ -63,6 +63,8 @@ class Keys(Typist):
         self.wait(PROMPT + "half")
         self.type("\x1b[D\x1bf!")  # Esc in front of other keys is none by itself
         self.wait(PROMPT + "half!")
+        self.type(" of it\x1b")  # behind others it is one, also when it comes together with them
+        self.wait(lambda: self.ends_with("\n" + PROMPT))
 
     def test_keys_that_are_moved_work_at_once_and_a_line_goes_before_a_binding(self):
         self.set_keys("zzzzzzzz 1", ":set REPEAT_CMD Ctrl+T", ":set LIST_RECENT_CMD F6",
