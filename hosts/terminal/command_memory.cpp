@@ -9,6 +9,22 @@
 namespace kiv {
 
 using SvcKivSpace::KivCommandRecord;
+using SvcKivSpace::KivKeyBinding;
+using SvcKivSpace::KivKeyBindings;
+
+namespace {
+
+bool IsSame(const KivKeyBinding& one, const KivKeyBinding& other) {
+  return one.value == other.value && one.name == other.name;
+}
+
+bool AreSame(const KivKeyBindings& one, const KivKeyBindings& other) {
+  return IsSame(one.repeatCmd, other.repeatCmd) && IsSame(one.sendCmd, other.sendCmd) &&
+         IsSame(one.listHistoryCmd, other.listHistoryCmd) &&
+         IsSame(one.listRecentCmd, other.listRecentCmd) && IsSame(one.cancel, other.cancel);
+}
+
+}  // namespace
 
 KeptCommands CommandMemory::All() const {
   KeptCommands all;
@@ -53,11 +69,12 @@ Kept CommandMemory::SetShortcut(std::size_t number, const std::wstring& line) {
   return Saved();
 }
 
-std::uint32_t CommandMemory::Import(const std::wstring& path, const CarriedGroups& groups) {
+Imported CommandMemory::Import(const std::wstring& path, const CarriedGroups& groups) {
+  const KivKeyBindings before = config_.KeyBindings();
   const std::uint32_t status =
       config_.Import(path.c_str(), groups.keys, groups.favourites, groups.shortcuts);
   const std::uint32_t saved = config_.Save();
-  return status != result::kOk ? status : saved;
+  return {status != result::kOk ? status : saved, !AreSame(before, config_.KeyBindings())};
 }
 
 std::uint32_t CommandMemory::Export(const std::wstring& path, const CarriedGroups& groups) {

@@ -32,6 +32,12 @@ struct CarriedGroups {
   bool shortcuts = false;
 };
 
+// What an import came to.
+struct Imported {
+  std::uint32_t status = 0;  // the module's
+  bool keysMoved = false;    // keys of this console are others than before, whatever the status
+};
+
 class CommandMemory {
  public:
   explicit CommandMemory(SvcKivSpace::CSVCKIVConfig& config) : config_(config) {}
@@ -44,9 +50,9 @@ class CommandMemory {
   // Of the keys 1 to 10; an empty line leaves the key without a command.
   Kept SetShortcut(std::size_t number, const std::wstring& line);
 
-  // The module's result codes. What an import has brought before it failed is saved, too; when only
-  // the save fails, 3018.
-  std::uint32_t Import(const std::wstring& path, const CarriedGroups& groups);
+  // What an import has brought before it failed is saved, too; when only the save fails, 3018.
+  Imported Import(const std::wstring& path, const CarriedGroups& groups);
+  // The module's result codes.
   std::uint32_t Export(const std::wstring& path, const CarriedGroups& groups);
 
  private:

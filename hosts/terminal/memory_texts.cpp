@@ -22,8 +22,8 @@ constexpr ResultText kImportTexts[] = {
     {result::kInstanceMissing,
      "it is no settings file that can be read, or has nothing for this session and instance"},
     {result::kBadKeys,
-     "its keys cannot be taken: three of them need names of their own, ENTER sends and ESC "
-     "cancels"},
+     "the keys are as they were: in the file three need names of their own, ENTER must send and "
+     "ESC cancel"},
     {result::kSaveFailed, "imported, but the settings could not be saved"},
     {result::kOk, ""},
 };
@@ -35,6 +35,11 @@ constexpr ResultText kExportTexts[] = {
      "it could not be written, or is the settings file itself or one that is kept beside it"},
     {result::kOk, ""},
 };
+
+// The send and cancel keys are looked at when the other three are taken.
+constexpr char kThreeKeysTaken[] =
+    "its keys that repeat and list were taken, and nothing else: ENTER must send there and ESC "
+    "cancel";
 
 std::string TextOf(const ResultText* row, std::uint32_t status) {
   while (row->status != status && row->status != result::kOk) ++row;
@@ -105,9 +110,11 @@ std::string RunsItselfText(const std::string& line) {
   return "kiv: '" + Cut(line) + "' was not run: it runs itself\n";
 }
 
-std::string ImportText(std::uint32_t status, const std::string& path) {
+std::string ImportText(const Imported& imported, const std::string& path) {
+  const std::uint32_t status = imported.status;
   if (status == result::kOk) return "kiv: imported from " + path + "\n";
-  return "kiv: " + path + ": " + TextOf(kImportTexts, status) + "\n";
+  const bool isPart = status == result::kBadKeys && imported.keysMoved;
+  return "kiv: " + path + ": " + (isPart ? kThreeKeysTaken : TextOf(kImportTexts, status)) + "\n";
 }
 
 std::string ExportText(std::uint32_t status, const std::string& path) {

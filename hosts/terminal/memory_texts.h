@@ -30,7 +30,7 @@ std::string KeyTakenText(std::size_t number, const std::string& use);
 // Lines that run each other without end.
 std::string RunsItselfText(const std::string& line);
 // What was carried to or from `path`, or why not.
-std::string ImportText(std::uint32_t status, const std::string& path);
+std::string ImportText(const Imported& imported, const std::string& path);
 std::string ExportText(std::uint32_t status, const std::string& path);
 
 }  // namespace kiv

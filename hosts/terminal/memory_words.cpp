@@ -219,19 +219,19 @@ constexpr FavouriteVerb kFavouriteVerbs[] = {
 };
 
 // What an import and an export have in common.
-template <class Carry>
-int CarrySettings(ConsoleContext& context, std::wstring_view arguments, const char* word,
-                  std::string (*text)(std::uint32_t status, const std::string& path), Carry carry) {
+template <class Text, class Carry>
+int CarrySettings(ConsoleContext& context, std::wstring_view arguments, const char* word, Text text,
+                  Carry carry) {
   const CarriedFile file(arguments);
   if (file.path.empty()) return Refuse(context, UsageText(word, kCarryArguments));
-  const std::optional<std::uint32_t> status = AskFacade<std::uint32_t>(
+  const std::optional<Imported> carried = AskFacade<Imported>(
       context, [carry, path = std::wstring(file.path), groups = file.groups](FacadeThread& here) {
-        if (here.Settings() == nullptr) return result::kNoDocument;
-        return carry(here, path, groups);
+        if (here.Settings() == nullptr) return Imported{result::kNoDocument};
+        return Imported{carry(here, path, groups)};
       });
-  if (!status) return kInterrupted;
-  context.display.Notice(text(*status, ShownLine(file.path)));
-  return *status == result::kOk ? kDone : kCommandFailed;
+  if (!carried) return kInterrupted;
+  context.display.Notice(text(*carried, ShownLine(file.path)));
+  return carried->status == result::kOk ? kDone : kCommandFailed;
 }
 
 }  // namespace
@@ -284,16 +284,19 @@ int ImportSettings(ConsoleContext& context, std::wstring_view arguments) {
   return CarrySettings(
       context, arguments, ":import", ImportText,
       [](FacadeThread& here, const std::wstring& path, const CarriedGroups& groups) {
-        const std::uint32_t status = here.Settings()->Commands().Import(path, groups);
-        here.SettingsChanged(status != result::kSaveFailed);
+        const Imported imported = here.Settings()->Commands().Import(path, groups);
+        here.SettingsChanged(imported.status != result::kSaveFailed);
         here.PushKept();
-        return status;
+        return imported;
       });
 }
 
 int ExportSettings(ConsoleContext& context, std::wstring_view arguments) {
   return CarrySettings(
-      context, arguments, ":export", ExportText,
+      context, arguments, ":export",
+      [](const Imported& exported, const std::string& path) {
+        return ExportText(exported.status, path);
+      },
       [](FacadeThread& here, const std::wstring& path, const CarriedGroups& groups) {
         return here.Settings()->Commands().Export(path, groups);
       });

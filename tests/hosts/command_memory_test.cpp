@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "hosts/terminal/memory_texts.h"
 #include "hosts/terminal/settings_keeper.h"
 #include "platform/base/result_codes.h"
 #include "svckiv/svc_kiv.h"
@@ -16,6 +17,8 @@ namespace {
 
 using kiv::CarriedGroups;
 using kiv::CommandMemory;
+using kiv::Imported;
+using kiv::ImportText;
 using kiv::Kept;
 using kiv::SettingsKeeper;
 using SvcKivSpace::CSVCKIVConfig;
@@ -115,7 +118,7 @@ TEST_F(CommandMemoryTest, WhatAnImportBringsIsInTheFile) {
   EXPECT_EQ(memory.Export(Path("out.xml"), {false, true, true}), result::kOk);
   memory.RemoveFavourite(1);
   memory.SetShortcut(3, L"other");
-  EXPECT_EQ(memory.Import(Path("out.xml"), {false, true, true}), result::kOk);
+  EXPECT_EQ(memory.Import(Path("out.xml"), {false, true, true}).status, result::kOk);
   EXPECT_EQ(memory.All().favourites, Lines{L"nv_read 7"});
   const auto all = Restarted().All();
   EXPECT_EQ(all.favourites, Lines{L"nv_read 7"});
@@ -127,8 +130,36 @@ TEST_F(CommandMemoryTest, WhatAnImportBroughtBeforeItFailedIsSavedToo) {
                 "<SourceData><SESSION ID=\"1\"><INSTANCE ID=\"1\"><DEFAULT><FAVORATE_CMD>"
                 "<CMD NAME=\"one\" PARA=\"1\"/></FAVORATE_CMD></DEFAULT></INSTANCE></SESSION>"
                 "</SourceData>");
-  EXPECT_EQ(Restarted().Import(Path("half.xml"), {false, true, true}), result::kGroupMissing);
+  EXPECT_EQ(Restarted().Import(Path("half.xml"), {false, true, true}).status,
+            result::kGroupMissing);
   EXPECT_EQ(Restarted().All().favourites, Lines{L"one 1"});
+}
+
+TEST_F(CommandMemoryTest, AnImportThatTookThreeKeysAndRefusedTheOthersSaysSo) {
+  const auto written = [this](const char* name, const char* repeat, const char* send) {
+    const auto key = [](const char* element, const char* bound) {
+      return std::string("<") + element + " NAME=\"" + bound + "\" VALUE=\"1\"/>";
+    };
+    folder_.Write(name, "<SourceData><SESSION ID=\"1\"><INSTANCE ID=\"1\"><DEFAULT><KEYBOARD>" +
+                            key("REPEAT_CMD", repeat) + key("SEND_CMD", send) +
+                            key("LIST_HISTORY_CMD", "F2") + key("LIST_RECENT_CMD", "F6") +
+                            key("CANCEL", "ESC") +
+                            "</KEYBOARD></DEFAULT></INSTANCE></SESSION></SourceData>");
+    return Path(name);
+  };
+  CommandMemory memory = Restarted();
+  const Imported same = memory.Import(written("same.xml", "F2", "ENTER"), {true, true, true});
+  EXPECT_EQ(ImportText(same, "same.xml"),
+            "kiv: same.xml: the keys are as they were: in the file three need names of their own, "
+            "ENTER must send and ESC cancel\n");
+  EXPECT_EQ(SvcKiv::Start()->KeyBindings().repeatCmd.name, L"F3");
+  const Imported part = memory.Import(written("part.xml", "F9", "F8"), {true, true, true});
+  EXPECT_EQ(ImportText(part, "part.xml"),
+            "kiv: part.xml: its keys that repeat and list were taken, and nothing else: ENTER must "
+            "send there and ESC cancel\n");
+  EXPECT_EQ(Restarted().All().favourites, Lines());
+  EXPECT_EQ(SvcKiv::Start()->KeyBindings().repeatCmd.name, L"F9");
+  EXPECT_EQ(SvcKiv::Start()->KeyBindings().sendCmd.name, L"ENTER");
 }
 
 TEST_F(CommandMemoryTest, TheLastLineIsKnownAlsoWhenItIsNotKept) {
