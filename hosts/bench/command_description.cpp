@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "command/packet/diag_packet.h"
@@ -20,6 +21,22 @@ constexpr std::size_t kMaxPathCells = 40;
 constexpr std::size_t kMaxTypeCells = 24;
 constexpr std::size_t kMaxDefaultCells = 24;
 
+// A catalogue's text in a row: what would begin another row, or move the columns, as ShownLine
+// shows it.
+std::wstring InRow(std::wstring_view text) {
+  std::wstring row;
+  for (const wchar_t ch : text) {
+    if (ch == L'\n') {
+      row += L"\\x0a";
+    } else if (ch == L'\t') {
+      row += L"\\x09";
+    } else {
+      row += ch;
+    }
+  }
+  return row;
+}
+
 std::wstring TypeText(const ParameterField& field) {
   return field.IsArray() ? field.type + L"[" + std::to_wstring(field.count) + L"]" : field.type;
 }
@@ -31,9 +48,9 @@ struct Row {
 
 Row RowOf(const ParameterShape& shape, const ParameterField& field) {
   const TypedRange range = RangeOf(field);
-  Row row{field.path, TypeText(field), DefaultsText(shape, field),
+  Row row{InRow(field.path), InRow(TypeText(field)), InRow(DefaultsText(shape, field)),
           range.lowest + L" to " + range.highest};
-  if (!field.text.empty()) row.rest += L"  " + field.text;
+  if (!field.text.empty()) row.rest += L"  " + InRow(field.text);
   return row;
 }
 
@@ -52,8 +69,8 @@ std::size_t ColumnCells(const std::vector<Row>& rows, std::wstring Row::*text, s
 void AppendChoices(std::wstring& lines, const ParameterField& field, std::size_t indentCells) {
   if (field.choices == nullptr) return;
   for (const Choice& choice : *field.choices) {
-    lines.append(indentCells, L' ') += choice.typed + L" " + choice.name;
-    if (!choice.text.empty()) lines += L": " + choice.text;
+    lines.append(indentCells, L' ') += choice.typed + L" " + InRow(choice.name);
+    if (!choice.text.empty()) lines += L": " + InRow(choice.text);
     lines += L'\n';
   }
 }
@@ -116,14 +133,14 @@ std::uint32_t Describe(const CmdInfo& command, const QCString& cataloguePath,
 
 std::wstring DescriptionText(const CommandDescription& description) {
   std::wstring lines = description.name + L" (" + CommandIdText(description.id) + L")";
-  if (!description.group.empty()) lines += L", " + description.group;
+  if (!description.group.empty()) lines += L", " + InRow(description.group);
   lines += L'\n';
-  if (!description.text.empty()) lines += L"  " + description.text + L"\n";
+  if (!description.text.empty()) lines += L"  " + InRow(description.text) + L"\n";
   if (!description.isSendable) return lines + L"  is not sent: it comes as an indication\n";
   if (description.takesText) return lines + L"  takes its text as it is typed\n";
   if (description.shape.Fields().empty()) return lines + L"  takes no parameters\n";
-  lines += description.shape.TypeName() + L":";
-  if (!description.shape.Text().empty()) lines += L" " + description.shape.Text();
+  lines += InRow(description.shape.TypeName()) + L":";
+  if (!description.shape.Text().empty()) lines += L" " + InRow(description.shape.Text());
   lines += L'\n';
   AppendFields(lines, description.shape);
   if (!description.lineAllowed) lines += L"not to be sent with parameters; without them:\n";

@@ -175,6 +175,36 @@ TEST_F(DescribedCommand, AnswersTheStatusOfACommandThatIsNotThere) {
   EXPECT_EQ(hostbench::Describe(stranger, path_, description), 521u);
 }
 
+TEST(CommandDescription, KeepsEachTextOfTheCatalogueInItsRow) {
+  kivtest::TempFolder folder;
+  kivtest::ModelMaker maker;
+  catalogue::Enumeration mode;
+  mode.name = "mode";
+  mode.base = catalogue::Scalar::kI8;
+  mode.values = {{"off", 0, "a\nb"}};
+  maker.Model().enumerations.push_back(mode);
+  maker.Structure("posing");
+  catalogue::Field field;
+  field.name = "mode";
+  field.kind = catalogue::FieldKind::kEnumeration;
+  field.scalar = catalogue::Scalar::kI8;
+  field.text = "c\n  x  u8  0  0 to 1\td";
+  maker.Model().structures.back().text = "e\nf";
+  maker.Model().structures.back().fields.push_back(field);
+  maker.End(std::string(1, '\0'));
+  catalogue::Command& command = maker.Command(0x1F, "poser", 0, 0);
+  command.text = "g\nh";
+  command.group = "i\tj";
+  kivtest::WriteBytes(folder.File("c.kcat"), maker.Bytes());
+  EXPECT_EQ(Described(L"poser", QCString::FromUtf8(folder.File("c.kcat"))),
+            "poser (0x1f), i\\x09j\n"
+            "  g\\x0ah\n"
+            "posing: e\\x0af\n"
+            "  mode  mode  0 (off)  -128 to 127  c\\x0a  x  u8  0  0 to 1\\x09d\n"
+            "        0 off: a\\x0ab\n"
+            "poser {0}\n");
+}
+
 TEST(CommandDescription, SaysThatALineIsTooLong) {
   kivtest::TempFolder folder;
   kivtest::ModelMaker maker;
