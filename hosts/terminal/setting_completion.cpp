@@ -34,6 +34,21 @@ std::vector<std::wstring> ValuesOf(const ConsoleSettings& settings, std::wstring
   return {now};
 }
 
+// With all their parts.
+std::vector<std::wstring> FullNames() {
+  std::vector<std::wstring> names;
+  for (const SettingGroup& group : SettingGroups()) {
+    for (const SettingRow& row : group.rows) {
+      names.push_back(std::wstring(row.element) + L"." + row.attribute);
+    }
+  }
+  return names;
+}
+
+void KeepThoseOf(std::wstring_view begin, std::vector<std::wstring>& all) {
+  std::erase_if(all, [begin](const std::wstring& one) { return !BeginsWith(one, begin); });
+}
+
 }  // namespace
 
 std::vector<std::wstring> SettingCompletions(const ConsoleSettings& settings,
@@ -47,7 +62,10 @@ std::vector<std::wstring> SettingCompletions(const ConsoleSettings& settings,
   }
   std::vector<std::wstring> all =
       isName ? SettingNames() : ValuesOf(settings, arguments.substr(0, blank));
-  std::erase_if(all, [last](const std::wstring& one) { return !BeginsWith(one, last); });
+  KeepThoseOf(last, all);
+  if (!isName || !all.empty()) return all;
+  all = FullNames();
+  KeepThoseOf(last, all);
   return all;
 }
 

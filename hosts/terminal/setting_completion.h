@@ -11,8 +11,9 @@
 
 namespace kiv {
 
-// Names in the order of the table; behind a name its values where they can be listed, else the one
-// that it has. Whole arguments in the place of the last one of `arguments`, in any case.
+// Names in the order of the table, with all their parts where none begins as typed; behind a name
+// its values where they can be listed, else the one that it has. Whole arguments in the place of
+// the last one of `arguments`, in any case.
 std::vector<std::wstring> SettingCompletions(const ConsoleSettings& settings,
                                              std::wstring_view arguments);
 

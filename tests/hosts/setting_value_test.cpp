@@ -215,6 +215,8 @@ TEST(SettingCompletion, OffersNamesInAnyCase) {
   EXPECT_EQ(offered(L"PRO"), Names{L"PROMPT"});
   EXPECT_EQ(offered(L"hex"), Names{L"HEXADECIMAL"});
   EXPECT_EQ(offered(L"repeat"), (Names{L"REPEAT_CMD", L"REPEAT_CMD.NAME", L"REPEAT_CMD.VALUE"}));
+  EXPECT_EQ(offered(L"popular.pr"), Names{L"POPULAR.PROMPT"});
+  EXPECT_EQ(offered(L"COLOR.GEN"), (Names{L"COLOR.GENERAL.TEXT", L"COLOR.GENERAL.BACKGROUND"}));
   EXPECT_EQ(offered(L"nothing"), Names());
   EXPECT_EQ(offered(L""), kiv::SettingNames());
 }
