@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <initializer_list>
 #include <optional>
 #include <utility>
 
@@ -22,6 +23,19 @@ namespace {
 constexpr std::size_t kScriptLimitBytes = 256u << 20;
 constexpr std::uint32_t kStopTimeoutMs = 2000;
 constexpr std::chrono::milliseconds kSettingsTimeout{2000};
+
+// How often the row of a load is drawn above the prompt.
+constexpr std::chrono::milliseconds kRowTime{250};
+
+using DueTime = std::optional<EventPump::Clock::time_point>;
+
+DueTime Earliest(std::initializer_list<DueTime> times) {
+  DueTime earliest;
+  for (const DueTime& time : times) {
+    if (time && (!earliest || *time < *earliest)) earliest = time;
+  }
+  return earliest;
+}
 
 bool CanErase() {
   const char* const terminal = std::getenv("TERM");
@@ -153,13 +167,13 @@ int Console::RunInteractive() {
   int status = kDone;
   while (!Ended() && !screen_->HasInputEnded()) {
     const auto promptAt = display_.WhenToPrompt(std::chrono::milliseconds(options_.settleMs));
+    display_.SetRowAbovePrompt(runner_.LeftLoadRow());
     if (!promptAt) display_.ShowPrompt();
     const auto keysDue = screen_->KeysDue();
+    const auto rowDue =
+        runner_.HasLeftLoad() ? std::optional(EventPump::Clock::now() + kRowTime) : std::nullopt;
     os::ConsoleEvents::Ready ready;
-    pump_.Wait(promptAt && keysDue ? std::min(promptAt, keysDue)
-               : promptAt          ? promptAt
-                                   : keysDue,
-               true, &ready);
+    pump_.Wait(Earliest({promptAt, keysDue, rowDue}), true, &ready);
     if (Ended()) break;
     if (!stops_.IsInterrupted() && (ready.input || keysDue)) {
       if (screen_->IsEchoOfTerminal()) display_.RowWasEnded();

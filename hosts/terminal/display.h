@@ -65,6 +65,9 @@ class Display {
   void Progress(const std::string& row);
   void EndProgress() { screen_.Progress(""); }
 
+  // The same while the prompt is shown: above it, until another or an empty one is given.
+  void SetRowAbovePrompt(const std::string& row) { screen_.SetRowAbovePrompt(row); }
+
   // Rows that stand below all texts until EndBlock; each call draws them anew in their place.
   // Without HasBlock there are none.
   bool HasBlock() const { return screen_.HasBlock(); }

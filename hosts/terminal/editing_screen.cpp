@@ -69,6 +69,12 @@ void EditingScreen::Progress(std::string_view row) {
   pending_ += "\x1b[?7l" + std::string(row) + "\x1b[?7h";
 }
 
+void EditingScreen::SetRowAbovePrompt(const std::string& row) {
+  editor_->SetRowAbove(row, isPromptShown_);
+  std::string bytes = editor_->TakeOutput();
+  if (!bytes.empty()) pending_ += activeEnd_ + bytes + activeBegin_;
+}
+
 void EditingScreen::Block(const std::vector<BlockRow>& rows) {
   HidePrompt();
   if (!rows.empty()) pending_ += block_.Draw(rows, os::ConsoleEvents::OutputSize());
@@ -87,11 +93,10 @@ void EditingScreen::HidePrompt() {
   TakeOutput();
 }
 
-// What stands between these marks takes no room in a prompt.
 void EditingScreen::SetActiveColours(std::string begin, std::string end) {
   if (begin.empty()) end.clear();
   if (!begin.empty()) os::NoteColours();
-  activeBegin_ = begin.empty() ? begin : "\001" + std::move(begin) + "\002";
+  activeBegin_ = std::move(begin);
   activeEnd_ = std::move(end);
 }
 
@@ -116,7 +121,9 @@ void EditingScreen::ShowPrompt() {
   if (isPromptShown_) return;
   HidePrompt();
   isPromptShown_ = true;
-  editor_->Show(activeBegin_ + Prompt());
+  // What stands between these marks takes no room in a prompt.
+  const std::string begin = activeBegin_.empty() ? std::string() : "\001" + activeBegin_ + "\002";
+  editor_->Show(begin + Prompt());
   TakeOutput();
 }
 

@@ -31,6 +31,7 @@ class EditingScreen final : public Screen {
   void ShowPrompt() override;
   bool HasProgress() const override { return true; }
   void Progress(std::string_view row) override;
+  void SetRowAbovePrompt(const std::string& row) override;
   bool HasBlock() const override { return true; }
   void Block(const std::vector<BlockRow>& rows) override;
   void Flush() override;
@@ -64,7 +65,7 @@ class EditingScreen final : public Screen {
   const bool noticesMeetTexts_;
   bool isProgressShown_ = false;
   bool isTitleSet_ = false;
-  std::string activeBegin_;  // in front of the prompt, marked as what takes no room
+  std::string activeBegin_;
   std::string activeEnd_;
   std::string pending_;  // written at the next Flush
   LineSource finished_;  // a finished line may be several

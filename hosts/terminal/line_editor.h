@@ -46,6 +46,10 @@ class LineEditor {
   virtual void LeaveRow(const char* mark) = 0;
   // The terminal has another size; prompt and line are shown.
   virtual void Resized() = 0;
+  // A row that is shown above them from now on, in place of the one before; empty: none. With
+  // `isShown` they are shown: another row is drawn where the one before stands, and they stay as
+  // they are. What ends the line under edit takes the row away.
+  virtual void SetRowAbove(const std::string& row, bool isShown) = 0;
 
   // Keys wait until Next takes them; what stands behind a line's end waits for the next call.
   virtual void AddKeys(std::string_view keys) = 0;

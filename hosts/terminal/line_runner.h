@@ -7,6 +7,7 @@
 #include <chrono>
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -61,6 +62,10 @@ class LineRunner {
   bool Ask(FacadeThread::Question question, ViewEvent& reply);
   // Ends a load that goes on though nobody waits for it, where there is one.
   void StopLeftLoad();
+  // The row of such a load, as soon as an answer that came late has moved it; empty: there is none.
+  // Nothing wakes the main thread for it: HasLeftLoad says whether to look again and again.
+  std::string LeftLoadRow();
+  bool HasLeftLoad() const { return leftNotes_.has_value(); }
   // How long to wait for the link and for each answer.
   std::chrono::milliseconds WaitTime() const;
 
@@ -114,7 +119,10 @@ class LineRunner {
   EventPump& pump_;
   Display& display_;
   CommandHelp& help_;
-  std::wstring loadPath_;         // as it was typed, of the load that the module has open
+  std::wstring loadPath_;  // as it was typed, of the load that the module has open
+  // Of the load that was left, and how far it was then.
+  std::optional<LoadNotes> leftNotes_;
+  std::uint32_t leftConfirmed_ = 0;
   LoadLayout loadLayout_;         // of the command of the last load line
   std::uint64_t number_ = 0;      // of the last line or question
   std::uint64_t lineNumber_ = 0;  // of the last line; 0: it did not go to the module

@@ -96,6 +96,8 @@ int LineRunner::LoadStatus(const ViewEvent& reply, const std::wstring& typed,
   watch_.Abandon();
   display_.EndProgress();
   if (status == kNoAnswer) {
+    leftNotes_.emplace(notes);
+    leftConfirmed_ = watch_.Load().confirmed;
     watch_.LeaveLoad(notes.Path(), options_.verify);
     return status;
   }
@@ -216,6 +218,13 @@ void LineRunner::StopLeftLoad() {
   if (path.empty()) return;
   StopLoad(LoadNotes(path, std::nullopt, Clock::now()));
   loadPath_.clear();
+}
+
+std::string LineRunner::LeftLoadRow() {
+  if (leftNotes_ && !watch_.IsLoadLeft()) leftNotes_.reset();
+  if (!leftNotes_) return {};
+  const LoadState state = watch_.Load();
+  return state.confirmed > leftConfirmed_ ? leftNotes_->Row(state, Clock::now()) : std::string();
 }
 
 int LineRunner::VerifyLoad(const LoadNotes& notes, const std::string& mappedPath,

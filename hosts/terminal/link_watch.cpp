@@ -148,6 +148,11 @@ void LinkWatch::LeaveLoad(const std::string& path, bool isToVerify) {
   if (!load_.IsOpen()) EndLeftLoad(&LoadNotes::EndedText);
 }
 
+bool LinkWatch::IsLoadLeft() const {
+  const std::lock_guard lock(mutex_);
+  return !leftLoad_.empty();
+}
+
 std::string LinkWatch::TakeLeftLoad() {
   const std::lock_guard lock(mutex_);
   return std::exchange(leftLoad_, {});

@@ -67,6 +67,7 @@ class LinkWatch final : public devlink::LinkObserver {
   // Nobody waits for the load any longer, which a late confirmation may still move: its end,
   // whatever it is, is then told as a warning of the queue.
   void LeaveLoad(const std::string& path, bool isToVerify);
+  bool IsLoadLeft() const;
   // The path of such a load, whose end is then not told here; empty when there is none.
   std::string TakeLeftLoad();
   // The module works with a new controller: its numbers begin anew, and no load is open.

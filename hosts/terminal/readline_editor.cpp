@@ -12,6 +12,7 @@
 
 #include "hosts/terminal/line_editor.h"
 #include "hosts/terminal/line_rows.h"
+#include "hosts/terminal/live_block.h"
 #include "hosts/terminal/readline_completion.h"
 #include "platform/os/utf8_codec.h"
 
@@ -21,6 +22,10 @@ namespace {
 constexpr char kPasteBegin[] = "\x1b[200~";
 constexpr std::string_view kPasteEnd = "\x1b[201~";
 constexpr std::string_view kLineEnds = "\r\n";
+// Keys that may end the line under edit.
+constexpr std::string_view kEndKeys = "\r\n\x04";
+// What is erased gets no colour of the line under edit; the prompt brings that back.
+constexpr char kNoColours[] = "\x1b[m";
 
 constexpr std::string_view kEscape = "\x1b";
 
@@ -69,12 +74,13 @@ class ReadlineEditor final : public LineEditor {
   // Whether the terminal can do what showing and hiding take.
   bool IsUsable() const { return isUsable_; }
 
-  void TakeTerminal() override { rl_prep_terminal(1); }
+  void TakeTerminal() override;
   void LeaveTerminal() override { rl_deprep_terminal(); }
   void Show(const std::string& prompt) override;
   void Hide() override;
   void LeaveRow(const char* mark) override;
   void Resized() override;
+  void SetRowAbove(const std::string& row, bool isShown) override;
   void AddKeys(std::string_view keys) override;
   bool HasKeys() const override { return from_ < keys_.size(); }
   Outcome Next(std::string& line) override;
@@ -107,10 +113,19 @@ class ReadlineEditor final : public LineEditor {
   bool IsEscapeAlone() const;
   // Takes one key; what it wants read stands above the line then.
   void TakeKey();
+  // The row above the line, with the cursor in the first column of the prompt's row.
+  void DrawRowAbove();
+  void EraseRowAbove();
+  // Takes it away while prompt and line are shown; the next Show or SetRowAbove brings it back.
+  void TakeRowAway();
+  // Everything, with `rows` above it for good.
+  void DrawAnew(const std::string& rows);
+  void DrawRowInPlace();
   void BeginLine();
   void TakeNewHistory();
   void FillHistory();
-  LinePosition CursorPosition() const;
+  LinePosition CursorPosition() const { return PositionAt(rl_point); }
+  LinePosition PositionAt(int point) const;
 
   static ReadlineEditor* current_;
   ReadlineCompletion completion_;
@@ -124,6 +139,8 @@ class ReadlineEditor final : public LineEditor {
   bool isPasting_ = false;
   bool isLineBegun_ = false;  // readline has a line under edit
   std::string prompt_;
+  std::string rowText_;  // above it; empty: none
+  LiveBlock rowAbove_;
   Outcome outcome_ = Outcome::kNothing;
   std::string line_;
   std::vector<std::string> earlier_;  // lines of earlier runs
@@ -185,8 +202,15 @@ void ReadlineEditor::BeginLine() {
   rl_callback_handler_install(prompt_.c_str(), OnLine);
 }
 
+// Whoever had the terminal before has moved everything.
+void ReadlineEditor::TakeTerminal() {
+  rowAbove_.Forget();
+  rl_prep_terminal(1);
+}
+
 void ReadlineEditor::Show(const std::string& prompt) {
   prompt_ = prompt;
+  DrawRowAbove();
   if (!isLineBegun_) return BeginLine();
   rl_set_prompt(prompt_.c_str());
   rl_reset_screen_size();
@@ -196,28 +220,86 @@ void ReadlineEditor::Show(const std::string& prompt) {
 
 void ReadlineEditor::Hide() {
   rl_clear_visible_line();
+  EraseRowAbove();
   completion_.RowsMoved();
 }
 
-void ReadlineEditor::TakeKey() {
-  rl_callback_read_char();
-  const std::string rows = completion_.TakeRows();
-  if (rows.empty()) return;
+void ReadlineEditor::DrawRowAbove() {
+  rowAbove_.Forget();
+  if (rowText_.empty()) return;
+  const std::string row = rowAbove_.Draw({{rowText_}}, os::ConsoleEvents::OutputSize());
+  std::fputs((row + "\n").c_str(), output_);
+}
+
+void ReadlineEditor::EraseRowAbove() {
+  if (!rowAbove_.IsDrawn()) return;
+  const std::string erase = rowAbove_.Erase(os::ConsoleEvents::OutputSize(), TerminalReflows());
+  std::fputs((kNoColours + ("\x1b[A" + erase)).c_str(), output_);
+}
+
+void ReadlineEditor::TakeRowAway() {
+  if (!rowAbove_.IsDrawn()) return;
   rl_clear_visible_line();
-  std::fputs(rows.c_str(), output_);
+  EraseRowAbove();
   rl_on_new_line();
   rl_forced_update_display();
 }
 
-LinePosition ReadlineEditor::CursorPosition() const {
+void ReadlineEditor::DrawAnew(const std::string& rows) {
+  rl_clear_visible_line();
+  EraseRowAbove();
+  std::fputs(rows.c_str(), output_);
+  DrawRowAbove();
+  rl_on_new_line();
+  rl_forced_update_display();
+}
+
+// A search through the history and its like would not survive that everything is drawn anew. A row
+// that was pushed off the screen stays as it is.
+void ReadlineEditor::DrawRowInPlace() {
   int rows = 0;
   int columns = 0;
   rl_get_screen_size(&rows, &columns);
-  return PositionBehind(std::string(rl_display_prompt) + std::string(rl_line_buffer, rl_point),
+  if (PositionAt(rl_end).row + 2 > rows) return;
+  const LinePosition cursor = CursorPosition();
+  rowAbove_.Forget();
+  const std::string row = rowAbove_.Draw({{rowText_}}, os::ConsoleEvents::OutputSize());
+  std::fprintf(output_, "\x1b[%dA\r%s\x1b[K\x1b[%dB\r", cursor.row + 1, row.c_str(),
+               cursor.row + 1);
+  if (cursor.column > 0) std::fprintf(output_, "\x1b[%dC", cursor.column);
+}
+
+void ReadlineEditor::SetRowAbove(const std::string& row, bool isShown) {
+  const bool isNew = std::exchange(rowText_, row) != row;
+  if (!isShown || (!isNew && rowAbove_.IsDrawn() == !row.empty())) return;
+  if (rowAbove_.IsDrawn() && !row.empty()) {
+    DrawRowInPlace();
+  } else {
+    DrawAnew("");
+  }
+}
+
+void ReadlineEditor::TakeKey() {
+  // Readline may take several keys at once.
+  if (Keys().find_first_of(kEndKeys) != std::string_view::npos) TakeRowAway();
+  rl_callback_read_char();
+  const bool isCleared = rl_last_func == rl_clear_screen || rl_last_func == rl_clear_display;
+  const bool isRowGone = rowAbove_.IsDrawn() && isCleared;
+  if (isRowGone) rowAbove_.Forget();
+  const std::string rows = completion_.TakeRows();
+  if (isLineBegun_ && (isRowGone || !rows.empty())) DrawAnew(rows);
+}
+
+LinePosition ReadlineEditor::PositionAt(int point) const {
+  int rows = 0;
+  int columns = 0;
+  rl_get_screen_size(&rows, &columns);
+  return PositionBehind(std::string(rl_display_prompt) + std::string(rl_line_buffer, point),
                         columns);
 }
 
 void ReadlineEditor::LeaveRow(const char* mark) {
+  TakeRowAway();
   const int point = rl_point;
   rl_point = rl_end;
   rl_redisplay();
@@ -236,6 +318,8 @@ void ReadlineEditor::Resized() {
   const int rowsUp = TerminalReflows() ? after.row : std::min(before.row, after.row);
   if (rowsUp > 0) std::fprintf(output_, "\x1b[%dA", rowsUp);
   std::fputs("\x1b[J", output_);
+  EraseRowAbove();
+  DrawRowAbove();
   rl_on_new_line();
   rl_forced_update_display();
 }
@@ -302,6 +386,7 @@ bool ReadlineEditor::TakePaste() {
     InsertPasted(keys.substr(0, lineEnd));
     from_ += lineEnd + (isPair ? 1 : 0);
     keys_[from_] = '\n';
+    TakeRowAway();
     rl_redisplay();
     rl_callback_read_char();  // the line's end, as a key
     return true;

@@ -44,6 +44,9 @@ class Screen {
   // Empty: none. Where HasProgress says no, nothing is drawn.
   virtual bool HasProgress() const { return false; }
   virtual void Progress(std::string_view row) { static_cast<void>(row); }
+  // A row above each prompt that is shown from now on, in place of the one before; empty: none. The
+  // line under edit stays as it is.
+  virtual void SetRowAbovePrompt(const std::string& row) { static_cast<void>(row); }
   // Rows below all texts, drawn in the place of those before; whatever is shown next takes them
   // away. None: nothing is drawn. Where HasBlock says no, nothing ever is.
   virtual bool HasBlock() const { return false; }
