@@ -46,7 +46,9 @@ class Display {
   void ChangeFilter(const std::function<void(ShownFilter& filter)>& change);
 
   // What the module answered to a typed line, or what the line sends.
-  void Reply(const std::string& text, ShownKind kind = ShownKind::kReply) { Whole(kind, text); }
+  void Reply(const std::string& text, ShownKind kind, std::chrono::system_clock::time_point at) {
+    Whole(kind, text, at);
+  }
   // A text of the message object: a whole one, or a piece of a channel's.
   void Arrived(const ViewEvent& event);
   // A line that a key or a word brings, and the history of the lines typed in this run gets it:

@@ -98,7 +98,7 @@ void EventPump::Show(const ViewEvent& event) {
       if (taker_ == nullptr || !taker_(event)) display_.Arrived(event);
       break;
     case ViewEvent::Kind::kReply:
-      display_.Reply(event.text, event.shown);
+      display_.Reply(event.text, event.shown, event.arrivedAt);
       break;
     case ViewEvent::Kind::kNotice:
       display_.Notice("link: " + event.text + "\n");

@@ -70,6 +70,8 @@ class EventPump {
   // more than that; what else is typed stays typed.
   void WatchKeys(bool on) { watchesKeys_ = on, wasKeyPressed_ = false; }
   bool WasKeyPressed() const { return wasKeyPressed_ || screen_.HasTyped(); }
+  // The same without what was typed ahead.
+  bool WasKeyPressedSince() const { return wasKeyPressed_; }
 
   const ConsoleNews& News() const { return news_; }
   void ForgetAnswered() { news_.answered.reset(); }

@@ -166,6 +166,7 @@ bool FacadeThread::AskDevice(const std::wstring& name, ViewEvent& answer) {
 void FacadeThread::RunThrough(std::uint64_t number, const std::wstring& line, ViewEvent& event) {
   QCString reply(kSentinel);
   hasSpoken_ = hasFailed_ = false;
+  event.arrivedAt = std::chrono::system_clock::now();
   watch_->BeginLine(number);
   SvcKiv::GetDiagCmdResponse(line.c_str(), reply);
   watch_->EndLine(event);

@@ -3,6 +3,17 @@
 #include <algorithm>
 
 namespace kiv {
+namespace {
+
+// What is further back is another time.
+constexpr std::chrono::seconds kMostDisorder{2};
+
+}  // namespace
+
+TimeStamp::Clock::time_point LinePainter::InOrder(TimeStamp::Clock::time_point at) {
+  if (at >= latest_ || latest_ - at > kMostDisorder) latest_ = at;
+  return latest_;
+}
 
 std::string LinePainter::Paint(ShownKind kind, std::string_view text,
                                TimeStamp::Clock::time_point at) {
@@ -11,6 +22,7 @@ std::string LinePainter::Paint(ShownKind kind, std::string_view text,
     isLineOpen_ = text.back() != '\n';
     return std::string(text);
   }
+  at = InOrder(at);
   std::string out;
   for (std::size_t from = 0; from < text.size();) {
     const std::size_t end = std::min(text.find('\n', from), text.size());

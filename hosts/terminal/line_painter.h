@@ -26,6 +26,8 @@ class LinePainter {
   // What is found in lines that a user may filter is marked; null: nothing.
   void SetPattern(const LinePattern* pattern) { pattern_ = pattern; }
 
+  // Texts come in the order in which they are shown, which is not quite that of their times: `at`
+  // is at least the time of the line before, unless the clock was set back.
   std::string Paint(ShownKind kind, std::string_view text, TimeStamp::Clock::time_point at);
   // Somebody else ended the line that was open.
   void LineWasEnded() { isLineOpen_ = false; }
@@ -34,7 +36,10 @@ class LinePainter {
   // A line, or a part of one.
   void PaintPart(ShownKind kind, std::string_view part, std::string& out) const;
 
+  TimeStamp::Clock::time_point InOrder(TimeStamp::Clock::time_point at);
+
   LineColours colours_;
+  TimeStamp::Clock::time_point latest_;  // time of the line before
   StampForm stamp_ = StampForm::kNone;
   const LinePattern* pattern_ = nullptr;
   TimeStamp time_;

@@ -58,9 +58,13 @@ int LineRunner::RunRound(std::wstring line, RoundTexts& texts, OnFinished show) 
   return status;
 }
 
+bool LineRunner::Wait(Clock::time_point deadline) {
+  return pump_.Wait(deadline, false) && (round_ == nullptr || !pump_.WasKeyPressedSince());
+}
+
 void LineRunner::ShowReply(const ViewEvent& reply) {
   if (round_ != nullptr) return round_->Reply(reply);
-  display_.Reply(reply.text, reply.shown);
+  display_.Reply(reply.text, reply.shown, reply.arrivedAt);
 }
 
 void LineRunner::Say(const std::string& notice) {
@@ -131,7 +135,7 @@ int LineRunner::WaitForAnswer(ViewEvent line, const std::string& shown) {
     }
     if (line.answered) return line.result == 0 ? kDone : kCommandFailed;
     int status = GiveUp(line.epoch, deadline, shown);
-    if (status == kDone && !pump_.Wait(deadline, false)) status = kInterrupted;
+    if (status == kDone && !Wait(deadline)) status = kInterrupted;
     if (status != kDone) {
       watch_.Abandon();
       return status;
@@ -180,7 +184,7 @@ int LineRunner::WaitForChannels(const ViewEvent& line, const std::string& shown)
     }
     status = GiveUp(line.epoch, deadline, shown);
     const auto wake = canBeSilent ? std::min(deadline, silentAt) : deadline;
-    if (status == kDone && !ended && !pump_.Wait(wake, false)) status = kInterrupted;
+    if (status == kDone && !ended && !Wait(wake)) status = kInterrupted;
   }
   watch_.Abandon();
   return status;

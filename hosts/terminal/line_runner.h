@@ -74,6 +74,8 @@ class LineRunner {
   static constexpr int kGoesOn = -1;   // no status yet
   static constexpr int kUnclear = -2;  // the load has ended, and nobody knows how
 
+  // As the pump's; false as well when a key ends the round that runs.
+  bool Wait(Clock::time_point deadline);
   int RunAndWait(const std::wstring& line);
   void ShowReply(const ViewEvent& reply);
   // What the console has to say of the line that runs.

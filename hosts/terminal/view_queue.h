@@ -44,7 +44,7 @@ struct ViewEvent {
   ShownKind shown = ShownKind::kReply;  // kText, kReply
   // kText: the command of a confirmation or an indication, without its routing head; 0: not known.
   std::uint32_t cmdId = 0;
-  // kText: when it came.
+  // kText: when it came; kReply: when the module got the line, so in front of what answers it.
   std::chrono::system_clock::time_point arrivedAt = {};
   // kText: a piece of this channel's text, as the device sent it.
   Channel channel = Channel::kNone;

@@ -65,6 +65,7 @@ std::optional<std::string> ReadWatchRequest(std::wstring_view arguments, WatchRe
   for (;;) {
     std::wstring_view rest = line;
     const std::wstring_view last = TakeLast(rest);
+    if (last == L"every" && !rest.empty()) return "no time behind 'every', such as 500ms or 1s";
     const std::wstring_view before = TakeLast(rest);
     if (before == L"every" && !hasStep) {
       const auto step = ReadStep(last);

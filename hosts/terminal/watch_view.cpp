@@ -55,6 +55,10 @@ std::string RoundText(const WatchRound& round, const std::string& before) {
   return text;
 }
 
+void WatchView::Begin() {
+  if (isInPlace_) display_.Block({{head_ + "no answer yet", false}});
+}
+
 void WatchView::Show(const WatchRound& round) {
   if (!isInPlace_) {
     display_.Answer(RoundText(round, std::exchange(before_, round.text)));

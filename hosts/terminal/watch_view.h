@@ -42,6 +42,8 @@ class WatchView {
   WatchView(Display& display, std::string head)
       : display_(display), isInPlace_(display.HasBlock()), head_(std::move(head)) {}
 
+  // No round is there yet; what is shown of that does not stay.
+  void Begin();
   void Show(const WatchRound& round);
   // The last round stays where it is.
   void End();

@@ -40,6 +40,7 @@ class Watching {
 
   int Run() {
     context_.pump.WatchKeys(true);
+    view_.Begin();
     int status = kDone;
     do {
       status = RunRound();

@@ -67,6 +67,7 @@ void LinkSession::OnMessage(const FrameHead& head, std::span<const std::uint8_t>
   Tap(Direction::kFromDevice, head, body, head.offsetBytes == 0 ? readAt_ : firstFrameAt_);
   switch (head.kind) {
     case MessageKind::kHello:
+      Raise(Counts().framesIn);  // the receiver counts those of a session, which begins behind it
       return TakeHello(head, body);
     case MessageKind::kKeepAlive:
       return TakeDeviceCounts(body);

@@ -72,6 +72,20 @@ TEST(LinePainter, LinesBeginWithTheTimeAndGoOnWithoutIt) {
   EXPECT_EQ(painter.Paint(ShownKind::kAt, "c\nd\n", kSomeTime), "c\n" + time + "d\n");
 }
 
+TEST(LinePainter, TimesOfLinesDoNotRunBackwardsUnlessTheClockIsSetBack) {
+  LinePainter painter;
+  painter.SetStamp(StampForm::kTime);
+  const auto line = [&painter](auto at) { return painter.Paint(ShownKind::kAt, "a\n", at); };
+  const auto expected = [](auto at) {
+    TimeStamp stamp;
+    return std::string(stamp.Text(at, StampForm::kTime)) + "a\n";
+  };
+  EXPECT_EQ(line(kSomeTime + 3ms), expected(kSomeTime + 3ms));
+  EXPECT_EQ(line(kSomeTime), expected(kSomeTime + 3ms));
+  EXPECT_EQ(line(kSomeTime + 4ms), expected(kSomeTime + 4ms));
+  EXPECT_EQ(line(kSomeTime - 1h), expected(kSomeTime - 1h));
+}
+
 TEST(TimeStamp, IsTheLocalTimeWithMilliseconds) {
   TimeStamp stamp;
   const std::time_t second = 1'700'000'000;

@@ -41,6 +41,8 @@ TEST(ReadWatchRequest, SaysWhatIsNoTime) {
     EXPECT_EQ(Read(L"sys_info every " + std::wstring(step)),
               "'" + shown + "' is no time from 100ms to 24h in ms, s or m");
   }
+  EXPECT_EQ(Read(L"sys_info every"), "no time behind 'every', such as 500ms or 1s");
+  EXPECT_EQ(Read(L"sys_info every 3 times"), "no time behind 'every', such as 500ms or 1s");
   EXPECT_EQ(Read(L"x every 100ms"), "x|100|-");
   EXPECT_EQ(Read(L"x every 1440m"), "x|86400000|-");
 }
