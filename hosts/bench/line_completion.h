@@ -1,5 +1,5 @@
 // What TAB brings about in a line that is being typed: what may stand there, how much of it is
-// certain, and what a person is told of the place. How it is inserted and listed is the host's.
+// certain, and what a person reads about the place. How it is inserted and listed is the host's.
 //
 // Nothing that a terminal would act on is ever offered: a name that has such characters cannot be
 // typed by its completion.

@@ -5,7 +5,7 @@
 // The expression is Perl's as Qt takes it. Without a capital letter (those behind a backslash do
 // not count) it finds capitals and small letters alike.
 //
-// Threads: one caller at a time. Errors: an expression that cannot be used is told of in one line.
+// Threads: one caller at a time. Errors: an expression that cannot be used gives one line.
 #pragma once
 
 #include <QRegularExpression>

@@ -55,7 +55,7 @@ class LineRunner {
   // are shown, until `show` is to show it: the line is answered then, or not waited for any longer.
   // It is not kept in the history.
   int RunRound(std::wstring line, RoundTexts& texts, OnFinished show);
-  // Is told of each line that Run ran, when its answer is shown.
+  // Hears of each line that Run ran, when its answer is shown.
   void TellFinished(OnFinished onFinished) { onFinished_ = std::move(onFinished); }
   // Has `question` fill `reply` on the facade's thread, where the module and the settings may be
   // asked. False when the user wants no more of it. What arrived before is shown by then.

@@ -60,7 +60,7 @@ std::optional<KeptCommands> KeptNow(ConsoleContext& context) {
   });
 }
 
-// What became of a change, and where; the drawing thread is told of it.
+// What became of a change, and where; the drawing thread hears of it.
 struct Changed {
   Kept kept = Kept::kNoSettings;
   std::size_t number = 0;

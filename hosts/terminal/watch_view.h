@@ -33,7 +33,7 @@ struct WatchRound {
 // Rows of the text with those marked that `before` does not have at the same place.
 std::vector<BlockRow> MarkedRows(const std::string& text, const std::vector<BlockRow>& before);
 // What standard output gets of a round where nothing is drawn in place; `before` is the text of the
-// last one. A round that failed is told whole.
+// last one. A round that failed is shown whole.
 std::string RoundText(const WatchRound& round, const std::string& before);
 
 class WatchView {

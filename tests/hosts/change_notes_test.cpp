@@ -1,4 +1,4 @@
-// What is told of changed fields, and how little of it when there is much.
+// What is said of changed fields, and how little of it when there is much.
 #include "hosts/terminal/change_notes.h"
 
 #include <gtest/gtest.h>

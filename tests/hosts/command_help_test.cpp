@@ -1,4 +1,4 @@
-// What a refused line is told behind the module's reply.
+// What is said of a refused line behind the module's reply.
 #include "hosts/terminal/command_help.h"
 
 #include <gtest/gtest.h>
