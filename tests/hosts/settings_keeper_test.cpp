@@ -55,7 +55,6 @@ class SettingsKeeperTest : public SettingsFixture {
   bool IsSaved(const std::string& attribute) const {
     return SavedText().find(" " + attribute) != std::string::npos;
   }
-
 };
 
 // Another value than the one in front; whatever it is, the row allows it.
