@@ -86,7 +86,9 @@ TEST(LineTakenApart, SpacesAroundWordAndRestDoNotCount) {
 }
 
 TEST(LineTakenApart, CarriageReturnsAndLineFeedsVanishWhereverTheyStand) {
-  Check({{L"set_\r\nvalues 1\n,\r2\n", {1, 1, L"set_values", L"1,2", L"set_values", 0x1001}},
+  Check({{L"set_\r\nvalues 1\n,\r"
+          L"2\n",
+          {1, 1, L"set_values", L"1,2", L"set_values", 0x1001}},
          {L"set_values\n1", {0, 0, L"set_values1", L"", L"set_values1"}},
          {L"set_values\r 1", {1, 1, L"set_values", L"1", L"set_values", 0x1001}}});
 }

@@ -121,9 +121,10 @@ class Full(ShellTest):
 
     def test_streams_output_as_it_comes(self):
         gate = pathlib.Path(self.folder.name) / "gate"
-        self.post(f"echo first; until [ -e {gate} ]; do sleep 0.01; done; echo second")
+        os.mkfifo(gate)
+        self.post(f"echo first; cat {gate}; echo second")
         self.assertEqual(self.peer.indication(ANSWER).body, b"first\n")
-        gate.touch()
+        gate.write_bytes(b"")  # opens when somebody reads
         self.assertEqual(b"".join(self.answer()), b"second\n")
 
     def test_passes_long_output_whole(self):
@@ -193,14 +194,17 @@ class Full(ShellTest):
         self.assertEqual(self.run_line("echo on"), b"on\n")
 
 
+# A program that ends by nothing but a signal, and carries a mark among its arguments.
+ENDLESS = "tail -n 1000{0} -f /dev/null"
+
+
 class NothingIsLeft(ShellTest):
     # One that stays in the group, one that leaves it, one that ignores signals.
-    line = ("sleep 1000{0} & setsid sleep 1000{0} & (trap '' HUP TERM INT; echo up; sleep 1000{0});"
-            " sleep 1000{0}")
+    line = ENDLESS + " & setsid " + ENDLESS + " & (trap '' HUP TERM INT; echo up; " + ENDLESS + "); " + ENDLESS
 
     def setUp(self):
         super().setUp()
-        self.mark = f".{os.getpid():07d}1"
+        self.mark = f"{os.getpid():07d}1"
 
     def start_line(self):
         self.post(self.line.format(self.mark))
@@ -213,7 +217,7 @@ class NothingIsLeft(ShellTest):
             wait_until(lambda: not children(self.agent.process.pid))
 
     def test_behind_a_command_that_left_something_running(self):
-        self.post(f"sleep 1000{self.mark} & setsid sleep 1000{self.mark} & echo done")
+        self.post((ENDLESS + " & setsid " + ENDLESS + " & echo done").format(self.mark))
         self.assertEqual(b"".join(self.answer()), b"done\n")
         self.assert_nothing_left()
 
@@ -237,7 +241,7 @@ class NothingIsLeft(ShellTest):
         self.assert_nothing_left()
 
     def test_when_the_agent_dies(self):
-        self.post(f"sleep 1000{self.mark}; true")
+        self.post((ENDLESS + "; true").format(self.mark))
         wait_until(lambda: len(processes_with("1000" + self.mark)) >= 2)
         self.agent.process.kill()
         self.assert_nothing_left()
@@ -247,7 +251,7 @@ class Limits(ShellTest):
     arguments = ("--shell", "full", "--shell-limits", "1,5000,5")
 
     def test_time(self):
-        self.assertEqual(self.run_line("echo on; sleep 1000; echo never"),
+        self.assertEqual(self.run_line("echo on; tail -f /dev/null; echo never"),
                          b"on\n\nkivagent: ended after 1 s\n")
         self.assertEqual(self.run_line("echo on"), b"on\n")
 
@@ -257,12 +261,12 @@ class Limits(ShellTest):
                          b"y" * 5000 + b"\nkivagent: ended after 5000 bytes of output\n")
 
     def test_processes(self):
-        said = self.run_line("for i in 1 2 3 4 5 6 7 8; do sleep 1000 & done; wait")
+        said = self.run_line("for i in 1 2 3 4 5 6 7 8; do tail -f /dev/null & done; wait")
         self.assertRegex(said, rb"(ended with more than 5 processes|[Cc]annot fork|can't fork)")
         self.assertEqual(children(self.agent.process.pid), [])
 
     def test_a_bomb_of_processes_ends(self):
-        said = self.run_line("b() { b | b & }; b; sleep 1000")
+        said = self.run_line("b() { b | b & }; b; tail -f /dev/null")
         self.assertTrue(said)
         self.assertEqual(self.run_line("echo on"), b"on\n")
         self.assertEqual(children(self.agent.process.pid), [])
@@ -292,7 +296,7 @@ class Floods(ShellTest):
         self.assertEqual(self.run_line("echo on"), b"on\n")
 
     def test_lines_beyond_what_may_wait_are_refused(self):
-        self.post("sleep 1000")
+        self.post("tail -f /dev/null")
         tags = [self.post("true") for _ in range(1100)]
         results = [self.peer.confirmation(tag).head.result for tag in tags]
         self.assertEqual(set(results), {0, 709})

@@ -142,7 +142,10 @@ TEST_F(ParamFile, BothLineEndsAndAByteOrderMarkAreTaken) {
 }
 
 TEST_F(ParamFile, CarriageReturnWithoutALineFeedStays) {
-  EXPECT_EQ(TextOf("1\r2\n"), "<1\r2 >");
+  EXPECT_EQ(TextOf("1\r"
+                   "2\n"),
+            "<1\r"
+            "2 >");
   EXPECT_EQ(TextOf("1\r"), "<1\r >");
   EXPECT_EQ(TextOf("1\r\r\n"), "<1\r >");
 }

@@ -93,7 +93,10 @@ TEST(ParamLine, BlanksBesideBracesAndBracketsStay) {
 
 TEST(ParamLine, OnlyBlanksAreBlanks) {
   EXPECT_EQ(LineOf(Opened("\t1\t,\t2\t")), "\t1\t,\t2\t");
-  EXPECT_EQ(LineOf(Opened("\r1\r")), "\r1\r");
+  EXPECT_EQ(LineOf(Opened("\r"
+                          "1\r")),
+            "\r"
+            "1\r");
   EXPECT_EQ(LineOf(Opened("\xc2\xa0"
                           "1")),
             "\xc2\xa0"

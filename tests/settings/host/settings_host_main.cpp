@@ -15,7 +15,7 @@
 //                       neither the one nor the other
 //   keep FILE COPY      keeps a file as it is under another name: 0; 1 when it is not there
 //   mark                a system call to find in a trace: 0
-//   notices             how many the user was told since the last time
+//   notices             how many the user has had since the last time
 //   close               ends the settings object: 0
 //   check               open, close and notices in one: "CODE TITLE HISTORY NOTICES"
 //
