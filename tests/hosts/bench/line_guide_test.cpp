@@ -113,17 +113,22 @@ TEST_F(BoardGuide, DescribesByName) {
   EXPECT_FALSE(guide_->Describe(L"no_such_command", description));
 }
 
+// Over a catalogue that is written into the folder.
+hostbench::LineGuide GuideOf(const kivtest::TempFolder& folder, kivtest::ModelMaker& maker) {
+  kivtest::WriteBytes(folder.File("c.kcat"), maker.Bytes());
+  const QCString path = QCString::FromUtf8(folder.File("c.kcat"));
+  std::vector<CmdInfo> commands;
+  EXPECT_EQ(hostbench::ReadCommands(path, commands), 0u);
+  return hostbench::LineGuide(path,
+                              std::make_shared<const hostbench::CommandIndex>(std::move(commands)));
+}
+
 TEST(LineGuide, LeavesTextsAlone) {
   kivtest::TempFolder folder;
   kivtest::ModelMaker maker;
   maker.Structure("dbk_str_type").Scalar("text", catalogue::Scalar::kChar, 8).End();
   maker.Command(1, "say", 0, 0);
-  kivtest::WriteBytes(folder.File("c.kcat"), maker.Bytes());
-  const QCString path = QCString::FromUtf8(folder.File("c.kcat"));
-  std::vector<CmdInfo> commands;
-  ASSERT_EQ(hostbench::ReadCommands(path, commands), 0u);
-  hostbench::LineGuide guide(path,
-                             std::make_shared<const hostbench::CommandIndex>(std::move(commands)));
+  hostbench::LineGuide guide = GuideOf(folder, maker);
   const std::wstring line = L"say {hello";
   const LineHelp help = guide.At(line, line.size(), 10);
   EXPECT_EQ(help.field.state, hostbench::HelpState::kText);
@@ -139,12 +144,7 @@ TEST(LineGuide, MarksNothingWhereTheCatalogueWantsNoParameters) {
   maker.Structure("pair").Scalar("a", catalogue::Scalar::kU8, 0).End();
   maker.Command(1, "alone", 0, 0).combined = catalogue::Combined::kNone;
   maker.Command(2, "free", 0, 0);
-  kivtest::WriteBytes(folder.File("c.kcat"), maker.Bytes());
-  const QCString path = QCString::FromUtf8(folder.File("c.kcat"));
-  std::vector<CmdInfo> commands;
-  ASSERT_EQ(hostbench::ReadCommands(path, commands), 0u);
-  hostbench::LineGuide guide(path,
-                             std::make_shared<const hostbench::CommandIndex>(std::move(commands)));
+  hostbench::LineGuide guide = GuideOf(folder, maker);
   EXPECT_FALSE(guide.RefusalOf(L"alone x").has_value());
   EXPECT_TRUE(guide.RefusalOf(L"free x").has_value());
 }
